@@ -1,0 +1,128 @@
+#include "core/textout.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+
+using namespace velmara;
+namespace fs = std::filesystem;
+
+namespace {
+std::string ReadBytes(const fs::path &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+fs::path ScratchFile(const char *name)
+{
+    const fs::path dir = fs::temp_directory_path() / "velmara_textout_test";
+    fs::create_directories(dir);
+    const fs::path path = dir / name;
+    fs::remove(path);
+    return path;
+}
+} // namespace
+
+TEST(Windows1252, ReportCharactersBecomeOneByte)
+{
+    EXPECT_EQ(ToWindows1252("µm"), "\xB5m");
+    EXPECT_EQ(ToWindows1252("drops/cm²"), "drops/cm\xB2");
+    EXPECT_EQ(ToWindows1252("2×"), "2\xD7");
+    EXPECT_EQ(ToWindows1252("€…Ÿ"), "\x80\x85\x9F");
+    EXPECT_EQ(ToWindows1252("plain ASCII\t"), "plain ASCII\t");
+}
+
+TEST(Windows1252, UnmappableAndInvalidInput)
+{
+    EXPECT_EQ(ToWindows1252("a\xE6\xBC\xA2z"), "a?z");    // a CJK character
+    EXPECT_EQ(ToWindows1252("\xF0\x9F\x98\x80"), "?");    // outside the BMP
+    EXPECT_EQ(ToWindows1252("\xC2\x81"), "?");            // a byte Windows-1252 leaves unused
+    EXPECT_EQ(ToWindows1252("card\xB5.bmp"), "card\xB5.bmp"); // 8-bit already
+    EXPECT_EQ(ToWindows1252("end\xC2"), "end\xC2");       // cut sequence
+    EXPECT_EQ(ToWindows1252("\xC0\xAF"), "\xC0\xAF");     // overlong form is not taken
+    EXPECT_EQ(ToWindows1252("\xED\xA0\x80"), "\xED\xA0\x80"); // surrogate
+}
+
+TEST(TextOut, OverwriteThenAppendWithCrLf)
+{
+    const fs::path path = ScratchFile("lines.txt");
+    {
+        TextOut out;
+        ASSERT_TRUE(out.open(path.string(), TextOut::Mode::Overwrite));
+        EXPECT_TRUE(out.writeLine("VMD: 12.3 µm"));
+        EXPECT_TRUE(out.writeLine());
+        EXPECT_TRUE(out.close());
+    }
+    EXPECT_EQ(ReadBytes(path), "VMD: 12.3 \xB5m\r\n\r\n");
+    {
+        TextOut out;
+        ASSERT_TRUE(out.open(path.string(), TextOut::Mode::Append));
+        EXPECT_TRUE(out.write("x"));
+        EXPECT_TRUE(out.writeBytes("\xD7"));
+        // closed by the destructor
+    }
+    EXPECT_EQ(ReadBytes(path), "VMD: 12.3 \xB5m\r\n\r\nx\xD7");
+    {
+        TextOut out;
+        ASSERT_TRUE(out.open(path.string(), TextOut::Mode::Overwrite));
+        EXPECT_TRUE(out.close());
+    }
+    EXPECT_EQ(ReadBytes(path), "");
+}
+
+TEST(TextOut, AppendCreatesMissingFile)
+{
+    const fs::path path = ScratchFile("created.txt");
+    TextOut out;
+    ASSERT_TRUE(out.open(path.string(), TextOut::Mode::Append));
+    out.writeLine("a");
+    EXPECT_TRUE(out.close());
+    EXPECT_EQ(ReadBytes(path), "a\r\n");
+}
+
+TEST(TextOut, FailuresAreReportedNotThrown)
+{
+    const fs::path missing = fs::temp_directory_path() / "velmara_no_such_dir" / "x.scn";
+    TextOut out;
+    EXPECT_FALSE(out.open(missing.string(), TextOut::Mode::Overwrite));
+    EXPECT_TRUE(out.failed());
+    EXPECT_NE(out.errorString().find(missing.string()), std::string::npos);
+    EXPECT_FALSE(out.writeLine("lost"));
+    EXPECT_FALSE(out.close());
+
+    TextOut never;
+    EXPECT_FALSE(never.write("x"));
+
+    if (fs::exists("/dev/full")) {
+        TextOut full;
+        ASSERT_TRUE(full.open("/dev/full", TextOut::Mode::Overwrite));
+        full.writeLine("no room");
+        EXPECT_FALSE(full.close());
+        EXPECT_NE(full.errorString().find("/dev/full"), std::string::npos);
+    }
+
+    // A failed file does not spoil the next one opened on the same object.
+    const fs::path good = ScratchFile("reused.txt");
+    EXPECT_TRUE(out.open(good.string(), TextOut::Mode::Overwrite));
+    EXPECT_TRUE(out.writeLine("ok"));
+    EXPECT_TRUE(out.close());
+    EXPECT_EQ(ReadBytes(good), "ok\r\n");
+}
+
+TEST(ShortestText, ReadsBackToTheSameValue)
+{
+    EXPECT_EQ(ShortestDouble(0.56), "0.56");
+    EXPECT_EQ(ShortestDouble(300.0), "300");
+    EXPECT_EQ(ShortestDouble(0.1 + 0.2), "0.30000000000000004");
+    EXPECT_EQ(ShortestSingle(0.1f), "0.1");
+    EXPECT_EQ(ShortestSingle(84.1225f), "84.1225");
+    EXPECT_EQ(ShortestSingle(32755.0f), "32755");
+    EXPECT_EQ(std::stod(ShortestDouble(1e-5)), 1e-5);
+    EXPECT_EQ(ShortestDouble(std::numeric_limits<double>::quiet_NaN()), "null");
+    EXPECT_EQ(ShortestSingle(std::numeric_limits<float>::infinity()), "null");
+}
