@@ -1,0 +1,235 @@
+#include "statistics/range.h"
+#include "views/sizegraph.h"
+
+#include <gtest/gtest.h>
+
+using namespace velmara;
+using Op = RecordingCanvas::Op;
+
+namespace {
+
+SizeClass row(Single diameter, Long count, Single vf, Single cvf)
+{
+    SizeClass r;
+    r.AreaPx = count;
+    r.Count = count;
+    r.Diameter = diameter;
+    r.VolumeFraction = vf;
+    r.CumVolumeFraction = cvf;
+    return r;
+}
+
+// One scanned card of three rows at 10, 50 and 100 micrometres on a 2 cm² card.
+Workspace scannedWorkspace()
+{
+    Workspace ws;
+    const int i = ws.AppendCard();
+    CardImage &c = ws.Card(i);
+    c.Scanned = true;
+    c.PixelsReady = true;
+    c.AreaCm2 = 2.0;
+    c.SizeTable = {SizeClass{}, row(10, 4, 0.2f, 0.2f), row(50, 25, 0.5f, 0.7f), row(100, 3, 0.3f, 1.0f)};
+    c.MinDiameter = 10;
+    c.MaxDiameter = 100;
+    c.MaxVolumeFraction = 0.5f;
+    c.MaxClassCount = 25;
+    c.Stats.Vmd = 42;
+    ws.CompositeAll.MaxDiameter = 100;
+    ws.MaxDiameterAll = 100;
+    ws.CurrentVMD = 42;
+    return ws;
+}
+
+RecordingCanvas graphCanvas()
+{
+    RecordingCanvas canvas(290, 70);
+    canvas.setScale(InitialGraphScale(290));
+    return canvas;
+}
+
+} // namespace
+
+TEST(SizeGraphTop, FollowsTheModeAndRoundsCountsUpToATenth)
+{
+    Workspace ws = scannedWorkspace();
+    ws.GraphMode = 1;
+    EXPECT_EQ(GraphTop(ws, 1), ToSingle(static_cast<double>(0.5f) * 1.1));
+    ws.GraphMode = 2;
+    EXPECT_EQ(GraphTop(ws, 1), 1.0f);
+    ws.GraphMode = 3;
+    EXPECT_EQ(GraphTop(ws, 1), 12.5f); // 25 / 2 stays on its tenth
+    ws.Card(1).MaxClassCount = 26;
+    ws.Card(1).AreaCm2 = 2.08; // 12.5 exactly in decimal but a hair above in binary: stays 12.5
+    EXPECT_EQ(GraphTop(ws, 1), ToSingle(12.5));
+    ws.Card(1).AreaCm2 = 2.075; // 12.53 goes up to 12.6
+    EXPECT_EQ(GraphTop(ws, 1), ToSingle(12.6));
+}
+
+TEST(SizeGraphTop, CompositeUsesTheComposite)
+{
+    Workspace ws = scannedWorkspace();
+    ws.CompositeCheck = true;
+    ws.CompositeAll.MaxClassVolume = 30;
+    ws.CompositeAll.TotalVolume = 100;
+    ws.CompositeAll.MaxClassCount = 7;
+    ws.CompositeAll.AreaCm2 = 4;
+    ws.GraphMode = 1;
+    EXPECT_EQ(GraphTop(ws, 1), ToSingle(0.3 * 1.1));
+    ws.GraphMode = 3;
+    EXPECT_EQ(GraphTop(ws, 1), ToSingle(1.8));
+}
+
+TEST(SizeGraphDraw, SkylineBandAndMedianInOrder)
+{
+    Workspace ws = scannedWorkspace();
+    RecordingCanvas canvas = graphCanvas();
+    DrawResult(canvas, ws, 1);
+
+    ASSERT_EQ(canvas.calls.size(), 5u);
+    EXPECT_EQ(canvas.calls[0].op, Op::Clear);
+    EXPECT_EQ(canvas.calls[0].colour, kGraphBackground);
+    // Band under the first scale (pixels across): from 0 far beyond the right edge.
+    EXPECT_EQ(canvas.calls[1].op, Op::FillBox);
+    EXPECT_EQ(canvas.calls[1].points[0].x(), 0);
+    EXPECT_GT(canvas.calls[1].points[1].x(), 290);
+    // Median: x = 42 / 100 * 290 = 121.8, from the bottom (0) up to the top of the scale.
+    EXPECT_EQ(canvas.calls[2].op, Op::Line);
+    EXPECT_EQ(canvas.calls[2].colour, kMedianMark);
+    EXPECT_EQ(canvas.calls[2].points[0], QPoint(122, 70));
+    EXPECT_EQ(canvas.calls[2].points[1], QPoint(122, 0));
+    // Bars between rows 1-2 and 2-3; base 68, top 0.55: 0.2 -> 68 - 25.45, 0.5 -> 68 - 63.64.
+    EXPECT_EQ(canvas.calls[3].op, Op::Polygon);
+    EXPECT_EQ(canvas.calls[3].points, (std::vector<QPoint>{{29, 43}, {29, 68}, {145, 68}, {145, 4}}));
+    EXPECT_EQ(canvas.calls[3].colour, kGraphFill);
+    EXPECT_EQ(canvas.calls[3].outline, kGraphOutline);
+    EXPECT_EQ(canvas.calls[4].points, (std::vector<QPoint>{{145, 4}, {145, 68}, {290, 68}, {290, 30}}));
+
+    const UserScale &s = canvas.scale();
+    EXPECT_DOUBLE_EQ(s.Left, 0);
+    EXPECT_DOUBLE_EQ(s.Width, 100);
+    EXPECT_FLOAT_EQ(static_cast<float>(s.Top), 0.55f);
+    EXPECT_DOUBLE_EQ(s.Height, -s.Top);
+}
+
+TEST(SizeGraphDraw, BandFollowsTheRangeUnderThePreviousScale)
+{
+    Workspace ws = scannedWorkspace();
+    RecordingCanvas canvas = graphCanvas();
+    DrawResult(canvas, ws, 1);
+    ws.RangeLow = 20;
+    ws.RangeHigh = 60;
+    canvas.calls.clear();
+    DrawResult(canvas, ws, 1);
+    EXPECT_EQ(canvas.calls[1].points[0], QPoint(58, 0));
+    EXPECT_EQ(canvas.calls[1].points[1], QPoint(174, 70));
+}
+
+TEST(SizeGraphDraw, ShortTablesAndNoCards)
+{
+    Workspace ws = scannedWorkspace();
+    RecordingCanvas canvas = graphCanvas();
+    ws.Card(1).SizeTable.resize(2); // one row: the median mark but no bar
+    DrawResult(canvas, ws, 1);
+    EXPECT_EQ(canvas.count(Op::Line), 1);
+    EXPECT_EQ(canvas.count(Op::Polygon), 0);
+
+    canvas.calls.clear();
+    ws.Card(1).SizeTable.resize(1); // no stain: only the band, no median
+    DrawResult(canvas, ws, 1);
+    EXPECT_EQ(canvas.calls.size(), 2u);
+
+    canvas.calls.clear();
+    Workspace empty;
+    DrawResult(canvas, empty, 1);
+    EXPECT_TRUE(canvas.calls.empty());
+}
+
+TEST(SizeGraphDraw, CountModeDividesByTheCardArea)
+{
+    Workspace ws = scannedWorkspace();
+    ws.GraphMode = 3;
+    RecordingCanvas canvas = graphCanvas();
+    DrawResult(canvas, ws, 1);
+    // top 12.5; row 2 has 25 / 2 = 12.5 drops/cm²: the full height, y = 68 - 70 = -2.
+    EXPECT_EQ(canvas.calls[3].points[3], QPoint(145, -2));
+}
+
+TEST(SizeGraphDraw, CompositeDrawsTheCompositeTableOnTheCardsAcross)
+{
+    Workspace ws = scannedWorkspace();
+    RecordingCanvas canvas = graphCanvas();
+    DrawResult(canvas, ws, 1); // the card graph sets the horizontal scale
+    ws.CompositeCheck = true;
+    ws.CompositeAll.Classes = {SizeClass{}, row(20, 1, 0.5f, 0.5f), row(40, 1, 0.5f, 1.0f)};
+    ws.CompositeAll.MaxClassVolume = 1;
+    ws.CompositeAll.TotalVolume = 2;
+    canvas.calls.clear();
+    DrawResult(canvas, ws, 1);
+    ASSERT_EQ(canvas.count(Op::Polygon), 1);
+    // top 0.55 again; x from 20 and 40 of 100.
+    EXPECT_EQ(canvas.calls.back().points,
+              (std::vector<QPoint>{{58, 4}, {58, 68}, {116, 68}, {116, 4}}));
+}
+
+TEST(SizeGraphRange, PressKeepsTheBoundsApart)
+{
+    Workspace ws = scannedWorkspace();
+    ws.RangeLow = 20;
+    ws.RangeHigh = 60;
+    EXPECT_TRUE(PressRange(ws, 1, 0, 70)); // left of a click right of RangeHigh
+    EXPECT_FLOAT_EQ(ws.RangeLow, 70);
+    EXPECT_FLOAT_EQ(ws.RangeHigh, 71);
+    EXPECT_TRUE(PressRange(ws, 2, 0, 0.5)); // right click left of RangeLow: may go below 0
+    EXPECT_FLOAT_EQ(ws.RangeHigh, 0.5f);
+    EXPECT_FLOAT_EQ(ws.RangeLow, -0.5f);
+    EXPECT_FALSE(PressRange(ws, 1, 1, 30)); // Shift
+    EXPECT_FALSE(PressRange(ws, 1, 2, 30)); // Ctrl
+    EXPECT_FALSE(PressRange(ws, 4, 0, 30)); // middle button
+    EXPECT_FLOAT_EQ(ws.RangeLow, -0.5f);
+    // The press takes x as it comes; only the drag clips.
+    EXPECT_TRUE(PressRange(ws, 2, 0, 500));
+    EXPECT_FLOAT_EQ(ws.RangeHigh, 500);
+}
+
+TEST(SizeGraphRange, DragClipsAndTheEndsUnselect)
+{
+    Workspace ws = scannedWorkspace();
+    ws.RangeLow = 20;
+    ws.RangeHigh = 60;
+    ws.CurrentCard = 1;
+    EXPECT_TRUE(RangeSelected(ws));
+    double x = 350;
+    EXPECT_TRUE(DragRange(ws, 2, 0, x));
+    EXPECT_DOUBLE_EQ(x, 100);
+    x = -12;
+    EXPECT_TRUE(DragRange(ws, 1, 0, x));
+    EXPECT_DOUBLE_EQ(x, 0);
+    EXPECT_FLOAT_EQ(ws.RangeLow, 0);
+    EXPECT_FLOAT_EQ(ws.RangeHigh, 100);
+    EXPECT_FALSE(RangeSelected(ws));
+    x = 250;
+    EXPECT_FALSE(DragRange(ws, 0, 0, x)); // moving without a button still clips for the tip
+    EXPECT_DOUBLE_EQ(x, 100);
+}
+
+TEST(SizeGraphRange, LabelStaysInsideAndTipReadsThePointer)
+{
+    EXPECT_DOUBLE_EQ(SizeRangeLabelLeft(10, 20, 100), 10);
+    EXPECT_DOUBLE_EQ(SizeRangeLabelLeft(79, 20, 100), 79);
+    EXPECT_DOUBLE_EQ(SizeRangeLabelLeft(95, 20, 100), 80); // 95 + 20 is not below 100
+
+    const QString micro(QChar(0x00B5));
+    EXPECT_EQ(SizeGraphToolTip(true, 1, 123.7, 0.25), QStringLiteral("123") + micro + "m / 25.0%");
+    EXPECT_EQ(SizeGraphToolTip(true, 2, 0.2, 1.0), QStringLiteral("0") + micro + "m / 100.0%");
+    EXPECT_EQ(SizeGraphToolTip(true, 3, 99.99, 0.25), QStringLiteral("99") + micro + "m / 0.3");
+    EXPECT_TRUE(SizeGraphToolTip(false, 1, 1, 1).isEmpty());
+}
+
+TEST(SizeGraphCaptions, FrameAndOptions)
+{
+    const QString sq(QChar(0x00B2));
+    EXPECT_EQ(ResultFrameCaption(false, 1), "Scan Results  (Volume Fraction)");
+    EXPECT_EQ(ResultFrameCaption(true, 2), "Composite Results  (Cumulative Volume Fraction)");
+    EXPECT_EQ(ResultFrameCaption(false, 3), "Scan Results  (drops/cm " + sq + ")");
+    EXPECT_EQ(GraphOptionCaption(3), "#/cm" + sq);
+}
