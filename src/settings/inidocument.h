@@ -1,0 +1,54 @@
+#pragma once
+// The text form of the settings file: "[Section]" headers and "Key=value" lines, kept line by line
+// so that a rewrite leaves the user's comments, blank lines and unknown keys where they were.
+//
+// Values are plain text to the end of the line. A value that could not survive that form (line
+// breaks, other control characters, leading or trailing blanks, a leading double quote) is written
+// in double quotes with backslash escapes. Only a value that starts and ends with a double quote is
+// unquoted on reading, so hand-written paths with backslashes and comments with commas, quotes or
+// percent signs read back exactly as they stand. Sections and keys match without regard to ASCII
+// case, as the names of the original per-user store did.
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace velmara {
+
+class IniDocument
+{
+public:
+    // Parses UTF-8 text (a leading byte-order mark is skipped; text that is not valid UTF-8 is read
+    // as Latin-1). Returns nothing when the bytes are not a settings file: a NUL byte, or a line that
+    // is neither blank, a comment ("; " or "# "), a "[Section]" header nor a "Key=value" line.
+    static std::optional<IniDocument> parse(std::string_view bytes);
+
+    // The value of the first matching key of the first matching section; nothing when either is
+    // missing.
+    std::optional<std::string> value(std::string_view section, std::string_view key) const;
+
+    // Replaces the first matching key's value in place, or appends the key to its section, or
+    // appends the section at the end.
+    void setValue(std::string_view section, std::string_view key, std::string_view value);
+
+    // UTF-8 text with LF line ends.
+    std::string serialize() const;
+
+    // The line form of one value, and back.
+    static std::string encodeValue(std::string_view value);
+    static std::string decodeValue(std::string_view text);
+
+private:
+    struct Line
+    {
+        std::string text;    // the line as it stands in the file
+        std::string section; // the section it belongs to ("" before the first header)
+        std::string key;     // for a "Key=value" line, the key as written; else empty
+        bool header = false;
+    };
+
+    std::vector<Line> mLines;
+};
+
+} // namespace velmara

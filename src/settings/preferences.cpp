@@ -1,0 +1,141 @@
+#include "settings/preferences.h"
+
+#include "settings/settingkeys.h"
+
+#include <QDir>
+#include <QStandardPaths>
+
+#include <array>
+
+namespace velmara {
+
+namespace {
+
+std::string get(const SettingsStore &store, const SettingKey &k)
+{
+    return store.GetSetting(k.section, k.key, k.defaultText);
+}
+
+bool readBool(const SettingsStore &store, const SettingKey &k)
+{
+    return store.readBool(k.section, k.key, k.defaultText);
+}
+
+double readDouble(const SettingsStore &store, const SettingKey &k)
+{
+    return store.readDouble(k.section, k.key, k.defaultText);
+}
+
+// The spray record's fields in the order they are stored, Comment last.
+using SprayField = std::string SprayInfo::*;
+struct SprayEntry
+{
+    const SettingKey &key;
+    SprayField field;
+};
+
+const std::array<SprayEntry, 15> &sprayEntries()
+{
+    namespace K = SettingKeys;
+    static const std::array<SprayEntry, 15> entries{{
+        {K::AC_Type, &SprayInfo::AC_Type},
+        {K::AC_Registration, &SprayInfo::AC_Registration},
+        {K::AC_Owner, &SprayInfo::AC_Owner},
+        {K::AC_Swath, &SprayInfo::AC_Swath},
+        {K::AC_Speed, &SprayInfo::AC_Speed},
+        {K::AC_Height, &SprayInfo::AC_Height},
+        {K::Spray_Product, &SprayInfo::Spray_Product},
+        {K::Spray_ActiveRate, &SprayInfo::Spray_ActiveRate},
+        {K::Spray_SprayRate, &SprayInfo::Spray_SprayRate},
+        {K::Nozzle_Type, &SprayInfo::Nozzle_Type},
+        {K::Nozzle_Number, &SprayInfo::Nozzle_Number},
+        {K::Sampler_Type, &SprayInfo::Sampler_Type},
+        {K::Sample_Position1, &SprayInfo::Sample_Position1},
+        {K::Sample_Interval, &SprayInfo::Sample_Interval},
+        {K::Comment, &SprayInfo::Comment},
+    }};
+    return entries;
+}
+
+bool isSamplerKey(const SettingKey &k)
+{
+    return &k == &SettingKeys::Sample_Position1 || &k == &SettingKeys::Sample_Interval;
+}
+
+} // namespace
+
+std::string ResolveTempDir(const std::string &rootDir)
+{
+    if (rootDir.empty()) {
+        const QString folder = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+                               + QStringLiteral("/Orvinek/Velmara/");
+        QDir().mkpath(folder);
+        return QDir::toNativeSeparators(folder).toStdString();
+    }
+    const char last = rootDir.back();
+    if (last == '/' || last == '\\')
+        return rootDir;
+    return rootDir + QDir::separator().toLatin1();
+}
+
+void LoadStartupSettings(Workspace &ws, const SettingsStore &store)
+{
+    ws.TempDir = ResolveTempDir(get(store, SettingKeys::RootDir));
+    ws.Metric = readBool(store, SettingKeys::Metric);
+}
+
+void LoadPreferences(Workspace &ws, const SettingsStore &store)
+{
+    namespace K = SettingKeys;
+    ws.DefaultRes = store.readInteger(K::DefaultRes.section, K::DefaultRes.key, K::DefaultRes.defaultText);
+    ws.SpreadFactor[0] = readDouble(store, K::SpreadFactor0);
+    ws.SpreadFactor[1] = readDouble(store, K::SpreadFactor1);
+    ws.SpreadFactor[2] = readDouble(store, K::SpreadFactor2);
+    ws.LogAnalysis = readBool(store, K::LogAnalysis);
+    ws.Append = readBool(store, K::Append);
+    ws.LogSprayInfo = readBool(store, K::LogSprayInfo);
+    ws.ShapeThreshold = static_cast<Byte>(
+        store.readByte(K::ShapeThreshold.section, K::ShapeThreshold.key, K::ShapeThreshold.defaultText));
+    ws.HueThreshold = static_cast<Byte>(
+        store.readByte(K::HueThreshold.section, K::HueThreshold.key, K::HueThreshold.defaultText));
+    LoadSprayInfo(ws, store);
+    ws.InitialDir = get(store, K::InitialDir);
+}
+
+void LoadSprayInfo(Workspace &ws, const SettingsStore &store)
+{
+    for (const SprayEntry &e : sprayEntries()) {
+        if (isSamplerKey(e.key))
+            ws.Spray.*e.field = std::string();
+        else
+            ws.Spray.*e.field = get(store, e.key);
+    }
+}
+
+bool SavePreferences(const Workspace &ws, SettingsStore &store)
+{
+    namespace K = SettingKeys;
+    bool ok = true;
+    ok &= store.saveInteger(K::DefaultRes.section, K::DefaultRes.key, ws.DefaultRes);
+    ok &= store.saveDouble(K::SpreadFactor0.section, K::SpreadFactor0.key, ws.SpreadFactor[0]);
+    ok &= store.saveDouble(K::SpreadFactor1.section, K::SpreadFactor1.key, ws.SpreadFactor[1]);
+    ok &= store.saveDouble(K::SpreadFactor2.section, K::SpreadFactor2.key, ws.SpreadFactor[2]);
+    ok &= store.saveBool(K::LogAnalysis.section, K::LogAnalysis.key, ws.LogAnalysis);
+    ok &= store.saveBool(K::Append.section, K::Append.key, ws.Append);
+    ok &= store.saveBool(K::LogSprayInfo.section, K::LogSprayInfo.key, ws.LogSprayInfo);
+    ok &= store.SaveSetting(K::InitialDir.section, K::InitialDir.key, ws.InitialDir);
+    ok &= store.saveInteger(K::ShapeThreshold.section, K::ShapeThreshold.key, ws.ShapeThreshold);
+    ok &= store.saveInteger(K::HueThreshold.section, K::HueThreshold.key, ws.HueThreshold);
+    ok &= store.saveBool(K::Metric.section, K::Metric.key, ws.Metric);
+    return ok;
+}
+
+bool SaveSprayInfo(const Workspace &ws, SettingsStore &store)
+{
+    bool ok = true;
+    for (const SprayEntry &e : sprayEntries())
+        ok &= store.SaveSetting(e.key.section, e.key.key, ws.Spray.*e.field);
+    return ok;
+}
+
+} // namespace velmara

@@ -1,0 +1,375 @@
+#include "settings/preferences.h"
+#include "settings/settingkeys.h"
+#include "settings/settingsstore.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace velmara;
+
+namespace {
+
+class SettingsFile : public ::testing::Test
+{
+protected:
+    QString path(const char *name = "velmara.ini") const { return mDir.filePath(QString::fromLatin1(name)); }
+
+    std::string contents(const QString &file) const
+    {
+        QFile f(file);
+        if (!f.open(QIODevice::ReadOnly))
+            return "<missing>";
+        return f.readAll().toStdString();
+    }
+
+    void write(const QString &file, const std::string &bytes) const
+    {
+        QFile f(file);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes.data(), static_cast<qint64>(bytes.size()));
+    }
+
+    SettingsStore store() const
+    {
+        SettingsStore s(path());
+        s.setLocale(QLocale::c());
+        return s;
+    }
+
+    QTemporaryDir mDir;
+};
+
+class ScopedEnv
+{
+public:
+    ScopedEnv(const char *name, const QByteArray &value) : mName(name), mOld(qgetenv(name)), mHad(qEnvironmentVariableIsSet(name))
+    {
+        qputenv(name, value);
+    }
+    ~ScopedEnv()
+    {
+        if (mHad)
+            qputenv(mName, mOld);
+        else
+            qunsetenv(mName);
+    }
+
+private:
+    const char *mName;
+    QByteArray mOld;
+    bool mHad;
+};
+
+} // namespace
+
+TEST_F(SettingsFile, FirstRunGivesEveryDefaultAndCreatesNothing)
+{
+    const SettingsStore s = store();
+    Workspace ws;
+    ws.DefaultRes = 1;
+    ws.SpreadFactor = {9, 9, 9};
+    ws.LogAnalysis = false;
+    ws.Append = true;
+    ws.LogSprayInfo = true;
+    ws.ShapeThreshold = 1;
+    ws.HueThreshold = 1;
+    ws.InitialDir = "x";
+    ws.Metric = false;
+    ws.Spray.Comment = "old";
+    ws.Spray.Sample_Position1 = "5";
+    LoadStartupSettings(ws, s);
+    LoadPreferences(ws, s);
+
+    EXPECT_TRUE(ws.Metric);
+    EXPECT_EQ(ws.DefaultRes, 1200);
+    EXPECT_EQ(ws.SpreadFactor[0], 0.0);
+    EXPECT_EQ(ws.SpreadFactor[1], 0.56);
+    EXPECT_EQ(ws.SpreadFactor[2], 0.0);
+    EXPECT_TRUE(ws.LogAnalysis);
+    EXPECT_FALSE(ws.Append);
+    EXPECT_FALSE(ws.LogSprayInfo);
+    EXPECT_EQ(ws.ShapeThreshold, 100); // and not the 0 of HueThreshold
+    EXPECT_EQ(ws.HueThreshold, 0);
+    EXPECT_EQ(ws.InitialDir, "C:");
+    EXPECT_EQ(ws.Spray.Comment, "");
+    EXPECT_EQ(ws.Spray.Sample_Position1, "");
+
+    EXPECT_EQ(s.GetSetting("Settings", "TemplateName", SettingKeys::TemplateName.defaultText), "<Default>");
+    EXPECT_EQ(s.readSingle("Settings", "TemplateSpaceV", SettingKeys::TemplateSpaceV.defaultText), 0.375f);
+    EXPECT_FALSE(QFileInfo::exists(path()));
+}
+
+TEST_F(SettingsFile, ExitWritesTheUnloadListInOrder)
+{
+    SettingsStore s = store();
+    Workspace ws;
+    ws.SpreadFactor = {1.5, 0.56, -0.0002};
+    ws.InitialDir = "/home/ann/cards/";
+    ws.HueThreshold = 25;
+    ws.Metric = false;
+    ASSERT_TRUE(SavePreferences(ws, s));
+    EXPECT_EQ(contents(path()),
+              "[Prefs]\n"
+              "DefaultRes=1200\n"
+              "SpreadFactor0=1.5\n"
+              "SpreadFactor1=0.56\n"
+              "SpreadFactor2=-0.0002\n"
+              "LogAnalysis=True\n"
+              "Append=False\n"
+              "LogSprayInfo=False\n"
+              "ShapeThreshold=100\n"
+              "HueThreshold=25\n"
+              "Metric=False\n"
+              "\n"
+              "[Settings]\n"
+              "InitialDir=/home/ann/cards/\n");
+
+    Workspace back;
+    LoadStartupSettings(back, s);
+    LoadPreferences(back, s);
+    EXPECT_EQ(back.SpreadFactor, ws.SpreadFactor);
+    EXPECT_EQ(back.InitialDir, ws.InitialDir);
+    EXPECT_EQ(back.HueThreshold, 25);
+    EXPECT_FALSE(back.Metric);
+}
+
+TEST_F(SettingsFile, SprayRecordRoundTripsButSamplerFieldsStartEachRunEmpty)
+{
+    SettingsStore s = store();
+    Workspace ws;
+    ws.Spray.AC_Type = "Air Tractor 802";
+    ws.Spray.Nozzle_Number = "48";
+    ws.Spray.Sample_Position1 = "-30";
+    ws.Spray.Sample_Interval = "2.5";
+    ws.Spray.Comment = "Wind 3 m/s, \"gusty\"; VMD ~ 250 µm, 2 L/ha²";
+    ASSERT_TRUE(SaveSprayInfo(ws, s));
+
+    const std::string file = contents(path());
+    EXPECT_LT(file.find("AC_Type="), file.find("Sampler_Type="));
+    EXPECT_LT(file.find("Sample_Interval="), file.find("Comment="));
+    EXPECT_NE(file.find("Comment=Wind 3 m/s, \"gusty\"; VMD ~ 250 µm, 2 L/ha²\n"), std::string::npos)
+        << "plain text stays hand-editable";
+
+    Workspace back;
+    back.Spray.Sample_Position1 = "7";
+    LoadSprayInfo(back, s);
+    EXPECT_EQ(back.Spray.AC_Type, ws.Spray.AC_Type);
+    EXPECT_EQ(back.Spray.Nozzle_Number, "48");
+    EXPECT_EQ(back.Spray.Comment, ws.Spray.Comment);
+    EXPECT_EQ(back.Spray.Sample_Position1, "");
+    EXPECT_EQ(back.Spray.Sample_Interval, "");
+    EXPECT_EQ(s.GetSetting("SprayInfo", "Sample_Position1", ""), "-30");
+    EXPECT_EQ(s.GetSetting("SprayInfo", "Sample_Position1", SettingKeys::CardPositionDefaultPosition1), "-30");
+}
+
+TEST_F(SettingsFile, EmptyAndBlankValuesReadBackEmptyNotAsDefault)
+{
+    SettingsStore s = store();
+    ASSERT_TRUE(s.SaveSetting("SprayInfo", "AC_Owner", ""));
+    ASSERT_TRUE(s.SaveSetting("SprayInfo", "AC_Speed", "    "));
+    ASSERT_TRUE(s.SaveSetting("SprayInfo", "AC_Height", "  120 ft "));
+    EXPECT_EQ(s.GetSetting("SprayInfo", "AC_Owner", "fallback"), "");
+    EXPECT_EQ(s.GetSetting("SprayInfo", "AC_Speed", "fallback"), "");
+    EXPECT_EQ(s.GetSetting("SprayInfo", "AC_Height", ""), "120 ft");
+    EXPECT_EQ(s.GetSetting("SprayInfo", "Missing", "  padded default "), "padded default");
+    // A saved empty value is a stored blank, not an absent key.
+    EXPECT_NE(contents(path()).find("AC_Owner=\" \"\n"), std::string::npos);
+}
+
+TEST_F(SettingsFile, AwkwardTextRoundTripsExactly)
+{
+    SettingsStore s = store();
+    const std::vector<std::string> values = {
+        "a, b, c",                 // a list separator to some INI readers
+        "\"quoted\"",              // starts and ends with a quote
+        "\"open",                  // starts with a quote only
+        "C:\\cards\\new\\",        // backslashes, as a Windows folder
+        "x=y; #z [s]",             // the INI syntax characters
+        "line one\r\nline two\tx", // control characters
+        "100% sure",               // one percent sign: no expansion
+        "µ² × ñ",
+    };
+    for (size_t i = 0; i < values.size(); ++i)
+        ASSERT_TRUE(s.SaveSetting("SprayInfo", "K" + std::to_string(i), values[i]));
+    for (size_t i = 0; i < values.size(); ++i)
+        EXPECT_EQ(s.GetSetting("SprayInfo", "K" + std::to_string(i), "?"), values[i]) << i;
+}
+
+TEST_F(SettingsFile, HandWrittenFileIsReadLeniently)
+{
+    // CR LF line ends, a byte-order mark, blanks around "=", other letter case, comments, and a
+    // Windows-1252 byte that is not UTF-8.
+    write(path(), "\xEF\xBB\xBF; written by hand\r\n[prefs]\r\n  defaultres = 600 \r\n"
+                  "SpreadFactor1=0.5\r\n# note\r\n[Settings]\r\nInitialDir=C:\\scans\r\n");
+    const SettingsStore s = store();
+    Workspace ws;
+    LoadPreferences(ws, s);
+    EXPECT_EQ(ws.DefaultRes, 600);
+    EXPECT_EQ(ws.SpreadFactor[1], 0.5);
+    EXPECT_EQ(ws.InitialDir, "C:\\scans");
+
+    write(path(), "[SprayInfo]\nComment=50 \xB5m\n");
+    EXPECT_EQ(store().GetSetting("SprayInfo", "Comment", ""), "50 µm");
+}
+
+TEST_F(SettingsFile, RewriteKeepsCommentsUnknownKeysAndPlaces)
+{
+    write(path(), "; my settings\n[Prefs]\nDefaultRes=600\nFuture=1\n\n[Other]\nx=1\n");
+    SettingsStore s = store();
+    ASSERT_TRUE(s.SaveSetting("Prefs", "defaultres", "300"));
+    ASSERT_TRUE(s.SaveSetting("Prefs", "Metric", "False"));
+    EXPECT_EQ(contents(path()), "; my settings\n[Prefs]\nDefaultRes=300\nFuture=1\nMetric=False\n\n[Other]\nx=1\n");
+}
+
+TEST_F(SettingsFile, NumbersUseTheLocaleSeparatorAndAlsoAcceptAPoint)
+{
+    SettingsStore german(path());
+    german.setLocale(QLocale(QLocale::German, QLocale::Germany));
+    ASSERT_TRUE(german.saveDouble("Prefs", "SpreadFactor1", 0.56));
+    ASSERT_TRUE(german.saveSingle("Settings", "TemplateSizeH", 1.75f));
+    EXPECT_EQ(german.GetSetting("Prefs", "SpreadFactor1", ""), "0,56");
+    EXPECT_EQ(german.readDouble("Prefs", "SpreadFactor1", "0"), 0.56);
+    EXPECT_EQ(german.readSingle("Settings", "TemplateSizeH", "0"), 1.75f);
+
+    ASSERT_TRUE(german.SaveSetting("Prefs", "SpreadFactor0", "0.25"));
+    EXPECT_EQ(german.readDouble("Prefs", "SpreadFactor0", "0"), 0.25);
+
+    // In a point locale a comma is no decimal separator: the key's default holds.
+    const SettingsStore plain = store();
+    EXPECT_EQ(plain.readDouble("Prefs", "SpreadFactor1", "0.56"), 0.56);
+    ASSERT_TRUE(german.SaveSetting("Prefs", "SpreadFactor1", "0,7"));
+    EXPECT_EQ(plain.readDouble("Prefs", "SpreadFactor1", "0.56"), 0.56);
+}
+
+TEST_F(SettingsFile, NumberTextIsTheShortestGeneralForm)
+{
+    const SettingsStore s = store();
+    EXPECT_EQ(s.numberText(0.56, 15), "0.56");
+    EXPECT_EQ(s.numberText(-0.2, 15), "-0.2");
+    EXPECT_EQ(s.numberText(1e-5, 15), "1E-05");
+    EXPECT_EQ(s.numberText(0.0001, 15), "0.0001");
+    EXPECT_EQ(s.numberText(1.0 / 3.0, 15), "0.333333333333333");
+    EXPECT_EQ(s.numberText(static_cast<double>(0.1f), 7), "0.1");
+    EXPECT_EQ(s.numberText(1200, 15), "1200");
+    EXPECT_EQ(s.numberText(-0.0, 15), "0");
+}
+
+TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
+{
+    write(path(), "[Prefs]\nDefaultRes=abc\nSpreadFactor1=0.5x\nShapeThreshold=300\nHueThreshold=-1\n"
+                  "LogAnalysis=maybe\nAppend=1\nMetric=0\nSpreadFactor2=inf\n");
+    const SettingsStore s = store();
+    Workspace ws;
+    ws.SpreadFactor[2] = 7;
+    LoadStartupSettings(ws, s);
+    LoadPreferences(ws, s);
+    EXPECT_EQ(ws.DefaultRes, 1200);
+    EXPECT_EQ(ws.SpreadFactor[1], 0.56);
+    EXPECT_EQ(ws.SpreadFactor[2], 0.0);
+    EXPECT_EQ(ws.ShapeThreshold, 100);
+    EXPECT_EQ(ws.HueThreshold, 0);
+    EXPECT_TRUE(ws.LogAnalysis);
+    EXPECT_TRUE(ws.Append) << "a number reads as a boolean, non-zero being true";
+    EXPECT_FALSE(ws.Metric);
+}
+
+TEST_F(SettingsFile, IntegerAndByteTextsRoundHalfToEven)
+{
+    write(path(), "[Prefs]\nDefaultRes=600.5\nShapeThreshold=254.5\nHueThreshold=255.5\n"
+                  "[Settings]\nTemplateNumH=2.5\nTemplateNumV=3.5\n");
+    const SettingsStore s = store();
+    EXPECT_EQ(s.readInteger("Prefs", "DefaultRes", "1200"), 600);
+    EXPECT_EQ(s.readByte("Prefs", "ShapeThreshold", "100"), 254);
+    EXPECT_EQ(s.readByte("Prefs", "HueThreshold", "0"), 0) << "256 does not fit a byte";
+    EXPECT_EQ(s.readInteger("Settings", "TemplateNumH", "3"), 2);
+    EXPECT_EQ(s.readInteger("Settings", "TemplateNumV", "3"), 4);
+}
+
+TEST_F(SettingsFile, TwoPercentSignsApartExpandFromTheEnvironment)
+{
+    ScopedEnv name("VELMARA_TEST_PILOT", "Kim");
+    SettingsStore s = store();
+    ASSERT_TRUE(s.SaveSetting("SprayInfo", "Comment", "by %VELMARA_TEST_PILOT% at 50%"));
+    EXPECT_EQ(s.GetSetting("SprayInfo", "Comment", ""), "by Kim at 50%");
+    // Stored as written; the expansion happens on reading.
+    EXPECT_NE(contents(path()).find("Comment=by %VELMARA_TEST_PILOT% at 50%"), std::string::npos);
+
+    EXPECT_EQ(SettingsStore::expandEnvironment("20% to 30%"), "20% to 30%");
+    EXPECT_EQ(SettingsStore::expandEnvironment("%VELMARA_TEST_PILOT%%VELMARA_TEST_PILOT%"), "KimKim");
+    EXPECT_EQ(SettingsStore::expandEnvironment("%%VELMARA_TEST_PILOT%"), "%Kim");
+    EXPECT_EQ(SettingsStore::expandEnvironment("a%%b"), "a%%b") << "adjacent signs are no reference";
+    EXPECT_EQ(SettingsStore::expandEnvironment("%x%VELMARA_TEST_PILOT%"), "%xKim")
+        << "an unknown name keeps its signs and the closing one opens the next reference";
+}
+
+TEST_F(SettingsFile, FailedWritesAreReportedOnceAndReadsFallBack)
+{
+    write(path("plain.txt"), "not a folder");
+    SettingsStore s(path("plain.txt") + "/sub/velmara.ini");
+    std::vector<std::string> reports;
+    s.setFailureHandler([&](const std::string &m) { reports.push_back(m); });
+    Workspace ws;
+    EXPECT_FALSE(SavePreferences(ws, s));
+    EXPECT_FALSE(SaveSprayInfo(ws, s));
+    EXPECT_TRUE(s.writeFailed());
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_NE(reports[0].find("velmara.ini"), std::string::npos);
+    EXPECT_EQ(s.GetSetting("Prefs", "DefaultRes", "1200"), "1200");
+}
+
+TEST_F(SettingsFile, AFileThatIsNotSettingsIsNeitherReadNorOverwritten)
+{
+    static const char raw[] = "[Prefs]\nDefaultRes=600\n\0\x01\x02";
+    const std::string binary(raw, sizeof raw - 1);
+    write(path(), binary);
+    SettingsStore s = store();
+    int reports = 0;
+    s.setFailureHandler([&](const std::string &) { ++reports; });
+    EXPECT_EQ(s.readInteger("Prefs", "DefaultRes", "1200"), 1200);
+    EXPECT_FALSE(s.SaveSetting("Prefs", "DefaultRes", "300"));
+    EXPECT_EQ(contents(path()), binary);
+    EXPECT_EQ(reports, 1);
+
+    write(path(), "This is a README.\nIt has no sections.\n");
+    EXPECT_EQ(store().GetSetting("Prefs", "Metric", "True"), "True");
+    EXPECT_FALSE(store().SaveSetting("Prefs", "Metric", "False"));
+}
+
+TEST_F(SettingsFile, LocationComesFromTheArgumentThenTheEnvironment)
+{
+    const QString fromEnv = path("env.ini");
+    ScopedEnv env("VELMARA_SETTINGS", fromEnv.toUtf8());
+    EXPECT_EQ(SettingsStore().filePath(), fromEnv);
+    EXPECT_EQ(SettingsStore(path("given.ini")).filePath(), path("given.ini"));
+
+    SettingsStore viaEnv;
+    ASSERT_TRUE(viaEnv.SaveSetting("Settings", "InitialDir", "/x/"));
+    EXPECT_NE(contents(fromEnv).find("InitialDir=/x/"), std::string::npos);
+    ASSERT_TRUE(SettingsStore(path("sub/dir/made.ini")).SaveSetting("Prefs", "Metric", "True"));
+    EXPECT_TRUE(QFileInfo::exists(path("sub/dir/made.ini")));
+}
+
+TEST_F(SettingsFile, TempDirEndsInASeparatorOrIsThePerUserDataFolder)
+{
+    EXPECT_EQ(ResolveTempDir("/data/cards"), "/data/cards/");
+    EXPECT_EQ(ResolveTempDir("/data/cards/"), "/data/cards/");
+    EXPECT_EQ(ResolveTempDir("D:\\cards\\"), "D:\\cards\\");
+
+    ScopedEnv data("XDG_DATA_HOME", mDir.filePath("data").toUtf8());
+    const std::string fallback = ResolveTempDir("");
+    EXPECT_EQ(fallback, mDir.filePath("data").toStdString() + "/Orvinek/Velmara/");
+    EXPECT_TRUE(QFileInfo(QString::fromStdString(fallback)).isDir());
+
+    ScopedEnv root("VELMARA_TEST_ROOT", mDir.path().toUtf8());
+    SettingsStore s = store();
+    ASSERT_TRUE(s.SaveSetting("Settings", "RootDir", "%VELMARA_TEST_ROOT%/tmp"));
+    Workspace ws;
+    LoadStartupSettings(ws, s);
+    EXPECT_EQ(ws.TempDir, mDir.path().toStdString() + "/tmp/");
+}
