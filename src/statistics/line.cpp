@@ -1,0 +1,110 @@
+#include "statistics/line.h"
+
+#include "statistics/range.h"
+#include "statistics/textvalue.h"
+
+#include <cmath>
+
+namespace velmara {
+
+namespace {
+
+CardStats LineStatsAt(const Workspace &ws, int i)
+{
+    return i >= 0 && static_cast<size_t>(i) < ws.LineStats.size() ? ws.LineStats[i] : CardStats{};
+}
+
+} // namespace
+
+void AssignCardPositions(Workspace &ws)
+{
+    const double first = TextToSingle(ws.Spray.Sample_Position1);
+    const double interval = TextToSingle(ws.Spray.Sample_Interval);
+    for (int i = 1; i <= ws.CardCount(); ++i)
+        ws.Card(i).Position = ToSingle(first + interval * (i - 1));
+}
+
+bool HasEqualPositions(const Workspace &ws)
+{
+    const int n = ws.CardCount();
+    for (int i = 1; i < n; ++i)
+        for (int j = i + 1; j <= n; ++j)
+            if (ws.Card(i).Position == ws.Card(j).Position)
+                return true;
+    return false;
+}
+
+void ResetLineStats(Workspace &ws)
+{
+    ws.LineStats.assign(static_cast<size_t>(ws.CardCount()) + 1, CardStats{});
+}
+
+void FillLineStats(Workspace &ws)
+{
+    const int n = ws.CardCount();
+    if (ws.LineStats.size() < static_cast<size_t>(n) + 1)
+        ws.LineStats.resize(static_cast<size_t>(n) + 1);
+    const bool ranged = RangeSelected(ws);
+    for (int i = 1; i <= n; ++i) {
+        if (!ws.Card(i).Scanned)
+            continue;
+        if (ranged) {
+            CalcSingleRange(ws, i);
+            ws.LineStats[i] = ws.CardRange.Stats;
+        } else {
+            ws.LineStats[i] = ws.Card(i).Stats;
+        }
+    }
+}
+
+void ComputeLineScales(Workspace &ws)
+{
+    const int n = ws.CardCount();
+    if (n < 1)
+        return;
+    ws.LineLeft = ws.LineRight = ws.Card(1).Position;
+    ws.LineMaxVmd = ws.MaxVmdOfCards;
+    ws.LineMaxDensity = ToSingle(LineStatsAt(ws, 1).DropDensity);
+    ws.LineMaxDeposit = ToSingle(LineStatsAt(ws, 1).VolumeDensity);
+    for (int i = 2; i <= n; ++i) {
+        const CardImage &card = ws.Card(i);
+        if (card.Position < ws.LineLeft)
+            ws.LineLeft = card.Position;
+        if (card.Position > ws.LineRight)
+            ws.LineRight = card.Position;
+        // The card's unrestricted figures, so that the scale does not shrink with a range.
+        if (ToSingle(card.Stats.DropDensity) > ws.LineMaxDensity)
+            ws.LineMaxDensity = ToSingle(card.Stats.DropDensity);
+        if (ToSingle(card.Stats.VolumeDensity) > ws.LineMaxDeposit)
+            ws.LineMaxDeposit = ToSingle(card.Stats.VolumeDensity);
+        const Single vmd = ToSingle(LineStatsAt(ws, i).Vmd);
+        if (vmd > ws.LineMaxVmd)
+            ws.LineMaxVmd = vmd;
+    }
+    if (ws.LineLeft > 0)
+        ws.LineLeft = 0;
+    if (ws.LineRight < 0)
+        ws.LineRight = 0;
+    ws.LineMaxVmd = ToSingle(ws.LineMaxVmd * 1.1);
+    ws.LineMaxDensity = ToSingle(ws.LineMaxDensity * 1.1);
+    ws.LineMaxDeposit =
+        ToSingle(static_cast<double>(ws.DepositFactor[ws.UnitIndex()]) * ws.LineMaxDeposit * 1.1);
+}
+
+double TickStep(Single max)
+{
+    if (!(max > 0))
+        return 1;
+    // log10 as the quotient of natural logarithms: for 1000 it falls just short of 3.
+    const double p = std::pow(10.0, std::floor(std::log(static_cast<double>(max)) / std::log(10.0)));
+    const double m = max / p;
+    if (m < 1.5)
+        return 0.25 * p;
+    if (m < 3)
+        return 0.5 * p;
+    if (m < 6)
+        return p;
+    return 2 * p;
+}
+
+} // namespace velmara

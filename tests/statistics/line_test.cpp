@@ -1,0 +1,143 @@
+#include "statistics/line.h"
+
+#include "statistics/range.h"
+#include "statistics/textvalue.h"
+
+#include "cardmaker.h"
+
+#include <gtest/gtest.h>
+
+using namespace velmara;
+using velmara::testing::AddCard;
+
+TEST(TickStep, StepsOfTheWorkedExamples)
+{
+    EXPECT_DOUBLE_EQ(TickStep(149), 25);
+    EXPECT_DOUBLE_EQ(TickStep(150), 50);
+    EXPECT_DOUBLE_EQ(TickStep(300), 100);
+    EXPECT_DOUBLE_EQ(TickStep(600), 200);
+    EXPECT_DOUBLE_EQ(TickStep(0.07f), 0.02);
+    // The quotient of logarithms falls just short of 3: p is 100 and m is 10.
+    EXPECT_DOUBLE_EQ(TickStep(1000), 200);
+    EXPECT_DOUBLE_EQ(TickStep(1), 0.25);
+}
+
+TEST(TickStep, NothingToLabelGivesOne)
+{
+    EXPECT_EQ(TickStep(0), 1);
+    EXPECT_EQ(TickStep(-3), 1);
+}
+
+TEST(TextToSingle, ReadsTypedNumbers)
+{
+    EXPECT_EQ(TextToSingle("10"), 10);
+    EXPECT_EQ(TextToSingle(" -50 "), -50);
+    EXPECT_EQ(TextToSingle("+2.5"), 2.5f);
+    EXPECT_EQ(TextToSingle("-.5"), -0.5f);
+    EXPECT_EQ(TextToSingle("3."), 3);
+    EXPECT_EQ(TextToSingle("1e3"), 1000);
+    EXPECT_EQ(TextToSingle("1D2"), 100);
+    EXPECT_EQ(TextToSingle("0.3"), 0.3f);
+    EXPECT_EQ(TextToSingle("1e-50"), 0);
+    EXPECT_EQ(TryTextToSingle("2.0"), 2.0f);
+}
+
+TEST(TextToSingle, RefusesWhatIsNotANumber)
+{
+    for (const char *text : {"", "  ", "abc", "1,5", "1.2.3", "10m", "inf", "nan", "0x10", ".",
+                             "-", "1e", "e5", "1e+"}) {
+        EXPECT_FALSE(TryTextToSingle(text).has_value()) << text;
+        try {
+            TextToSingle(text);
+            ADD_FAILURE() << text;
+        } catch (const Failure &f) {
+            EXPECT_STREQ(f.what(), kTypeMismatch) << text;
+        }
+    }
+    try {
+        TextToSingle("1e40");
+        ADD_FAILURE();
+    } catch (const Failure &f) {
+        EXPECT_STREQ(f.what(), kOverflow);
+    }
+}
+
+TEST(AssignCardPositions, FromTheTwoTexts)
+{
+    Workspace ws;
+    AddCard(ws, 1, {});
+    AddCard(ws, 1, {}, /*scanned=*/false);
+    AddCard(ws, 1, {});
+    ws.Spray.Sample_Position1 = "-50";
+    ws.Spray.Sample_Interval = "2.5";
+    AssignCardPositions(ws);
+    EXPECT_EQ(ws.Card(1).Position, -50);
+    EXPECT_EQ(ws.Card(2).Position, -47.5f);
+    EXPECT_EQ(ws.Card(3).Position, -45);
+    EXPECT_FALSE(HasEqualPositions(ws));
+
+    ws.Spray.Sample_Interval = "0";
+    AssignCardPositions(ws);
+    EXPECT_TRUE(HasEqualPositions(ws));
+
+    ws.Spray.Sample_Interval = "5 m";
+    ws.Card(2).Position = 7;
+    EXPECT_THROW(AssignCardPositions(ws), Failure);
+    EXPECT_EQ(ws.Card(2).Position, 7);
+}
+
+TEST(FillLineStats, OwnFiguresOrFiguresInsideTheRange)
+{
+    Workspace ws;
+    AddCard(ws, 1, {{10, 1, 100}, {20, 1, 200}, {30, 1, 700}});
+    AddCard(ws, 1, {{10, 2, 100}}, /*scanned=*/false);
+    AddCard(ws, 2, {{12, 1, 100}, {22, 3, 300}, {32, 1, 500}});
+    ws.Card(1).Stats.Vmd = 26;
+    ws.Card(3).Stats.Vmd = 27;
+    ws.CompositeCheck = true;
+    ws.CompositeAll.MinDiameter = 10;
+    ws.CompositeAll.MaxDiameter = 32;
+    ResetLineStats(ws);
+    ws.LineStats[2].Vmd = 99; // an unscanned card's entry stays as it is
+    FillLineStats(ws);
+    EXPECT_EQ(ws.LineStats[1].Vmd, 26);
+    EXPECT_EQ(ws.LineStats[2].Vmd, 99);
+    EXPECT_EQ(ws.LineStats[3].Vmd, 27);
+    EXPECT_DOUBLE_EQ(ws.LineStats[3].DropDensity, 2.5);
+
+    ws.RangeLow = 15;
+    FillLineStats(ws);
+    EXPECT_DOUBLE_EQ(ws.LineStats[1].DropDensity, 2);
+    EXPECT_DOUBLE_EQ(ws.LineStats[3].DropDensity, 2);
+    EXPECT_DOUBLE_EQ(ws.LineStats[3].VolumeDensity, 1400.0 / 1000000 / 2);
+    EXPECT_EQ(ws.LineStats[2].Vmd, 99);
+    EXPECT_EQ(ws.CardRange.AreaCm2, 2); // the last scanned card
+}
+
+TEST(ComputeLineScales, ZeroStaysOnTheLineAndRangesDoNotShrinkTheScale)
+{
+    Workspace ws;
+    AddCard(ws, 1, {{10, 4, 100}});
+    AddCard(ws, 1, {{10, 8, 100}});
+    AddCard(ws, 1, {{10, 2, 100}});
+    ws.Spray.Sample_Position1 = "10";
+    ws.Spray.Sample_Interval = "5";
+    AssignCardPositions(ws);
+    ws.MaxVmdOfCards = 40;
+    // Values inside a range, smaller than the cards' own.
+    ws.LineStats = {{}, {30, 1, 0.5}, {50, 1, 0.25}, {20, 1, 0.5}};
+    ComputeLineScales(ws);
+    EXPECT_EQ(ws.LineLeft, 0);
+    EXPECT_EQ(ws.LineRight, 20);
+    EXPECT_EQ(ws.LineMaxVmd, ToSingle(50 * 1.1));
+    EXPECT_EQ(ws.LineMaxDensity, ToSingle(8 * 1.1)); // card 2's own density
+    EXPECT_EQ(ws.LineMaxDeposit, ToSingle(0.1f * 0.5 * 1.1));
+
+    ws.Spray.Sample_Position1 = "-30";
+    AssignCardPositions(ws);
+    ws.Metric = false;
+    ComputeLineScales(ws);
+    EXPECT_EQ(ws.LineLeft, -30);
+    EXPECT_EQ(ws.LineRight, 0);
+    EXPECT_EQ(ws.LineMaxDeposit, ToSingle(1.368f * 0.5 * 1.1));
+}

@@ -1,0 +1,224 @@
+#include "statistics/swath.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
+using namespace velmara;
+
+namespace {
+
+// A line whose deposit (set 1) takes these values and whose drop density (set 2) is ten times
+// them; the cards themselves need no table.
+Workspace Line(std::initializer_list<double> deposits, const char *position1 = "0",
+               const char *interval = "1")
+{
+    Workspace ws;
+    ws.Spray.Sample_Position1 = position1;
+    ws.Spray.Sample_Interval = interval;
+    ws.LineStats.resize(1);
+    for (double d : deposits) {
+        ws.AppendCard();
+        ws.LineStats.push_back(CardStats{0, d * 10, d});
+    }
+    return ws;
+}
+
+SwathSet WithCovs(std::initializer_list<Single> covs)
+{
+    SwathSet s;
+    s.Stats.resize(1);
+    for (Single c : covs)
+        s.Stats.push_back(SwathStat{c, 0, 0, 0});
+    return s;
+}
+
+} // namespace
+
+TEST(BuildSwathTables, OneZeroZeroOneLine)
+{
+    Workspace ws = Line({1, 0, 0, 1});
+    BuildSwathTables(ws);
+    const SwathSet &set = ws.SwathSets[1];
+    ASSERT_EQ(set.Stats.size(), 4u);
+    EXPECT_EQ(set.Stats[1].Mean, 2);
+    EXPECT_EQ(set.Stats[1].Cov, 0);
+    EXPECT_EQ(set.Stats[2].Mean, 1);
+    EXPECT_EQ(set.Stats[2].Cov, 0);
+    EXPECT_FLOAT_EQ(set.Stats[3].Mean, 2.0f / 3);
+    EXPECT_NEAR(set.Stats[3].Cov, 1.7320508, 1e-6);
+    EXPECT_EQ(set.Stats[3].Max, 2);
+    EXPECT_EQ(set.Stats[3].Min, 0);
+    EXPECT_EQ(set.MaxCov, set.Stats[3].Cov);
+    EXPECT_EQ(set.Width, 2);
+    // Set 2 reads the drop density and is chosen on its own.
+    EXPECT_EQ(ws.SwathSets[2].Stats[1].Mean, 20);
+    EXPECT_EQ(ws.SwathSets[2].Width, 2);
+}
+
+TEST(BuildSwathTables, UniformLineIsEvenOnlyAtWidthsThatDivideIt)
+{
+    Workspace ws = Line({1, 1, 1, 1, 1, 1});
+    BuildSwathTables(ws);
+    const SwathSet &set = ws.SwathSets[1];
+    EXPECT_EQ(set.Stats[2].Cov, 0);
+    EXPECT_EQ(set.Stats[3].Cov, 0);
+    EXPECT_GT(set.Stats[4].Cov, 0);
+    EXPECT_GT(set.Stats[5].Cov, 0);
+    EXPECT_EQ(set.Stats[4].Max, 2);
+    EXPECT_EQ(set.Stats[4].Min, 1);
+    EXPECT_FLOAT_EQ(set.Stats[4].Mean, 1.5f);
+}
+
+TEST(BuildSwathTables, AllZeroLine)
+{
+    Workspace ws = Line({0, 0, 0, 0, 0});
+    BuildSwathTables(ws);
+    for (Long w = 1; w <= 4; ++w) {
+        const SwathStat &s = ws.SwathSets[1].Stats[w];
+        EXPECT_EQ(s.Mean, 0);
+        EXPECT_EQ(s.Cov, 0);
+        EXPECT_EQ(s.Max, 0);
+        EXPECT_EQ(s.Min, 0);
+    }
+    EXPECT_EQ(ws.SwathSets[1].Width, 4);
+}
+
+TEST(BuildSwathTables, FirstIsTheTruncatedQuotient)
+{
+    Workspace ws = Line({1, 2, 3}, "-50", "10");
+    BuildSwathTables(ws);
+    EXPECT_EQ(ws.SwathSets[1].First(), -5);
+    EXPECT_EQ(ws.SwathSets[1].Deposit.Upper(), -3);
+    EXPECT_EQ(ws.SwathSets[1].Deposit[-5], 1);
+    EXPECT_EQ(ws.SwathSets[2].Deposit[-3], 30);
+
+    ws.Spray.Sample_Position1 = "-45";
+    EXPECT_EQ(SwathFirst(ws), -4);
+    ws.Spray.Sample_Position1 = "45";
+    EXPECT_EQ(SwathFirst(ws), 4);
+}
+
+TEST(BuildSwathTables, BadTextsFailAsTheQuotientDoes)
+{
+    Workspace ws = Line({1, 2, 3}, "-50", "0");
+    try {
+        BuildSwathTables(ws);
+        FAIL();
+    } catch (const Failure &f) {
+        EXPECT_STREQ(f.what(), kDivisionByZero);
+    }
+    ws.Spray.Sample_Position1 = "0";
+    try {
+        SwathFirst(ws);
+        FAIL();
+    } catch (const Failure &f) {
+        EXPECT_STREQ(f.what(), kOverflow);
+    }
+    ws.Spray.Sample_Interval = "ten";
+    try {
+        SwathFirst(ws);
+        FAIL();
+    } catch (const Failure &f) {
+        EXPECT_STREQ(f.what(), kTypeMismatch);
+    }
+    EXPECT_TRUE(ws.SwathSets[1].Deposit.Empty());
+}
+
+TEST(BuildSwathTables, ChosenWidthIsKeptOnRebuild)
+{
+    Workspace ws = Line({1, 0, 0, 1});
+    BuildSwathTables(ws);
+    ws.SwathSets[1].Width = 3;
+    ws.LineStats[2].VolumeDensity = 5;
+    BuildSwathTables(ws);
+    EXPECT_EQ(ws.SwathSets[1].Width, 3);
+    EXPECT_EQ(ws.SwathSets[1].Deposit[1], 5);
+}
+
+TEST(ChooseSwathWidth, WidestStepDownToThirtyPercent)
+{
+    // Wide to narrow: 3 -> 2 is the first step from above 0.3 to at or below it.
+    EXPECT_EQ(ChooseSwathWidth(WithCovs({0, 0.1f, 0.25f, 0.5f, 0.2f, 0.6f}), 7), 5);
+    EXPECT_EQ(ChooseSwathWidth(WithCovs({0, 0.1f, 0.25f, 0.5f, 0.6f}), 6), 3);
+    // No step: the widest width.
+    EXPECT_EQ(ChooseSwathWidth(WithCovs({0, 0.1f, 0.2f, 0.25f}), 5), 4);
+    EXPECT_EQ(ChooseSwathWidth(WithCovs({0.4f, 0.5f, 0.6f}), 4), 3);
+    // The Single nearest 0.3 counts as at or below; its neighbour above does not.
+    EXPECT_EQ(ChooseSwathWidth(WithCovs({0, 0.3f, 0.9f}), 4), 2);
+    EXPECT_EQ(ChooseSwathWidth(WithCovs({0, 0.30000004f, 0.9f}), 4), 1);
+    EXPECT_EQ(ChooseSwathWidth(WithCovs({0, 0.1f, 0.3f}), 4), 3);
+}
+
+TEST(SampleStdDev, SmallCases)
+{
+    EXPECT_EQ(SampleStdDev({0}), 0);
+    EXPECT_EQ(SampleStdDev({0, 5}), 0);
+    EXPECT_FLOAT_EQ(SampleStdDev({0, 2, 4, 4, 4, 5, 5, 7, 9}), 2.13808994f);
+    EXPECT_EQ(SampleStdDev({99, 3, 3, 3}), 0); // element 0 is not a value
+}
+
+TEST(BuildOverlapProfile, PassesRoundWithPointFourNineNineNineNine)
+{
+    Workspace ten = Line({1, 1, 1, 1, 1, 1, 1, 1, 1, 1}, "-50", "10");
+    BuildSwathTables(ten);
+    ten.SwathSets[1].Width = 3;
+    BuildOverlapProfile(ten, 1);
+    EXPECT_EQ(ten.SwathSets[1].Passes, 5);
+    EXPECT_EQ(ten.SwathSets[1].Profile.Lower, -5);
+    EXPECT_EQ(ten.SwathSets[1].Profile.Upper(), 17); // 3 * 5 + (10 - 5 - 3)
+
+    auto passesAtWidth3 = [](int cards) {
+        Workspace ws = Line({}, "0", "1");
+        for (int i = 0; i < cards; ++i) {
+            ws.AppendCard();
+            ws.LineStats.push_back(CardStats{0, 1, 1});
+        }
+        BuildSwathTables(ws);
+        ws.SwathSets[1].Width = 3;
+        BuildOverlapProfile(ws, 1);
+        return ws.SwathSets[1].Passes;
+    };
+    EXPECT_EQ(passesAtWidth3(41), 14); // 40 / 3 + 0.49999 = 13.83332
+    EXPECT_EQ(passesAtWidth3(22), 7);  // 7.49999, where 0.5 would round 7.5 up to 8
+}
+
+TEST(BuildOverlapProfile, PassesAddTheLineMovedOnByTheWidth)
+{
+    Workspace ws = Line({1, 0, 0, 1});
+    BuildSwathTables(ws);
+    ASSERT_EQ(ws.SwathSets[1].Width, 2);
+    BuildOverlapProfile(ws, 1);
+    const SwathSet &set = ws.SwathSets[1];
+    EXPECT_EQ(set.Passes, 5);
+    EXPECT_EQ(set.Profile.Items, (std::vector<Single>{1, 0, 1, 1, 1, 1, 1, 1, 1, 1, 0, 1, 0}));
+    EXPECT_EQ(set.ProfileMax, 1);
+
+    // A First far below zero: the upper end is clamped at Width times Passes.
+    Workspace low = Line({1, 2}, "-100", "10");
+    BuildSwathTables(low);
+    BuildOverlapProfile(low, 2);
+    EXPECT_EQ(low.SwathSets[2].Profile.Lower, -10);
+    EXPECT_EQ(low.SwathSets[2].Profile.Upper(), 5);
+    EXPECT_EQ(low.SwathSets[2].Profile[-10], 10);
+    EXPECT_EQ(low.SwathSets[2].Profile[-9], 30);
+    EXPECT_EQ(low.SwathSets[2].Profile[-5], 20);
+    EXPECT_EQ(low.SwathSets[2].Profile[-4], 0);
+    EXPECT_EQ(low.SwathSets[2].ProfileMax, 30);
+}
+
+TEST(SwathRateFactor, ScalesTheIntervalTimesWidthToTheFlownSwath)
+{
+    Workspace ws = Line({1, 0, 0, 1}, "0", "10");
+    BuildSwathTables(ws);
+    EXPECT_EQ(SwathRateFactor(ws, 1), 1); // AC_Swath empty
+    ws.Spray.AC_Swath = "30";
+    EXPECT_FLOAT_EQ(SwathRateFactor(ws, 1), 20.0f / 30);
+    EXPECT_EQ(RateFactorForWidth(ws, 3), 1);
+    ws.Spray.AC_Swath = "0";
+    EXPECT_EQ(RateFactorForWidth(ws, 3), 1);
+    ws.Spray.AC_Swath = "-5";
+    EXPECT_EQ(RateFactorForWidth(ws, 3), 1);
+    ws.Spray.AC_Swath = "wide";
+    EXPECT_THROW(RateFactorForWidth(ws, 3), Failure);
+}
