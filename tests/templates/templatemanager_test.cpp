@@ -1,0 +1,395 @@
+#include "templates/templatemanager.h"
+
+#include "testdir.h"
+
+#include <deque>
+#include <filesystem>
+#include <gtest/gtest.h>
+
+using namespace velmara;
+using velmara::test::ReadBytes;
+using velmara::test::TestDir;
+using velmara::test::WriteBytes;
+
+namespace {
+
+// Answers the boxes from scripts and records what was asked.
+class ScriptedHost : public TemplateManagerHost
+{
+public:
+    std::deque<std::string> texts;
+    std::deque<bool> answers;
+    std::vector<std::string> messages;
+    std::vector<std::string> questions;
+    std::vector<std::string> defaults; // default text of each input box
+
+    void showMessage(const std::string &text) override { messages.push_back(text); }
+    bool askYesNo(const std::string &text) override
+    {
+        questions.push_back(text);
+        EXPECT_FALSE(answers.empty()) << "unexpected question: " << text;
+        if (answers.empty())
+            return false;
+        const bool a = answers.front();
+        answers.pop_front();
+        return a;
+    }
+    std::string askText(const std::string &prompt, const std::string &defaultText) override
+    {
+        EXPECT_EQ(prompt, "Please enter a name for this template:");
+        defaults.push_back(defaultText);
+        if (texts.empty())
+            return {};
+        std::string t = texts.front();
+        texts.pop_front();
+        return t;
+    }
+};
+
+CardTemplate Current(const std::string &name)
+{
+    CardTemplate t = DefaultTemplate();
+    t.Name = name;
+    return t;
+}
+
+struct Fixture
+{
+    TestDir dir;
+    ScriptedHost host;
+    std::string file() const { return dir.file("templates.dat"); }
+    TemplateManager open(const std::string &name, const std::string &fileBytes = {})
+    {
+        if (!fileBytes.empty())
+            WriteBytes(file(), fileBytes);
+        TemplateManager m(dir.dir(), host);
+        m.open(Current(name));
+        return m;
+    }
+};
+
+std::vector<std::string> Names(const TemplateManager &m)
+{
+    std::vector<std::string> names;
+    for (const auto &t : m.templates())
+        names.push_back(t.Name);
+    return names;
+}
+
+} // namespace
+
+TEST(TemplateManagerOpen, NoFileShowsTheBuiltInAndAcceptGivesNoName)
+{
+    Fixture f;
+    TemplateManager m = f.open("<Default>");
+    EXPECT_EQ(Names(m), (std::vector<std::string>{"<Default>"}));
+    EXPECT_EQ(m.selectedIndex(), 0);
+    EXPECT_EQ(m.box(TemplateBox::HNum).Text, "3");
+    EXPECT_EQ(m.box(TemplateBox::HSize).Text, "1.75");
+    EXPECT_EQ(m.box(TemplateBox::HSpace).Text, "0.25");
+    EXPECT_EQ(m.box(TemplateBox::VSize).Text, "2.75");
+    EXPECT_EQ(m.box(TemplateBox::VSpace).Text, "0.375");
+    EXPECT_EQ(m.box(TemplateBox::VSpace).Value, 375);
+    EXPECT_FALSE(m.saveVisible());
+    const CardTemplate out = m.accept();
+    EXPECT_EQ(out.Name, "<No Name>");
+    EXPECT_TRUE(out.SameDimensions(DefaultTemplate()));
+
+    // The next opening does not find "<No Name>": it stands in memory, selected, unwritten.
+    TemplateManager again = f.open(out.Name);
+    EXPECT_EQ(Names(again), (std::vector<std::string>{"<Default>", "<No Name>"}));
+    EXPECT_EQ(again.selectedIndex(), 1);
+    EXPECT_FALSE(std::filesystem::exists(f.file()));
+    EXPECT_EQ(again.accept().Name, "<No Name>");
+}
+
+TEST(TemplateManagerOpen, FirstExactNameFromTheBuiltInUp)
+{
+    Fixture f;
+    const std::string file = "\"Field A\",2,1,0.5,2,1,0.5\r\n\"<Default>\",1,1,1,1,1,1\r\n"
+                             "\"Field A\",4,1,0.5,4,1,0.5\r\n";
+    EXPECT_EQ(f.open("Field A", file).selectedIndex(), 1);
+    EXPECT_EQ(f.open("<Default>").selectedIndex(), 0);
+    TemplateManager lower = f.open("field a");
+    EXPECT_EQ(lower.templates().size(), 5u); // not found: appended in memory
+    EXPECT_EQ(lower.selectedIndex(), 4);
+    EXPECT_TRUE(f.host.messages.empty());
+}
+
+TEST(TemplateManagerOpen, CorruptFileTellsTheLinesOnce)
+{
+    Fixture f;
+    TemplateManager m = f.open("A", "\"A\",1,1,1,1,1,1\r\nrubbish\r\n\"B\",0,1,1,1,1,1\r\n");
+    ASSERT_EQ(f.host.messages.size(), 1u);
+    EXPECT_NE(f.host.messages[0].find("Lines 2 and 3 of"), std::string::npos);
+    EXPECT_EQ(Names(m), (std::vector<std::string>{"<Default>", "A"}));
+}
+
+TEST(TemplateManagerBoxes, ArrowsStepAndStopAtTheEnds)
+{
+    Fixture f;
+    TemplateManager m = f.open("<Default>");
+    m.setSpinner(TemplateBox::HSize, 8300);
+    m.stepUp(TemplateBox::HSize);
+    EXPECT_EQ(m.box(TemplateBox::HSize).Value, 8500);
+    EXPECT_EQ(m.box(TemplateBox::HSize).Text, "8.5");
+    m.stepDown(TemplateBox::HSize);
+    EXPECT_EQ(m.box(TemplateBox::HSize).Value, 8250);
+    m.setSpinner(TemplateBox::HSpace, 300);
+    m.stepDown(TemplateBox::HSpace); // 300 - 250 = 50 reaches the minimum
+    EXPECT_EQ(m.box(TemplateBox::HSpace).Value, 50);
+    EXPECT_EQ(m.box(TemplateBox::HSpace).Text, "0.05");
+    m.stepUp(TemplateBox::HSpace);
+    EXPECT_EQ(m.box(TemplateBox::HSpace).Value, 300);
+    m.setSpinner(TemplateBox::VNum, 5);
+    m.stepUp(TemplateBox::VNum);
+    EXPECT_EQ(m.box(TemplateBox::VNum).Value, 5);
+    m.stepDown(TemplateBox::VNum);
+    EXPECT_EQ(m.box(TemplateBox::VNum).Text, "4");
+    EXPECT_TRUE(m.saveVisible());
+}
+
+TEST(TemplateManagerBoxes, LeaveRulesReplaceOrTake)
+{
+    Fixture f;
+    TemplateManager m = f.open("<Default>");
+    m.editText(TemplateBox::HSize, "abc");
+    EXPECT_TRUE(m.saveVisible());
+    m.leaveBox(TemplateBox::HSize);
+    EXPECT_EQ(m.box(TemplateBox::HSize).Text, "1.75");
+
+    m.editText(TemplateBox::HSize, "8.5004"); // 8500.4 thousandths: above the maximum
+    m.leaveBox(TemplateBox::HSize);
+    EXPECT_EQ(m.box(TemplateBox::HSize).Text, "1.75");
+    m.editText(TemplateBox::HSize, "0.0499");
+    m.leaveBox(TemplateBox::HSize);
+    EXPECT_EQ(m.box(TemplateBox::HSize).Text, "1.75");
+
+    m.editText(TemplateBox::HSize, "1.2345"); // 1234.5 goes to 1234, half to even
+    m.leaveBox(TemplateBox::HSize);
+    EXPECT_EQ(m.box(TemplateBox::HSize).Value, 1234);
+    EXPECT_EQ(m.box(TemplateBox::HSize).Text, "1.234");
+
+    // A text that leaves the spinner where it was stays as typed, and Accept takes it.
+    m.editText(TemplateBox::HSize, "1.2341");
+    m.leaveBox(TemplateBox::HSize);
+    EXPECT_EQ(m.box(TemplateBox::HSize).Text, "1.2341");
+    EXPECT_EQ(m.accept().SizeH, 1.2341f);
+
+    m.editText(TemplateBox::HNum, "6");
+    m.leaveBox(TemplateBox::HNum);
+    EXPECT_EQ(m.box(TemplateBox::HNum).Text, "3");
+    m.editText(TemplateBox::HNum, " 2 ");
+    m.leaveBox(TemplateBox::HNum);
+    EXPECT_EQ(m.box(TemplateBox::HNum).Value, 2);
+    EXPECT_EQ(m.box(TemplateBox::HNum).Text, "2");
+}
+
+TEST(TemplateManagerBoxes, SingleCardAcrossDisablesTheGapAndKeepsIt)
+{
+    Fixture f;
+    TemplateManager m = f.open("<Default>");
+    EXPECT_TRUE(m.box(TemplateBox::HSpace).Enabled);
+    m.setSpinner(TemplateBox::HNum, 1);
+    EXPECT_FALSE(m.box(TemplateBox::HSpace).Enabled);
+    EXPECT_TRUE(m.box(TemplateBox::VSpace).Enabled);
+    EXPECT_EQ(m.box(TemplateBox::HSpace).Value, 250);
+    EXPECT_EQ(m.layout().TotalWidth, 1.75f); // the gap plays no part
+    m.setSpinner(TemplateBox::HNum, 2);
+    EXPECT_TRUE(m.box(TemplateBox::HSpace).Enabled);
+    EXPECT_EQ(m.layout().TotalWidth, 3.75f);
+}
+
+TEST(TemplateManagerBoxes, StoredSingleColumnOpensWithTheGapDisabled)
+{
+    Fixture f;
+    TemplateManager m = f.open("One", "\"One\",1,2,0.5,1,2,0.5\r\n");
+    EXPECT_FALSE(m.box(TemplateBox::HSpace).Enabled);
+    EXPECT_FALSE(m.box(TemplateBox::VSpace).Enabled);
+    m.select(0);
+    EXPECT_TRUE(m.box(TemplateBox::HSpace).Enabled);
+}
+
+TEST(TemplateManagerSave, SixteenCharactersTakenSeventeenAskedAgain)
+{
+    Fixture f;
+    TemplateManager m = f.open("<Default>");
+    m.setSpinner(TemplateBox::HNum, 2);
+    f.host.texts = {"12345678901234567", "1234567890123456"};
+    m.save();
+    EXPECT_TRUE(f.host.messages.empty());
+    EXPECT_EQ(f.host.defaults, (std::vector<std::string>{"", "12345678901234567"}));
+    EXPECT_EQ(Names(m).back(), "1234567890123456");
+    EXPECT_EQ(m.selectedIndex(), 1);
+    EXPECT_FALSE(m.saveVisible());
+    EXPECT_EQ(ReadBytes(f.file()), "\"1234567890123456\",2,1.75,0.25,3,2.75,0.375\r\n");
+}
+
+TEST(TemplateManagerSave, NameMatchesIgnoringCaseAndBlanks)
+{
+    Fixture f;
+    TemplateManager m = f.open("Field A", "\"Field A\",2,1,0.5,2,1,0.5\r\n\"Other\",1,1,1,1,1,1\r\n");
+    m.setSpinner(TemplateBox::VNum, 5);
+    f.host.texts = {"  field a ", " FIELD A"};
+    f.host.answers = {false, true};
+    m.save();
+    EXPECT_EQ(f.host.questions, (std::vector<std::string>{"Overwrite template 'Field A'?",
+                                                          "Overwrite template 'Field A'?"}));
+    EXPECT_EQ(f.host.defaults, (std::vector<std::string>{"", "  field a "}));
+    EXPECT_EQ(Names(m), (std::vector<std::string>{"<Default>", "FIELD A", "Other"}));
+    EXPECT_EQ(m.selectedIndex(), 1);
+    EXPECT_EQ(ReadBytes(f.file()), "\"FIELD A\",2,1,0.5,5,1,0.5\r\n\"Other\",1,1,1,1,1,1\r\n");
+}
+
+TEST(TemplateManagerSave, EmptyAnswerStopsAndBlanksAloneAreRefused)
+{
+    Fixture f;
+    TemplateManager m = f.open("<Default>");
+    m.setSpinner(TemplateBox::HNum, 2);
+    f.host.texts = {"   ", ""};
+    m.save();
+    EXPECT_EQ(f.host.defaults.size(), 2u);
+    EXPECT_EQ(m.templates().size(), 1u);
+    EXPECT_FALSE(std::filesystem::exists(f.file()));
+    EXPECT_TRUE(m.saveVisible());
+}
+
+TEST(TemplateManagerSave, SameDimensionsSelectsTheMatchAndWritesNothing)
+{
+    Fixture f;
+    const std::string file = "\"A\",3,1.75,0.25,3,2.75,0.375\r\n\"B\",2,1,0.5,2,1,0.5\r\n";
+    TemplateManager m = f.open("B", file);
+    m.editText(TemplateBox::HNum, "3");
+    m.leaveBox(TemplateBox::HNum);
+    m.setSpinner(TemplateBox::HSize, 1750);
+    m.setSpinner(TemplateBox::HSpace, 250);
+    m.setSpinner(TemplateBox::VNum, 3);
+    m.setSpinner(TemplateBox::VSize, 2750);
+    m.setSpinner(TemplateBox::VSpace, 375);
+    ASSERT_TRUE(m.saveVisible());
+    m.save();
+    EXPECT_EQ(f.host.messages,
+              (std::vector<std::string>{
+                  "Template 'A' has the same dimensions as the one you're saving."}));
+    EXPECT_TRUE(f.host.defaults.empty()); // no input box
+    EXPECT_EQ(m.selectedIndex(), 1);
+    EXPECT_FALSE(m.saveVisible());
+    EXPECT_EQ(ReadBytes(f.file()), file);
+}
+
+TEST(TemplateManagerSave, BuiltInIsOutsideBothSearches)
+{
+    Fixture f;
+    TemplateManager m = f.open("<Default>");
+    f.host.texts = {"<Default>"};
+    m.save(); // the built-in's own dimensions, under its own name
+    EXPECT_TRUE(f.host.messages.empty());
+    EXPECT_TRUE(f.host.questions.empty());
+    EXPECT_EQ(ReadBytes(f.file()), "\"<Default>\",3,1.75,0.25,3,2.75,0.375\r\n");
+    // The built-in is still the one found first.
+    EXPECT_EQ(f.open("<Default>").selectedIndex(), 0);
+}
+
+TEST(TemplateManagerDelete, AsksAndMovesTheSelection)
+{
+    Fixture f;
+    TemplateManager m = f.open("C", "\"A\",1,1,1,1,1,1\r\n\"B\",2,2,2,2,2,2\r\n\"C\",3,3,3,3,3,3\r\n");
+    f.host.answers = {false};
+    m.deleteSelected();
+    EXPECT_EQ(m.templates().size(), 4u);
+    f.host.answers = {true};
+    m.deleteSelected(); // C was last: the selection goes to the new last line
+    EXPECT_EQ(f.host.questions.back(), "Are you sure you want to delete this template?");
+    EXPECT_EQ(Names(m), (std::vector<std::string>{"<Default>", "A", "B"}));
+    EXPECT_EQ(m.selectedIndex(), 2);
+    EXPECT_EQ(m.box(TemplateBox::HNum).Text, "2");
+    m.select(1);
+    f.host.answers = {true};
+    m.deleteSelected(); // stays at index 1, now B
+    EXPECT_EQ(m.selectedIndex(), 1);
+    EXPECT_EQ(ReadBytes(f.file()), "\"B\",2,2,2,2,2,2\r\n");
+    f.host.answers = {true};
+    m.deleteSelected();
+    EXPECT_FALSE(std::filesystem::exists(f.file()));
+    EXPECT_EQ(m.selectedIndex(), 0);
+    const size_t asked = f.host.questions.size();
+    m.deleteSelected(); // the built-in: nothing, not even the question
+    EXPECT_EQ(f.host.questions.size(), asked);
+    EXPECT_EQ(f.open("<Default>").templates().size(), 1u);
+}
+
+TEST(TemplateManagerDrawing, DefaultSheetIsHighAndToScale)
+{
+    Fixture f;
+    TemplateManager m = f.open("<Default>");
+    const TemplateLayout &L = m.layout();
+    ASSERT_TRUE(L.Drawn);
+    EXPECT_EQ(L.TotalWidth, 5.75f);
+    EXPECT_EQ(L.TotalHeight, 9.0f);
+    EXPECT_EQ(L.Sheet.Height, 440);
+    EXPECT_EQ(L.Sheet.Width, 282); // 5.75 / 9 x 438 + 2 = 281.83
+    EXPECT_EQ(L.CardWidthPx, 85);  // 1.75 / 5.75 x 280
+    EXPECT_EQ(L.CardHeightPx, 134);
+    EXPECT_EQ(L.GapHPx, 12);
+    EXPECT_EQ(L.GapVPx, 18);
+    ASSERT_EQ(L.Cards.size(), 9u);
+    EXPECT_EQ(L.Cards[0].Left, L.Sheet.Left);
+    EXPECT_EQ(L.Cards[1].Left - L.Sheet.Left, 97); // 280 x 2 / 5.75 = 97.39
+    EXPECT_EQ(L.Cards[3].Top - L.Sheet.Top, 152);  // 438 x 3.125 / 9 = 152.08
+    EXPECT_EQ(L.Cards[8].Left, L.Cards[2].Left);
+    EXPECT_EQ(L.HSize.Text, " 5.75\" ");
+    EXPECT_EQ(L.HSize.Y, L.Sheet.Bottom() + 7);
+    EXPECT_EQ(L.VSize.Text, "9.0\"");
+    EXPECT_EQ(L.VSize.X, L.Sheet.Right() + 5);
+}
+
+TEST(TemplateManagerDrawing, RatioOfLetterPaperTakesTheHeightBranch)
+{
+    Fixture f;
+    // 8.5 across by 5 + 1 + 5 = 11 down: exactly 11 to 8.5.
+    TemplateManager m = f.open("Letter", "\"Letter\",1,8.5,1,2,5,1\r\n\"Wider\",1,8.5,1,2,4.999,1\r\n");
+    EXPECT_EQ(m.layout().Sheet.Height, 440);
+    EXPECT_EQ(m.layout().Sheet.Width, 340); // 8.5 / 11 x 438 + 2 = 340.45
+    m.select(2);
+    EXPECT_EQ(m.layout().Sheet.Width, 340);
+    EXPECT_EQ(m.layout().Sheet.Height, 439); // 10.998 / 8.5 x 338 + 2 = 439.3
+    EXPECT_EQ(m.layout().VSize.Text, "10.998\"");
+}
+
+TEST(TemplateManagerDrawing, DimensionMarksFollowTheField)
+{
+    Fixture f;
+    TemplateManager m = f.open("<Default>");
+    m.setLeaderAnchors({{{10, 500}, {60, 500}, {400, 100}, {400, 150}}});
+    const PixelRect sheet = m.layout().Sheet;
+    const PixelRect card = m.layout().Cards[0];
+    ASSERT_EQ(m.marks().Brackets.size(), 6u); // the two sheet brackets with their ticks
+    EXPECT_FALSE(m.marks().HasLeader);
+    const PixelLine right = m.marks().Brackets[0];
+    EXPECT_EQ(right.X1, sheet.Right() + 10);
+    EXPECT_EQ(right.Y2 - right.Y1, sheet.Height);
+    EXPECT_EQ(m.marks().Brackets[1].X2, sheet.Right() + 7); // a 3-pixel tick towards the sheet
+
+    m.focusBox(TemplateBox::HSize);
+    ASSERT_EQ(m.marks().Brackets.size(), 9u);
+    const PixelLine above = m.marks().Brackets[6];
+    EXPECT_EQ(above.Y1, card.Top - 10);
+    EXPECT_EQ(above.X1, card.Left);
+    EXPECT_EQ(above.X2, card.Right());
+    EXPECT_EQ(m.marks().Leader.X1, 10);
+    EXPECT_EQ(m.marks().Leader.X2, (card.Left + card.Right()) / 2);
+
+    m.focusBox(TemplateBox::VSpace);
+    const PixelLine gap = m.marks().Brackets[6];
+    EXPECT_EQ(gap.X1, card.Left - 10);
+    EXPECT_EQ(gap.Y1, card.Bottom());
+    EXPECT_EQ(gap.Y2 - gap.Y1, m.layout().GapVPx);
+    EXPECT_EQ(m.marks().Leader.Y1, 150);
+
+    m.focusBox(TemplateBox::VNum); // number boxes show no field
+    EXPECT_EQ(m.marks().Brackets.size(), 6u);
+    m.stepUp(TemplateBox::HSpace);
+    EXPECT_EQ(m.marks().Field, DimensionField::HSpace);
+    m.focusOther();
+    EXPECT_EQ(m.marks().Field, DimensionField::None);
+}
