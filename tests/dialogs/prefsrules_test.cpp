@@ -1,0 +1,159 @@
+#include "dialogs/prefsrules.h"
+
+#include <gtest/gtest.h>
+
+using namespace velmara;
+
+TEST(ConversionLabel, PixelSizeOrBareSign)
+{
+    EXPECT_EQ(ConversionLabelText("1200"), "= 21.17 \u00b5m/pixel");
+    EXPECT_EQ(ConversionLabelText("300"), "= 84.67 \u00b5m/pixel");
+    EXPECT_EQ(ConversionLabelText("32500"), "= 0.78 \u00b5m/pixel");
+    for (const char *bare : {"0", "40000", "32501", "", "abc", "12x"})
+        EXPECT_EQ(ConversionLabelText(bare), "=") << bare;
+}
+
+TEST(PrefsRules, OpeningMirrorsTheHolders)
+{
+    Workspace ws;
+    ws.DefaultRes = 800;
+    ws.Metric = false;
+    ws.LogAnalysis = false;
+    ws.Append = true;
+    ws.SpreadFactor = {0.0, 0.56, 0.000125};
+    ws.ShapeThreshold = 90;
+    ws.HueThreshold = 5;
+    PrefsRules p(ws);
+    p.Open();
+    EXPECT_EQ(p.ResCombo, "800") << "a value off the list stands as typed text";
+    EXPECT_EQ(p.ConversionLabel, "= 31.75 \u00b5m/pixel");
+    EXPECT_FALSE(p.UnitsMetric);
+    EXPECT_FALSE(p.LogDependentsEnabled());
+    EXPECT_TRUE(p.AppendOption);
+    EXPECT_EQ(p.SpreadText[0], "0.00");
+    EXPECT_EQ(p.SpreadText[1], "0.56");
+    EXPECT_EQ(p.SpreadText[2], "0.000125");
+    EXPECT_EQ(p.txtRoundness, "90");
+    EXPECT_EQ(p.txtHues, "5");
+}
+
+TEST(PrefsRules, LeaveRules)
+{
+    Workspace ws;
+    ws.HueThreshold = 7;
+    ws.SpreadFactor[1] = 0.5;
+    PrefsRules p(ws);
+    p.Open();
+
+    p.ResComboChanged("12a");
+    EXPECT_EQ(p.LeaveResCombo().value(), "Default Resolution must be a numeric value.");
+    p.ResComboChanged("0");
+    EXPECT_FALSE(p.LeaveResCombo());
+
+    p.txtHues = "";
+    p.LeaveHues();
+    EXPECT_EQ(p.txtHues, "7") << "no number gives back the stored value";
+    p.txtHues = "250";
+    p.LeaveHues();
+    EXPECT_EQ(p.txtHues, "100");
+    p.txtRoundness = "100";
+    p.LeaveRoundness();
+    EXPECT_EQ(p.txtRoundness, "100");
+
+    p.SpreadText[1] = "x";
+    p.LeaveSpreadText(1);
+    EXPECT_EQ(p.SpreadText[1], "0.50");
+    p.SpreadText[1] = "-.25";
+    p.LeaveSpreadText(1);
+    EXPECT_EQ(p.SpreadText[1], "-0.25");
+}
+
+TEST(PrefsRules, AcceptAppliesInOrderAndStopsAtAFailedConversion)
+{
+    Workspace ws;
+    PrefsRules p(ws);
+    p.Open();
+    p.UnitsMetric = false;
+    p.ResComboChanged("40000");
+    p.LogCheck = false;
+    EXPECT_EQ(p.AcceptClicked().value(), "One of the values is invalid");
+    EXPECT_FALSE(ws.Metric) << "applied before the failure, stays applied";
+    EXPECT_EQ(ws.DefaultRes, 1200);
+    EXPECT_TRUE(ws.LogAnalysis) << "after the failure, not applied";
+
+    // Enter skips the leave rules: an empty box or a value above 255 fails at Accept.
+    p.ResComboChanged("600");
+    p.SpreadText[2] = "";
+    EXPECT_TRUE(p.AcceptClicked());
+    EXPECT_EQ(ws.DefaultRes, 600);
+    EXPECT_FALSE(ws.LogAnalysis);
+    EXPECT_DOUBLE_EQ(ws.SpreadFactor[0], 0.0);
+    p.SpreadText[2] = "0.01";
+    p.txtHues = "256";
+    EXPECT_TRUE(p.AcceptClicked());
+    EXPECT_DOUBLE_EQ(ws.SpreadFactor[2], 0.01);
+    EXPECT_EQ(ws.HueThreshold, 0);
+
+    // 101 to 255 is taken unchanged; a resolution of 0 is accepted.
+    p.txtHues = "200";
+    p.ResComboChanged("0");
+    EXPECT_FALSE(p.AcceptClicked());
+    EXPECT_EQ(ws.HueThreshold, 200);
+    EXPECT_EQ(ws.DefaultRes, 0);
+}
+
+TEST(PrefsRules, UncheckedLogKeepsTheDependentState)
+{
+    Workspace ws;
+    PrefsRules p(ws);
+    p.Open();
+    p.LogInfoCheck = true;
+    p.AppendOption = true;
+    p.LogCheck = false;
+    EXPECT_FALSE(p.LogDependentsEnabled());
+    EXPECT_FALSE(p.AcceptClicked());
+    EXPECT_TRUE(ws.LogSprayInfo);
+    EXPECT_TRUE(ws.Append);
+}
+
+TEST(PrefsEffect, WhatTheCallerRedraws)
+{
+    Workspace ws;
+    ws.AppendCard();
+    ws.Spray.Sample_Position1 = "-50";
+    ws.Spray.Sample_Interval = "10";
+    const PrefsSnapshot before = TakePrefsSnapshot(ws);
+
+    // Nothing changed: nothing happens.
+    EXPECT_FALSE(PrefsEffectAfterClose(before, ws, true).AssignPositions);
+    EXPECT_TRUE(PrefsEffectAfterClose(before, ws, true).Redraws.empty());
+
+    // Units changed in the single-card view: only the statistics labels.
+    ws.Metric = false;
+    auto e = PrefsEffectAfterClose(before, ws, true);
+    EXPECT_EQ(e.Redraws, std::vector<PrefsRedraw>{PrefsRedraw::UpdateStatsLabels});
+
+    // The line changed through the spray view, composite view on the second tab.
+    ws.CompositeCheck = true;
+    ws.Spray.Sample_Interval = "5";
+    e = PrefsEffectAfterClose(before, ws, false);
+    EXPECT_TRUE(e.AssignPositions);
+    EXPECT_EQ(e.Redraws, (std::vector<PrefsRedraw>{PrefsRedraw::BuildSwathTables,
+                                                   PrefsRedraw::DrawSwathView,
+                                                   PrefsRedraw::DrawSwathView}));
+    e = PrefsEffectAfterClose(before, ws, true);
+    EXPECT_EQ(e.Redraws, (std::vector<PrefsRedraw>{PrefsRedraw::DrawLineChart,
+                                                   PrefsRedraw::DrawLineChart,
+                                                   PrefsRedraw::UpdateStatsLabels}));
+
+    // The line changed outside the composite view: positions wait for its next entry.
+    ws.CompositeCheck = false;
+    ws.Metric = true;
+    EXPECT_FALSE(PrefsEffectAfterClose(before, ws, true).AssignPositions);
+
+    // Units changed with no card loaded: nothing to redraw.
+    Workspace empty;
+    const PrefsSnapshot b2 = TakePrefsSnapshot(empty);
+    empty.Metric = false;
+    EXPECT_TRUE(PrefsEffectAfterClose(b2, empty, true).Redraws.empty());
+}

@@ -1,0 +1,205 @@
+#include "dialogs/sprayinforules.h"
+
+#include <gtest/gtest.h>
+
+using namespace velmara;
+
+namespace {
+
+struct SprayInfoRulesTest : ::testing::Test
+{
+    Workspace ws;
+    MemorySettings store;
+
+    SprayInfoRules Opened(std::optional<PrefsSprayLink> prefs = std::nullopt)
+    {
+        SprayInfoRules rules(ws, store, prefs);
+        rules.Open();
+        return rules;
+    }
+    static void FillSampling(SprayInfoRules &r, const char *position, const char *interval)
+    {
+        r.BoxText(SprayField::Sample_Position1) = position;
+        r.BoxText(SprayField::Sample_Interval) = interval;
+    }
+};
+
+} // namespace
+
+TEST_F(SprayInfoRulesTest, FirstRunFailsAtThePositionUntilBothSamplingFieldsAreFilled)
+{
+    SprayInfoRules r = Opened();
+    EXPECT_EQ(r.SpreadText[0], "0.0");
+    EXPECT_EQ(r.SpreadText[1], "0.56");
+    auto problem = r.AcceptClicked();
+    ASSERT_TRUE(problem);
+    EXPECT_EQ(problem->Message, "Invalid Sampler1 position.");
+    EXPECT_EQ(problem->Focus, SprayFocus::SampleInput1);
+    EXPECT_FALSE(r.Accept);
+
+    r.BoxText(SprayField::Sample_Position1) = "-50";
+    problem = r.AcceptClicked();
+    ASSERT_TRUE(problem);
+    EXPECT_EQ(problem->Message, "Invalid Sampler Interval value.");
+    EXPECT_EQ(problem->Focus, SprayFocus::SampleInput2);
+    EXPECT_TRUE(store.Writes().empty());
+}
+
+TEST_F(SprayInfoRulesTest, ChecksRunInOrderAndStopAtTheFirst)
+{
+    SprayInfoRules r = Opened();
+    FillSampling(r, "x", "0");
+    r.SpreadText = {"1", "", "abc"};
+    auto problem = r.ValidateSprayInfo();
+    ASSERT_TRUE(problem);
+    EXPECT_EQ(problem->Message, "Invalid Spread Factor value.");
+    EXPECT_EQ(problem->Focus, SprayFocus::SpreadText1);
+    r.SpreadText[1] = "2";
+    EXPECT_EQ(r.ValidateSprayInfo()->Focus, SprayFocus::SpreadText2);
+    r.SpreadText[2] = "-3";
+    EXPECT_EQ(r.ValidateSprayInfo()->Focus, SprayFocus::SampleInput1);
+    r.BoxText(SprayField::Sample_Position1) = "-12.5";
+    // Zero passes the numeric test and fails the next one with the same message.
+    problem = r.ValidateSprayInfo();
+    ASSERT_TRUE(problem);
+    EXPECT_EQ(problem->Message, "Invalid Sampler Interval value.");
+    EXPECT_EQ(problem->Focus, SprayFocus::SampleInput2);
+    r.BoxText(SprayField::Sample_Interval) = "0.000000000000000000000000000000000000000000000001";
+    EXPECT_TRUE(r.ValidateSprayInfo()) << "reads as Single 0";
+    r.BoxText(SprayField::Sample_Interval) = "12";
+    EXPECT_FALSE(r.ValidateSprayInfo());
+}
+
+TEST_F(SprayInfoRulesTest, ResetValuesThenAcceptStopsAtTheFirstSpreadFactor)
+{
+    ws.Spray.AC_Type = "Air Tractor";
+    SprayInfoRules r = Opened();
+    FillSampling(r, "1", "2");
+    r.ResetValues();
+    for (int f = 0; f < kSprayFieldCount; ++f)
+        EXPECT_EQ(r.Box[static_cast<size_t>(f)], "");
+    const auto problem = r.AcceptClicked();
+    ASSERT_TRUE(problem);
+    EXPECT_EQ(problem->Message, "Invalid Spread Factor value.");
+    EXPECT_EQ(problem->Focus, SprayFocus::SpreadText0);
+    EXPECT_EQ(ws.Spray.AC_Type, "Air Tractor") << "nothing is stored before Accept";
+}
+
+TEST_F(SprayInfoRulesTest, SamplingBoxesShowTheStoreNotMemory)
+{
+    ws.Spray.Sample_Position1 = "-30";
+    ws.Spray.Sample_Interval = "5";
+    ws.Spray.Comment = "calm";
+    store.SaveSetting("SprayInfo", "Sample_Position1", "-40");
+    store.SaveSetting("SprayInfo", "Sample_Interval", "bad");
+    SprayInfoRules r = Opened();
+    EXPECT_EQ(r.BoxText(SprayField::Sample_Position1), "-40.0");
+    EXPECT_EQ(r.BoxText(SprayField::Sample_Interval), "bad");
+    EXPECT_EQ(r.BoxText(SprayField::Comment), "calm");
+
+    MemorySettings fresh;
+    SprayInfoRules empty(ws, fresh);
+    empty.Open();
+    EXPECT_EQ(empty.BoxText(SprayField::Sample_Position1), "");
+}
+
+TEST_F(SprayInfoRulesTest, LeaveRulesReformatNumbersOnly)
+{
+    SprayInfoRules r = Opened();
+    r.SpreadText = {"0.123456789", "abc", "2"};
+    for (int i = 0; i < 3; ++i)
+        r.LeaveSpreadText(i);
+    EXPECT_EQ(r.SpreadText[0], "0.1234568");
+    EXPECT_EQ(r.SpreadText[1], "abc");
+    EXPECT_EQ(r.SpreadText[2], "2.00");
+    FillSampling(r, "-7.25", "x1");
+    r.LeaveSampleInput(1);
+    r.LeaveSampleInput(2);
+    EXPECT_EQ(r.BoxText(SprayField::Sample_Position1), "-7.3");
+    EXPECT_EQ(r.BoxText(SprayField::Sample_Interval), "x1");
+}
+
+TEST_F(SprayInfoRulesTest, AcceptStoresAllFifteenInOrderAndTakesTheSpreadFactor)
+{
+    SprayInfoRules r = Opened();
+    r.BoxText(SprayField::AC_Type) = "AT-802";
+    r.BoxText(SprayField::Nozzle_Number) = "42";
+    FillSampling(r, "-50.0", "10.0");
+    r.SpreadText = {"1.5", "0.6", "-0.001"};
+    EXPECT_FALSE(r.AcceptClicked());
+    EXPECT_TRUE(r.Accept);
+    EXPECT_EQ(ws.Spray.AC_Type, "AT-802");
+    EXPECT_EQ(ws.Spray.Sample_Interval, "10.0");
+    EXPECT_DOUBLE_EQ(ws.SpreadFactor[0], 1.5);
+    EXPECT_DOUBLE_EQ(ws.SpreadFactor[2], -0.001);
+    ASSERT_EQ(store.Writes().size(), 15u);
+    EXPECT_EQ(store.Writes().front(), "SprayInfo\\AC_Type");
+    EXPECT_EQ(store.Writes()[12], "SprayInfo\\Sample_Position1");
+    EXPECT_EQ(store.Writes()[13], "SprayInfo\\Sample_Interval");
+    EXPECT_EQ(store.Writes().back(), "SprayInfo\\Comment");
+    EXPECT_EQ(store.GetSetting("SprayInfo", "Nozzle_Number", "?"), "42");
+    EXPECT_EQ(store.GetSetting("SprayInfo", "AC_Owner", "?"), "") << "saved empty, not absent";
+}
+
+TEST_F(SprayInfoRulesTest, CancelStoresNothing)
+{
+    SprayInfoRules r = Opened();
+    FillSampling(r, "1", "2");
+    r.CancelClicked();
+    EXPECT_FALSE(r.Accept);
+    EXPECT_TRUE(store.Writes().empty());
+    EXPECT_EQ(ws.Spray.Sample_Position1, "");
+}
+
+TEST_F(SprayInfoRulesTest, UnitLabelsFollowMetricAndNumbersStay)
+{
+    ws.Spray.AC_Swath = "30";
+    ws.Metric = false;
+    SprayInfoRules us = Opened();
+    EXPECT_EQ(us.UnitLabel(SprayField::AC_Swath), "ft");
+    EXPECT_EQ(us.UnitLabel(SprayField::AC_Speed), "mph");
+    EXPECT_EQ(us.UnitLabel(SprayField::Spray_SprayRate), "oz/ac");
+    EXPECT_EQ(us.UnitLabel(SprayField::AC_Type), "");
+    ws.Metric = true;
+    SprayInfoRules metric = Opened();
+    EXPECT_EQ(metric.UnitLabel(SprayField::AC_Speed), "km/h");
+    EXPECT_EQ(metric.UnitLabel(SprayField::Spray_ActiveRate), "L/ha");
+    EXPECT_EQ(metric.UnitLabel(SprayField::Sample_Interval), "m");
+    EXPECT_EQ(metric.BoxText(SprayField::AC_Swath), "30");
+}
+
+TEST_F(SprayInfoRulesTest, FromThePreferencesTheSpreadFactorGoesBackToTheirBoxes)
+{
+    std::array<std::string, 3> prefsBoxes{"0.10", "0.50", "0.00"};
+    SprayInfoRules r = Opened(PrefsSprayLink{&prefsBoxes, false});
+    EXPECT_TRUE(r.SprayFromPrefs());
+    EXPECT_EQ(r.SpreadText[0], "0.10");
+    EXPECT_EQ(r.UnitLabel(SprayField::AC_Swath), "ft") << "the units not yet accepted";
+    FillSampling(r, "0", "3");
+    r.SpreadText[1] = "0.7";
+    EXPECT_FALSE(r.AcceptClicked());
+    EXPECT_EQ(prefsBoxes[1], "0.7");
+    EXPECT_DOUBLE_EQ(ws.SpreadFactor[1], 0.56) << "only the preferences' Accept applies it";
+    EXPECT_EQ(store.Writes().size(), 15u) << "the record is stored at once";
+}
+
+TEST_F(SprayInfoRulesTest, CancelFromThePreferencesLeavesTheirBoxes)
+{
+    std::array<std::string, 3> prefsBoxes{"0.10", "0.50", "0.00"};
+    SprayInfoRules r = Opened(PrefsSprayLink{&prefsBoxes, true});
+    r.SpreadText = {"9", "9", "9"};
+    r.CancelClicked();
+    EXPECT_EQ(prefsBoxes[0], "0.10");
+}
+
+TEST(SprayFieldTable, EntryRulesOfTheFields)
+{
+    EXPECT_EQ(SprayFieldTable(SprayField::Sample_Position1).Entry, EntryKind::SignedDecimal);
+    EXPECT_EQ(SprayFieldTable(SprayField::Sample_Interval).Entry, EntryKind::Decimal);
+    EXPECT_EQ(SprayFieldTable(SprayField::Nozzle_Number).Entry, EntryKind::Digits);
+    EXPECT_EQ(SprayFieldTable(SprayField::AC_Owner).Entry, EntryKind::Free);
+    EXPECT_EQ(SprayFieldTable(SprayField::Comment).MaxLength, 100);
+    SprayInfo record;
+    SprayFieldText(record, SprayField::Spray_SprayRate) = "12";
+    EXPECT_EQ(record.Spray_SprayRate, "12");
+}
