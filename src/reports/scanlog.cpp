@@ -1,0 +1,203 @@
+#include "reports/scanlog.h"
+
+#include "core/numberform.h"
+#include "core/textout.h"
+#include "reports/columnwriter.h"
+
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <vector>
+
+namespace velmara {
+
+namespace {
+
+constexpr int kValueColumn = 29;
+const char *const kTitle = "Velmara -- Orvinek Droplet Analysis Program";
+
+bool labelled(ColumnWriter &w, std::string_view label, std::string_view value)
+{
+    return w.text(label) && w.tab(kValueColumn) && w.text(value) && w.endLine();
+}
+
+bool writeSprayBlock(ColumnWriter &w, const Workspace &ws, char sep)
+{
+    const SprayInfo &s = ws.Spray;
+    const UnitTexts unit = UnitTextsFor(ws.Metric);
+    // Joined with plus signs whatever the sign of a coefficient: "+ -0.2d".
+    const std::string spread = GeneralDouble(ws.SpreadFactor[0], sep) + " + "
+        + GeneralDouble(ws.SpreadFactor[1], sep) + "d + " + GeneralDouble(ws.SpreadFactor[2], sep)
+        + "d²";
+    return w.dashes(50) && w.line() && w.line("Spray Information:") && w.dashes(18)
+        && labelled(w, "Aircraft Type:", s.AC_Type)
+        && labelled(w, "Aircraft Registration:", s.AC_Registration)
+        && labelled(w, "Aircraft Owner:", s.AC_Owner)
+        && labelled(w, "Aircraft Swath:", s.AC_Swath + " " + unit.Length)
+        && labelled(w, "Aircraft Speed:", s.AC_Speed + " " + unit.Speed)
+        && labelled(w, "Aircraft Height:", s.AC_Height + " " + unit.Length)
+        && labelled(w, "Product Sprayed:", s.Spray_Product)
+        && labelled(w, "Active Rate:", s.Spray_ActiveRate + " " + unit.Rate)
+        && labelled(w, "Spray Rate:", s.Spray_SprayRate + " " + unit.Rate)
+        && labelled(w, "Nozzles:", s.Nozzle_Number + "× " + s.Nozzle_Type)
+        && labelled(w, "Analysis Device:", s.Sampler_Type)
+        && labelled(w, "Spread Factor:", spread)
+        && labelled(w, "Sampler1 Position:", s.Sample_Position1 + " " + unit.Length)
+        && labelled(w, "Sampler Separation:", s.Sample_Interval + " " + unit.Length);
+}
+
+std::string hueRangeText(const ScanHues &h)
+{
+    if (!h.Inverted)
+        return std::to_string(h.HueLow) + " to " + std::to_string(h.HueHigh);
+    // The valid hues are the two outer bands; a limit at 0 or 255 shows as -1 or 256.
+    return "0 to " + std::to_string(h.HueLow - 1) + " and " + std::to_string(h.HueHigh + 1)
+        + " to 255";
+}
+
+bool writeScanBlock(ColumnWriter &w, const Workspace &ws, const CardImage &card,
+                    const ScanHues &hues, char sep)
+{
+    const double widthCm = card.WidthPx * card.MicronsPerPixelX / 10000;
+    const double heightCm = card.HeightPx * card.MicronsPerPixelY / 10000;
+    const std::string vmd =
+        card.SizeRows() > 0 ? FormatNumber(card.Stats.Vmd, "0.0", sep) + " µm" : "--- µm";
+    // The Double factors here, not the Single entries of DepositFactor.
+    const double deposit = card.Stats.VolumeDensity * (ws.Metric ? 0.1 : 1.368);
+    const std::string volume = FormatNumber(card.Stats.VolumeDensity, "0.00", sep) + " nL/cm²"
+        + " = " + FormatNumber(deposit, "0.000", sep) + " " + UnitTextsFor(ws.Metric).Rate;
+    return w.dashes(50) && w.line() && w.line("Scan Information:") && w.dashes(17)
+        && w.text("Optical Resolution:") && w.tab(28) && w.number(card.Dpi) && w.text("d.p.i.")
+        && w.endLine()
+        && labelled(w, "Image Size:",
+                    FormatNumber(widthCm, "0.00", sep) + "×" + FormatNumber(heightCm, "0.00", sep)
+                        + " cm")
+        && labelled(w, "Hue Range:", hueRangeText(hues))
+        && labelled(w, "VMD:", vmd)
+        && labelled(w, "Drop Density:", FormatNumber(card.Stats.DropDensity, "0.00", sep)
+                                            + " drops/cm²")
+        && labelled(w, "Volume:", volume);
+}
+
+bool writeRow(ColumnWriter &w, const SizeClass &row, double areaCm2, char sep)
+{
+    // The products by 100 are Singles; the density is a Double quotient.
+    return w.tab(3) && w.number(row.AreaPx) && w.numberEndingAt(15, row.Count)
+        && w.textEndingAt(28, FormatNumber(row.Diameter, "0.000", sep))
+        && w.textEndingAt(40, FormatNumber(row.VolumeFraction * 100.0f, "0.00", sep))
+        && w.textEndingAt(55, FormatNumber(row.CumVolumeFraction * 100.0f, "0.00", sep))
+        && w.textEndingAt(69, FormatNumber(row.Count / areaCm2, "0.000", sep))
+        && w.textEndingAt(84, FormatNumber(row.NumberFraction * 100.0f, "0.00", sep))
+        && w.textEndingAt(98, FormatNumber(row.CumNumberFraction * 100.0f, "0.00", sep))
+        && w.endLine();
+}
+
+// The rows come from `rows` (element 0 skipped); whether any drop was found is the card's own
+// size table's say, also when the rows are those of a size range.
+bool writeResultsBlock(ColumnWriter &w, const CardImage &card, const std::vector<SizeClass> &rows,
+                       double areaCm2, char sep)
+{
+    bool ok = w.line() && w.line("Results:") && w.dashes(8)
+        && w.textAt(3, "Area") && w.textAt(12, "Count") && w.textAt(22, "Diameter")
+        && w.textAt(35, "Volume") && w.textAt(48, "Cumulative") && w.textAt(62, "Drop Density")
+        && w.textAt(79, "Number") && w.textAt(91, "Cumulative") && w.endLine()
+        && w.textAt(1, "(pixels)") && w.textAt(24, "(µm)") && w.textAt(34, "Fraction%")
+        && w.textAt(49, "V.F. (%)") && w.textAt(64, "(#/cm²)") && w.textAt(78, "Fraction%")
+        && w.textAt(92, "N.F. (%)") && w.endLine();
+    if (!ok)
+        return false;
+    if (card.SizeRows() <= 0) {
+        const std::string bar(30, '-');
+        return w.line() && w.line(bar + " NO DROPS FOUND " + bar);
+    }
+    for (size_t i = 1; i < rows.size(); ++i) {
+        if (!writeRow(w, rows[i], areaCm2, sep))
+            return false;
+    }
+    return true;
+}
+
+bool fileExists(const std::string &path)
+{
+    std::error_code ec;
+    return std::filesystem::exists(path, ec);
+}
+
+ScanLogResult finish(TextOut &out, ScanLogResult result, bool written)
+{
+    const bool closed = out.close();
+    result.Written = true;
+    result.Ok = written && closed;
+    if (!result.Ok)
+        result.Error = out.errorString();
+    return result;
+}
+
+} // namespace
+
+std::string ScanLog::PathFor(const std::string &fullPath)
+{
+    // Three characters, not bytes: step back over UTF-8 continuation bytes.
+    size_t end = fullPath.size();
+    for (int chars = 0; chars < 3 && end > 0; ++chars) {
+        --end;
+        while (end > 0 && (static_cast<unsigned char>(fullPath[end]) & 0xC0) == 0x80)
+            --end;
+    }
+    return fullPath.substr(0, end) + "scn";
+}
+
+ScanLogResult ScanLog::writeScanRecord(int cardIndex, const ScanHues &hues) const
+{
+    ScanLogResult result;
+    if (!mWs.LogAnalysis)
+        return result;
+    const CardImage &card = mWs.Card(cardIndex);
+    result.Path = PathFor(card.FullPath);
+    const bool isNew = !fileExists(result.Path);
+
+    TextOut out;
+    if (!out.open(result.Path, mWs.Append ? TextOut::Mode::Append : TextOut::Mode::Overwrite))
+        return finish(out, result, false);
+    ColumnWriter w(out);
+    bool ok = true;
+    if (isNew || !mWs.Append)
+        ok = w.line(kTitle) && w.line() && w.line("File: " + card.FileName);
+    if (ok && mWs.LogSprayInfo)
+        ok = writeSprayBlock(w, mWs, mSeparator);
+    ok = ok && writeScanBlock(w, mWs, card, hues, mSeparator)
+        && writeResultsBlock(w, card, card.SizeTable, card.AreaCm2, mSeparator) && w.line();
+    return finish(out, result, ok);
+}
+
+ScanLogResult ScanLog::writeSizeRangeRecord(int cardIndex) const
+{
+    ScanLogResult result;
+    const CardImage &card = mWs.Card(cardIndex);
+    const SizeStats &range = mWs.CardRange;
+    result.Path = PathFor(card.FullPath);
+
+    TextOut out;
+    if (!out.open(result.Path, TextOut::Mode::Append))
+        return finish(out, result, false);
+    ColumnWriter w(out);
+    const char sep = mSeparator;
+    const int unit = mWs.UnitIndex();
+    // Here the deposit goes through the Single entry of DepositFactor.
+    const double deposit = range.Stats.VolumeDensity * mWs.DepositFactor[static_cast<size_t>(unit)];
+    const bool ok =
+        labelled(w, "Droplet Size Range:",
+                 FormatNumber(mWs.RangeLow, "0.00", sep) + " -- "
+                     + FormatNumber(mWs.RangeHigh, "0.00", sep) + " µm")
+        && labelled(w, "VMD:", FormatNumber(range.Stats.Vmd, "0.00", sep) + " µm")
+        && labelled(w, "Drop Density:",
+                    FormatNumber(range.Stats.DropDensity, "0.00", sep) + " drops/cm²")
+        && labelled(w, "Volume Density:",
+                    FormatNumber(range.Stats.VolumeDensity, "0.00", sep) + " nL/cm²" + " = "
+                        + FormatNumber(deposit, "0.000", sep) + " "
+                        + mWs.DepositUnit[static_cast<size_t>(unit)])
+        && writeResultsBlock(w, card, range.Classes, range.AreaCm2, sep) && w.line();
+    return finish(out, result, ok);
+}
+
+} // namespace velmara
