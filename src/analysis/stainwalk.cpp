@@ -1,0 +1,280 @@
+#include "analysis/stainwalk.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+
+namespace velmara {
+
+namespace {
+
+constexpr std::int32_t kNoEnd = std::numeric_limits<std::int32_t>::min();
+
+// The stain's Long area as the size table receives it. Merges hand one stain's area to every
+// joined neighbour it touches, so a pathological card could in theory pass the Long range.
+Long ToLongArea(std::int64_t area)
+{
+    return area > std::numeric_limits<Long>::max() ? std::numeric_limits<Long>::max()
+                                                   : static_cast<Long>(area);
+}
+
+} // namespace
+
+StainWalk::StainWalk(const StainFilter &filter) : mFilter(filter)
+{
+    for (int h = 0; h < 256; ++h) {
+        const bool inRange = mFilter.HueLow <= h && h <= mFilter.HueHigh;
+        mHueValidOf[h] = inRange != mFilter.HueInvert;
+    }
+}
+
+bool StainWalk::run(const std::vector<CardPixel> &pixels, const bool &cancelRequested,
+                    ProgressSink &progress, const std::function<void(Long)> &onValid)
+{
+    mRejected = 0;
+    mStains.clear();
+    if (pixels.size() < 2)
+        return true;
+
+    const size_t closing = pixels.size() - 1;
+    const int firstLine = pixels[1].Row;
+    const int lastLine = pixels[closing].Row;
+    size_t p = 1;
+
+    for (int line = firstLine; line >= lastLine; --line) {
+        if (cancelRequested)
+            return false;
+
+        // Runs of this line. Pixels of one line are contiguous in the list, columns ascending.
+        mRunStart.clear();
+        mRunEnd.clear();
+        mRunHits.clear();
+        const size_t lineBegin = p;
+        std::int32_t lastEnd = kNoEnd;
+        for (; p < closing; ++p) {
+            const CardPixel &px = pixels[p];
+            if (px.Row != line) {
+                if (px.Row < line)
+                    break;
+                continue;
+            }
+            const std::int32_t column = px.Column;
+            if (!mRunEnd.empty() && column == lastEnd + 1) {
+                mRunEnd.back() = column;
+            } else {
+                mRunStart.push_back(column);
+                mRunEnd.push_back(column);
+                mRunHits.push_back(0);
+            }
+            lastEnd = column;
+            mRunHits.back() += mHueValidOf[px.Hue] ? 1 : 0;
+        }
+        if (p > lineBegin) {
+            // Nothing is drawn between two yields, so the last multiple of 25 stands for all.
+            const size_t mark = (p - 1) / 25 * 25;
+            if (mark >= lineBegin)
+                progress.SetValue(static_cast<long>(mark));
+        }
+
+        continueStains();
+        startNewStains(line);
+        mergeUnjoined();
+        closeStains(line, p == closing, onValid);
+
+        progress.Yield();
+    }
+    return true;
+}
+
+int StainWalk::findUnjoined(int run)
+{
+    std::int32_t *next = mNextUnjoined.data();
+    while (next[run] != run) {
+        next[run] = next[next[run]];
+        run = next[run];
+    }
+    return run;
+}
+
+void StainWalk::continueStains()
+{
+    const int runs = static_cast<int>(mRunStart.size());
+    mNextUnjoined.resize(runs + 1);
+    for (int j = 0; j <= runs; ++j)
+        mNextUnjoined[j] = j;
+    mRunOwner.assign(runs, -1);
+
+    const std::int32_t *starts = mRunStart.data();
+    const std::int32_t *ends = mRunEnd.data();
+    for (size_t si = 0; si < mStains.size(); ++si) {
+        Stain &s = mStains[si];
+        s.joined = false;
+        s.firstRun = -1;
+        if (runs == 0)
+            continue;
+        // The interval noted here stays fixed while the stain takes runs. Runs are disjoint and
+        // ascending, so those overlapping it form one block: ends from a on, starts up to b.
+        const std::int32_t a = s.start;
+        const std::int32_t b = s.end;
+        const int low = static_cast<int>(std::lower_bound(ends, ends + runs, a) - ends);
+        const int high = static_cast<int>(std::upper_bound(starts, starts + runs, b) - starts) - 1;
+        if (low > high)
+            continue;
+        for (int j = findUnjoined(low); j <= high; j = findUnjoined(j + 1)) {
+            if (!s.joined) {
+                s.start = starts[j];
+                s.firstRun = j;
+                mRunOwner[j] = static_cast<std::int32_t>(si);
+            }
+            s.end = ends[j];
+            s.minColumn = std::min(s.minColumn, starts[j]);
+            s.maxColumn = std::max(s.maxColumn, ends[j]);
+            if (mRunHits[j] > 0) {
+                s.hueValid = true;
+                s.hueHits += mRunHits[j];
+            }
+            s.joined = true;
+            s.area += ends[j] - starts[j] + 1;
+            mNextUnjoined[j] = j + 1;
+        }
+    }
+}
+
+void StainWalk::startNewStains(int row)
+{
+    const int runs = static_cast<int>(mRunStart.size());
+    for (int j = 0; j < runs; ++j) {
+        if (mNextUnjoined[j] != j)
+            continue; // taken by an open stain
+        Stain s;
+        s.start = s.minColumn = mRunStart[j];
+        s.end = s.maxColumn = mRunEnd[j];
+        s.firstRow = row;
+        s.firstRun = j;
+        s.area = mRunEnd[j] - mRunStart[j] + 1;
+        s.hueHits = mRunHits[j];
+        s.hueValid = mRunHits[j] > 0;
+        s.joined = true;
+        mRunOwner[j] = static_cast<std::int32_t>(mStains.size());
+        mStains.push_back(s);
+    }
+}
+
+void StainWalk::buildEndTree()
+{
+    const int runs = static_cast<int>(mRunStart.size());
+    mTreeLeaves = 1;
+    while (mTreeLeaves < runs)
+        mTreeLeaves *= 2;
+    mEndTree.assign(2 * static_cast<size_t>(mTreeLeaves), kNoEnd);
+    for (int j = 0; j < runs; ++j)
+        if (mRunOwner[j] >= 0)
+            mEndTree[mTreeLeaves + j] = mStains[mRunOwner[j]].end;
+    for (int node = mTreeLeaves - 1; node >= 1; --node)
+        mEndTree[node] = std::max(mEndTree[2 * node], mEndTree[2 * node + 1]);
+}
+
+void StainWalk::updateEnd(int run, std::int32_t end)
+{
+    int node = mTreeLeaves + run;
+    mEndTree[node] = end;
+    for (node /= 2; node >= 1; node /= 2)
+        mEndTree[node] = std::max(mEndTree[2 * node], mEndTree[2 * node + 1]);
+}
+
+void StainWalk::collectOverlaps(int node, int nodeLow, int nodeHigh, int lastRun, std::int32_t from)
+{
+    if (nodeLow > lastRun || mEndTree[node] < from)
+        return;
+    if (nodeLow == nodeHigh) {
+        mFound.push_back(mRunOwner[nodeLow]);
+        return;
+    }
+    const int mid = (nodeLow + nodeHigh) / 2;
+    collectOverlaps(2 * node, nodeLow, mid, lastRun, from);
+    collectOverlaps(2 * node + 1, mid + 1, nodeHigh, lastRun, from);
+}
+
+void StainWalk::mergeUnjoined()
+{
+    // Only stains that were open before this line can be unjoined, and only joined stains own a
+    // leftmost run, so the tree holds exactly the candidates T.
+    const bool anyUnjoined =
+        std::any_of(mStains.begin(), mStains.end(), [](const Stain &s) { return !s.joined; });
+    const int runs = static_cast<int>(mRunStart.size());
+    if (!anyUnjoined || runs == 0)
+        return;
+    buildEndTree();
+
+    const std::int32_t *starts = mRunStart.data();
+    for (size_t si = 0; si < mStains.size(); ++si) {
+        if (mStains[si].joined)
+            continue;
+        const std::int32_t a = mStains[si].start;
+        const std::int32_t b = mStains[si].end;
+        // A joined stain starts where its leftmost run starts: those starting up to b whose
+        // (possibly already merged) end reaches a overlap [a, b].
+        const int lastRun = static_cast<int>(std::upper_bound(starts, starts + runs, b) - starts) - 1;
+        if (lastRun < 0)
+            continue;
+        mFound.clear();
+        collectOverlaps(1, 0, mTreeLeaves - 1, lastRun, a);
+        std::sort(mFound.begin(), mFound.end()); // list order
+        for (const std::int32_t ti : mFound) {
+            Stain &s = mStains[si];
+            Stain &t = mStains[ti];
+            t.end = s.end;
+            updateEnd(t.firstRun, t.end);
+            t.area += s.area;
+            if (s.hueValid)
+                t.hueValid = true;
+            t.hueHits += s.hueHits;
+            s.hueValid = false;
+        }
+    }
+}
+
+void StainWalk::closeStains(int row, bool closeAll, const std::function<void(Long)> &onValid)
+{
+    size_t kept = 0;
+    for (size_t i = 0; i < mStains.size(); ++i) {
+        if (closeAll || !mStains[i].joined) {
+            judge(mStains[i], row, onValid);
+            continue;
+        }
+        if (kept != i)
+            mStains[kept] = mStains[i];
+        ++kept;
+    }
+    mStains.resize(kept);
+}
+
+void StainWalk::judge(Stain &s, int row, const std::function<void(Long)> &onValid)
+{
+    const int lastRow = row + 1;
+    const int width = s.maxColumn - s.minColumn + 1;
+    const int height = std::abs(lastRow - s.firstRow) + 1;
+    const int length = std::max(width, height);
+
+    if (s.hueHits == 0) {
+        ++mRejected;
+    } else {
+        const double circle = static_cast<double>(length) * length * mFilter.Pi / 4;
+        const Single roundness = ToSingle(std::fabs(1 - static_cast<double>(s.area) / circle));
+        if (roundness > mFilter.ShapeLimit && s.area > 15) {
+            s.hueValid = false;
+            ++mRejected;
+        } else {
+            const Single share = ToSingle(static_cast<double>(s.hueHits) / static_cast<double>(s.area));
+            if (share < mFilter.HueLimit) {
+                s.hueValid = false;
+                ++mRejected;
+            }
+        }
+    }
+    if (s.hueValid)
+        onValid(ToLongArea(s.area));
+}
+
+} // namespace velmara

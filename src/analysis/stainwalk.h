@@ -1,0 +1,90 @@
+#pragma once
+// The stain walk: a card's foreground pixel list, line by line, into runs, growing stains, merged
+// and closed stains, judged by hue share and roundness. Its product is the area of every accepted
+// stain, in the order the stains close, and the count of rejected stains.
+
+#include "core/numeric.h"
+#include "core/progress.h"
+#include "core/records.h"
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace velmara {
+
+// The limits a walk judges by, read once at the start of the pass.
+struct StainFilter
+{
+    Byte HueLow = 0;        // Slider1
+    Byte HueHigh = 255;     // Slider2
+    bool HueInvert = false; // HueInvertCheck: the valid hues lie outside [HueLow, HueHigh]
+    Single ShapeLimit = 1;  // ShapeThreshold / 100
+    Single HueLimit = 0;    // HueThreshold / 100
+    double Pi = 3.14159265358979323846;
+
+    // The limits of a scan from the thresholds in percent.
+    static Single limitOf(Byte percent) { return ToSingle(percent / 100.0); }
+};
+
+class StainWalk
+{
+public:
+    explicit StainWalk(const StainFilter &filter);
+
+    // Walks pixels (element 0 unused, the pixels in file order, then the closing element) and calls
+    // onValid with the area of each accepted stain as it closes. cancelRequested is read at the
+    // head of every line and progress.Yield() runs at the end of every line; progress.SetValue()
+    // receives the last element index walked that is a multiple of 25.
+    // Returns false when the walk saw cancelRequested and stopped; the areas reported until then
+    // must be thrown away by the caller. A list without its closing element walks nothing.
+    bool run(const std::vector<CardPixel> &pixels, const bool &cancelRequested,
+             ProgressSink &progress, const std::function<void(Long)> &onValid);
+
+    // Stains dropped by the filters in the last run.
+    Long rejected() const { return mRejected; }
+
+private:
+    struct Stain
+    {
+        std::int32_t start = 0; // columns of what it took in the last line
+        std::int32_t end = 0;
+        std::int32_t minColumn = 0;
+        std::int32_t maxColumn = 0;
+        std::int32_t firstRow = 0;
+        std::int32_t firstRun = -1; // leftmost run taken in this line
+        std::int64_t area = 0;
+        std::int64_t hueHits = 0;
+        bool joined = false;
+        bool hueValid = false;
+    };
+
+    void continueStains();
+    void startNewStains(int row);
+    void mergeUnjoined();
+    void closeStains(int row, bool closeAll, const std::function<void(Long)> &onValid);
+    void judge(Stain &stain, int row, const std::function<void(Long)> &onValid);
+
+    int findUnjoined(int run);
+    void buildEndTree();
+    void updateEnd(int run, std::int32_t end);
+    void collectOverlaps(int node, int nodeLow, int nodeHigh, int lastRun, std::int32_t from);
+
+    StainFilter mFilter;
+    bool mHueValidOf[256];
+    Long mRejected = 0;
+
+    // Runs of the current line, left to right: disjoint and ascending.
+    std::vector<std::int32_t> mRunStart, mRunEnd, mRunHits;
+    std::vector<std::int32_t> mNextUnjoined; // skip list over taken runs (path-halved)
+    std::vector<std::int32_t> mRunOwner;     // stain whose leftmost run this is, or -1
+    std::vector<Stain> mStains;              // open stains, in order of birth
+
+    // Largest End of the joined stains by the position of their leftmost run, as a max tree, so
+    // that the merge step finds the stains whose interval reaches a column without a full sweep.
+    std::vector<std::int32_t> mEndTree;
+    int mTreeLeaves = 0;
+    std::vector<std::int32_t> mFound;
+};
+
+} // namespace velmara

@@ -1,0 +1,302 @@
+#include "analysis/stainwalk.h"
+
+#include "pixelcard.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+using namespace velmara;
+using velmara::test::PixelsOf;
+
+namespace {
+
+struct WalkResult
+{
+    std::vector<Long> valid;
+    Long rejected = 0;
+    bool operator==(const WalkResult &o) const { return valid == o.valid && rejected == o.rejected; }
+};
+
+WalkResult Walk(const std::vector<CardPixel> &px, const StainFilter &f = {})
+{
+    WalkResult r;
+    StainWalk walk(f);
+    const bool cancel = false;
+    walk.run(px, cancel, NoProgress(), [&r](Long a) { r.valid.push_back(a); });
+    r.rejected = walk.rejected();
+    return r;
+}
+
+// The numbered steps taken literally: every run against every stain, every stain against every
+// stain. Quadratic per line, and the yardstick of the real walk.
+bool Overlaps(int s, int e, int a, int b)
+{
+    return (a <= s && s <= b) || (a <= e && e <= b) || (s <= a && e >= b);
+}
+
+WalkResult ReferenceWalk(const std::vector<CardPixel> &px, const StainFilter &f)
+{
+    WalkResult out;
+    std::vector<StainRun> active(1);
+    const size_t closing = px.size() - 1;
+    size_t p = 1;
+    for (int L = px[1].Row; L >= px[closing].Row; --L) {
+        std::vector<StainRun> runs(1);
+        for (; p != closing && px[p].Row >= L; ++p) {
+            if (px[p].Row != L)
+                continue;
+            if (runs.size() > 1 && px[p].Column == runs.back().EndColumn + 1) {
+                runs.back().EndColumn = px[p].Column;
+            } else {
+                StainRun r;
+                r.StartColumn = r.EndColumn = px[p].Column;
+                runs.push_back(r);
+            }
+            const bool inRange = f.HueLow <= px[p].Hue && px[p].Hue <= f.HueHigh;
+            if (f.HueInvert ? !inRange : inRange) {
+                runs.back().HueValid = true;
+                ++runs.back().HueHits;
+            }
+        }
+        for (size_t s = 1; s < active.size(); ++s) {
+            StainRun &S = active[s];
+            S.Joined = false;
+            const int a = S.StartColumn, b = S.EndColumn;
+            for (size_t r = 1; r < runs.size(); ++r) {
+                StainRun &R = runs[r];
+                if (!Overlaps(R.StartColumn, R.EndColumn, a, b) || R.Joined)
+                    continue;
+                if (!S.Joined)
+                    S.StartColumn = R.StartColumn;
+                S.EndColumn = R.EndColumn;
+                S.MinColumn = std::min(S.MinColumn, R.StartColumn);
+                S.MaxColumn = std::max(S.MaxColumn, R.EndColumn);
+                if (R.HueValid)
+                    S.HueValid = true;
+                S.HueHits += R.HueHits;
+                S.Joined = R.Joined = true;
+                S.Area += R.EndColumn - R.StartColumn + 1;
+            }
+        }
+        for (size_t r = 1; r < runs.size(); ++r) {
+            if (runs[r].Joined)
+                continue;
+            StainRun n = runs[r];
+            n.MinColumn = n.StartColumn;
+            n.MaxColumn = n.EndColumn;
+            n.FirstRow = static_cast<Integer>(L);
+            n.Area = n.EndColumn - n.StartColumn + 1;
+            n.Joined = true;
+            active.push_back(n);
+        }
+        for (size_t s = 1; s < active.size(); ++s) {
+            if (active[s].Joined)
+                continue;
+            const int a = active[s].StartColumn, b = active[s].EndColumn;
+            for (size_t t = 1; t < active.size(); ++t) {
+                StainRun &S = active[s], &T = active[t];
+                if (!T.Joined || !Overlaps(T.StartColumn, T.EndColumn, a, b))
+                    continue;
+                T.EndColumn = S.EndColumn;
+                T.Area += S.Area;
+                if (S.HueValid)
+                    T.HueValid = true;
+                T.HueHits += S.HueHits;
+                S.HueValid = false;
+            }
+        }
+        std::vector<StainRun> kept(1);
+        for (size_t s = 1; s < active.size(); ++s) {
+            StainRun S = active[s];
+            if (p != closing && S.Joined) {
+                kept.push_back(S);
+                continue;
+            }
+            S.LastRow = static_cast<Integer>(L + 1);
+            const int length = std::max(S.MaxColumn - S.MinColumn + 1, std::abs(S.LastRow - S.FirstRow) + 1);
+            if (S.HueHits == 0) {
+                ++out.rejected;
+            } else if (ToSingle(std::fabs(1 - S.Area / (std::pow(length, 2) * f.Pi / 4))) > f.ShapeLimit &&
+                       S.Area > 15) {
+                S.HueValid = false;
+                ++out.rejected;
+            } else if (ToSingle(static_cast<double>(S.HueHits) / S.Area) < f.HueLimit) {
+                S.HueValid = false;
+                ++out.rejected;
+            }
+            if (S.HueValid)
+                out.valid.push_back(S.Area);
+        }
+        active.swap(kept);
+    }
+    return out;
+}
+
+// Random cards of specks, discs, U shapes, rings and bars, with a few hues.
+std::vector<std::string> RandomCard(std::mt19937 &rng)
+{
+    auto pick = [&rng](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
+    const int w = pick(1, 40), h = pick(1, 40);
+    std::vector<std::string> lines(h, std::string(w, '.'));
+    const char hues[] = {'#', 'x', 'A', 'z'};
+    auto put = [&](int r, int c) {
+        if (r >= 0 && r < h && c >= 0 && c < w)
+            lines[r][c] = hues[pick(0, 3)];
+    };
+    const int shapes = pick(0, 12);
+    for (int s = 0; s < shapes; ++s) {
+        const int r0 = pick(0, h - 1), c0 = pick(0, w - 1), size = pick(1, 9);
+        switch (pick(0, 4)) {
+        case 0: // disc
+            for (int r = -size; r <= size; ++r)
+                for (int c = -size; c <= size; ++c)
+                    if (r * r + c * c <= size * size)
+                        put(r0 + r, c0 + c);
+            break;
+        case 1: // ring
+            for (int r = -size; r <= size; ++r)
+                for (int c = -size; c <= size; ++c)
+                    if (std::abs(r * r + c * c - size * size) <= size)
+                        put(r0 + r, c0 + c);
+            break;
+        case 2: // U or inverted U
+            for (int k = 0; k <= size; ++k) {
+                put(r0 + k, c0);
+                put(r0 + k, c0 + size);
+                put(pick(0, 1) ? r0 : r0 + size, c0 + k);
+            }
+            break;
+        case 3: // bar
+            for (int k = 0; k < 3 * size; ++k)
+                pick(0, 1) ? put(r0, c0 + k) : put(r0 + k, c0);
+            break;
+        default: // comb teeth
+            for (int k = 0; k < 2 * size; k += 2)
+                for (int r = 0; r < size; ++r)
+                    put(r0 + r, c0 + k);
+        }
+    }
+    const double speck = std::uniform_real_distribution<double>(0, 0.6)(rng);
+    for (int r = 0; r < h; ++r)
+        for (int c = 0; c < w; ++c)
+            if (std::uniform_real_distribution<double>(0, 1)(rng) < speck)
+                put(r, c);
+    return lines;
+}
+
+} // namespace
+
+TEST(StainWalk, MatchesTheLiteralStepsOnRandomCards)
+{
+    std::mt19937 rng(20240611);
+    long stains = 0, rejected = 0;
+    for (int i = 0; i < 4000; ++i) {
+        const auto lines = RandomCard(rng);
+        StainFilter f;
+        // Ranges that take all, one or two of the four hues, so that stains without a valid pixel
+        // meet valid ones in the merges.
+        const int ranges[][2] = {{0, 255}, {'#', '#'}, {'x', 'z'}, {'A', 'x'}};
+        f.HueLow = static_cast<Byte>(ranges[i % 4][0]);
+        f.HueHigh = static_cast<Byte>(ranges[i % 4][1]);
+        f.HueInvert = i % 5 == 0;
+        f.ShapeLimit = StainFilter::limitOf(static_cast<Byte>(std::uniform_int_distribution<int>(0, 100)(rng)));
+        f.HueLimit = StainFilter::limitOf(static_cast<Byte>(std::uniform_int_distribution<int>(0, 100)(rng)));
+        const auto px = PixelsOf(lines);
+        const WalkResult expected = ReferenceWalk(px, f);
+        ASSERT_EQ(Walk(px, f), expected) << "card " << i;
+        stains += static_cast<long>(expected.valid.size());
+        rejected += expected.rejected;
+    }
+    // The cards must exercise both outcomes, or the comparison proves little.
+    EXPECT_GT(stains, 20000);
+    EXPECT_GT(rejected, 5000);
+}
+
+TEST(StainWalk, EmptyCardAndSinglePixel)
+{
+    EXPECT_EQ(Walk(PixelsOf({"....", "...."})), (WalkResult{{}, 0}));
+    EXPECT_EQ(Walk(PixelsOf({"....", "..#."})), (WalkResult{{1}, 0}));
+}
+
+TEST(StainWalk, CornerTouchingStainsStayApart)
+{
+    EXPECT_EQ(Walk(PixelsOf({"#..", ".#.", "..#"})), (WalkResult{{1, 1, 1}, 0}));
+}
+
+TEST(StainWalk, ArmsMeetingInOneRunMergeIntoTheFirstStain)
+{
+    // Walked from the bottom line up: two arms, then the bar joins them.
+    EXPECT_EQ(Walk(PixelsOf({"#####", "#...#", "#...#"})), (WalkResult{{9}, 0}));
+    // The other way up one stain takes both arms at once.
+    EXPECT_EQ(Walk(PixelsOf({"#...#", "#...#", "#####"})), (WalkResult{{9}, 0}));
+}
+
+TEST(StainWalk, RingCountsOnlyItsPixels)
+{
+    EXPECT_EQ(Walk(PixelsOf({".....", "#####", "#...#", "#...#", "#...#", "#####", "....."})),
+              (WalkResult{{16}, 0}));
+}
+
+TEST(StainWalk, ShapeFilterSparesStainsOf15PixelsOrFewer)
+{
+    StainFilter f;
+    f.ShapeLimit = StainFilter::limitOf(90);
+    // A bar of 20: roundness 0.936 rejects it; a bar of 15 (0.915) is too small to be judged.
+    EXPECT_EQ(Walk(PixelsOf({std::string(20, '#'), ".", std::string(15, '#')}), f),
+              (WalkResult{{15}, 1}));
+    EXPECT_EQ(Walk(PixelsOf({std::string(20, '#')})), (WalkResult{{20}, 0}));
+}
+
+TEST(StainWalk, HueShareAndHueRange)
+{
+    StainFilter f;
+    f.HueLow = 'x';
+    f.HueHigh = 'x';
+    f.HueLimit = StainFilter::limitOf(50);
+    // Half of the pixels in range stands, a quarter does not, none is rejected at any limit.
+    EXPECT_EQ(Walk(PixelsOf({"xx##.x###.####"}), f), (WalkResult{{4}, 2}));
+    f.HueLimit = 0;
+    EXPECT_EQ(Walk(PixelsOf({"xx##.x###.####"}), f), (WalkResult{{4, 4}, 1}));
+
+    StainFilter inverted;
+    inverted.HueLow = 10;
+    inverted.HueHigh = 20;
+    inverted.HueInvert = true;
+    std::vector<CardPixel> px(1);
+    for (int hue : {9, 10, 20, 21})
+        px.push_back({static_cast<Byte>(hue), 1, 1, static_cast<Integer>(2 * px.size())});
+    px.push_back({0, 0, 1, 10});
+    EXPECT_EQ(Walk(px, inverted), (WalkResult{{1, 1}, 2}));
+}
+
+TEST(StainWalk, ProgressAndCancelFollowTheLines)
+{
+    struct Counter : ProgressSink
+    {
+        int yields = 0;
+        long last = -1;
+        bool *cancel = nullptr;
+        int cancelAfter = 1000;
+        void SetValue(long v) override { EXPECT_EQ(v % 25, 0); last = v; }
+        void Yield() override { if (++yields == cancelAfter) *cancel = true; }
+    };
+    std::vector<std::string> lines(30, std::string(12, '#'));
+    lines[10] = "............"; // a line without pixels still comes up
+    const auto px = PixelsOf(lines);
+    bool cancel = false;
+    Counter counter;
+    counter.cancel = &cancel;
+    StainWalk walk({});
+    EXPECT_TRUE(walk.run(px, cancel, counter, [](Long) {}));
+    EXPECT_EQ(counter.yields, 30);
+    EXPECT_EQ(counter.last, 325); // 348 pixels: the last multiple of 25 walked
+
+    Counter stopper;
+    stopper.cancel = &cancel;
+    stopper.cancelAfter = 3;
+    int reported = 0;
+    EXPECT_FALSE(walk.run(px, cancel, stopper, [&reported](Long) { ++reported; }));
+    EXPECT_EQ(stopper.yields, 3);
+}
