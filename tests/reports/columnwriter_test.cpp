@@ -112,15 +112,3 @@ TEST(ColumnWriter, FailedFileStopsEveryCall)
     EXPECT_FALSE(w.dashes(3));
     EXPECT_EQ(w.column(), 1);
 }
-
-TEST(UnitTexts, FollowMetric)
-{
-    const UnitTexts metric = UnitTextsFor(true);
-    EXPECT_EQ(metric.Length, "m");
-    EXPECT_EQ(metric.Speed, "km/h");
-    EXPECT_EQ(metric.Rate, "L/ha");
-    const UnitTexts imperial = UnitTextsFor(false);
-    EXPECT_EQ(imperial.Length, "ft");
-    EXPECT_EQ(imperial.Speed, "mph");
-    EXPECT_EQ(imperial.Rate, "oz/ac");
-}
