@@ -1,0 +1,153 @@
+// GIF through giflib: the first image of the file, placed on its logical screen, as an 8-bit
+// picture that keeps the colour map order and the pixel indexes.
+
+#include "intake/inputfile.h"
+#include "intake/picturereaders.h"
+
+#include <gif_lib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
+namespace velmara::intake_detail {
+
+namespace {
+
+struct GifCloser
+{
+    void operator()(GifFileType *gif) const
+    {
+        int ignored = 0;
+        DGifCloseFile(gif, &ignored);
+    }
+};
+
+std::string GifError(int code)
+{
+    const char *text = GifErrorString(code);
+    return std::string("The GIF file can't be read: ") + (text ? text : "unknown error") + ".";
+}
+
+} // namespace
+
+bool ReadGif(const std::string &path, PictureDepth mode, Picture &picture, std::string &error)
+{
+    std::uint64_t fileSize = 0;
+    {
+        InputFile probe;
+        if (!probe.open(path, error))
+            return false;
+        fileSize = probe.size();
+    }
+    int code = 0;
+    std::unique_ptr<GifFileType, GifCloser> gif(DGifOpenFileName(path.c_str(), &code));
+    if (!gif) {
+        error = GifError(code);
+        return false;
+    }
+    const int width = gif->SWidth;
+    const int height = gif->SHeight;
+    // The depth is the colour resolution of the screen descriptor, as registration reads it.
+    picture.BitsPerPixel = gif->SColorResolution;
+    picture.Width = width;
+    picture.Height = height;
+    if (mode == PictureDepth::EightBitOnly && picture.BitsPerPixel != 8) {
+        error = BitDepthMessage(picture.BitsPerPixel);
+        return false;
+    }
+    picture.BitsPerPixel = 8;
+    if (width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide ||
+        !PixelBudgetOk(static_cast<std::uint64_t>(width) * height, fileSize)) {
+        error = "The GIF's screen of " + std::to_string(width) + " by " + std::to_string(height) +
+                " pixels can't be read.";
+        return false;
+    }
+
+    for (;;) {
+        GifRecordType record = UNDEFINED_RECORD_TYPE;
+        if (DGifGetRecordType(gif.get(), &record) == GIF_ERROR) {
+            error = GifError(gif->Error);
+            return false;
+        }
+        if (record == TERMINATE_RECORD_TYPE) {
+            error = "The GIF file holds no image.";
+            return false;
+        }
+        if (record == EXTENSION_RECORD_TYPE) {
+            int extCode = 0;
+            GifByteType *ext = nullptr;
+            if (DGifGetExtension(gif.get(), &extCode, &ext) == GIF_ERROR) {
+                error = GifError(gif->Error);
+                return false;
+            }
+            while (ext) {
+                if (DGifGetExtensionNext(gif.get(), &ext) == GIF_ERROR) {
+                    error = GifError(gif->Error);
+                    return false;
+                }
+            }
+            continue;
+        }
+        if (record != IMAGE_DESC_RECORD_TYPE) {
+            error = "The GIF file is damaged.";
+            return false;
+        }
+        if (DGifGetImageDesc(gif.get()) == GIF_ERROR) {
+            error = GifError(gif->Error);
+            return false;
+        }
+        break;
+    }
+
+    const GifImageDesc &desc = gif->Image;
+    const ColorMapObject *map = desc.ColorMap ? desc.ColorMap : gif->SColorMap;
+    if (!map || map->ColorCount < 1 || map->ColorCount > 256 || !map->Colors) {
+        error = "The GIF file has no colour table.";
+        return false;
+    }
+    if (desc.Width < 1 || desc.Height < 1 ||
+        !PixelBudgetOk(static_cast<std::uint64_t>(desc.Width) * desc.Height, fileSize)) {
+        error = "The GIF file is damaged.";
+        return false;
+    }
+    picture.Channels = 1;
+    picture.Palette.resize(map->ColorCount);
+    for (int i = 0; i < map->ColorCount; ++i)
+        picture.Palette[i] = {map->Colors[i].Red, map->Colors[i].Green, map->Colors[i].Blue};
+
+    // What the image doesn't cover shows the screen's background colour.
+    picture.Data.assign(static_cast<size_t>(width) * height, static_cast<Byte>(gif->SBackGroundColor));
+
+    std::vector<GifPixelType> line(static_cast<size_t>(desc.Width));
+    const auto place = [&](int frameRow) {
+        const long y = static_cast<long>(desc.Top) + frameRow;
+        if (y < 0 || y >= height || desc.Left >= width)
+            return;
+        const int n = std::min(desc.Width, width - desc.Left);
+        std::memcpy(picture.Row(static_cast<int>(y)) + desc.Left, line.data(), static_cast<size_t>(n));
+    };
+    const auto readLine = [&](int frameRow) {
+        if (DGifGetLine(gif.get(), line.data(), desc.Width) == GIF_ERROR) {
+            error = GifError(gif->Error);
+            return false;
+        }
+        place(frameRow);
+        return true;
+    };
+    if (desc.Interlace) {
+        static constexpr int kStart[4] = {0, 4, 2, 1};
+        static constexpr int kStep[4] = {8, 8, 4, 2};
+        for (int pass = 0; pass < 4; ++pass)
+            for (int r = kStart[pass]; r < desc.Height; r += kStep[pass])
+                if (!readLine(r))
+                    return false;
+    } else {
+        for (int r = 0; r < desc.Height; ++r)
+            if (!readLine(r))
+                return false;
+    }
+    return true;
+}
+
+} // namespace velmara::intake_detail

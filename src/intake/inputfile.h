@@ -1,0 +1,105 @@
+#pragma once
+// Internal to intake: a read-only file with its size, read at explicit offsets, and the texts of
+// the errors a failed open gives.
+
+#include "core/numeric.h"
+
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+namespace velmara::intake_detail {
+
+class InputFile
+{
+public:
+    InputFile() = default;
+    InputFile(const InputFile &) = delete;
+    InputFile &operator=(const InputFile &) = delete;
+    ~InputFile() { close(); }
+
+    // Returns false and sets error to the description of the failure.
+    bool open(const std::string &path, std::string &error)
+    {
+        close();
+        errno = 0;
+        mFile = std::fopen(path.c_str(), "rb");
+        if (!mFile) {
+            error = openErrorText(errno);
+            return false;
+        }
+        if (fseeko(mFile, 0, SEEK_END) != 0) {
+            error = "Path/File access error";
+            close();
+            return false;
+        }
+        const off_t end = ftello(mFile);
+        if (end < 0) {
+            error = "Path/File access error";
+            close();
+            return false;
+        }
+        mSize = static_cast<std::uint64_t>(end);
+        mPos = ~std::uint64_t{0};
+        return true;
+    }
+
+    void close()
+    {
+        if (mFile)
+            std::fclose(mFile);
+        mFile = nullptr;
+        mSize = 0;
+    }
+
+    std::uint64_t size() const { return mSize; }
+
+    // Copies up to count bytes from offset; returns how many were read (fewer at the end).
+    size_t readAt(std::uint64_t offset, void *out, size_t count)
+    {
+        if (!mFile || offset >= mSize)
+            return 0;
+        if (offset != mPos && fseeko(mFile, static_cast<off_t>(offset), SEEK_SET) != 0)
+            return 0;
+        const size_t got = std::fread(out, 1, count, mFile);
+        mPos = offset + got;
+        return got;
+    }
+
+    static std::string openErrorText(int err)
+    {
+        switch (err) {
+        case ENOENT:
+        case ENOTDIR:
+            return "File not found";
+        case EACCES:
+        case EPERM:
+            return "Permission denied";
+        default:
+            return "Path/File access error";
+        }
+    }
+
+private:
+    std::FILE *mFile = nullptr;
+    std::uint64_t mSize = 0;
+    std::uint64_t mPos = 0;
+};
+
+inline Long ReadLong(const Byte *p)
+{
+    return static_cast<Long>(static_cast<std::uint32_t>(p[0]) | static_cast<std::uint32_t>(p[1]) << 8 |
+                             static_cast<std::uint32_t>(p[2]) << 16 | static_cast<std::uint32_t>(p[3]) << 24);
+}
+
+inline int ReadWord(const Byte *p) { return p[0] | p[1] << 8; }
+
+// A compressed picture may claim a canvas far larger than its data could fill. No real encoder
+// reaches 2048 pixels per file byte on a card, and every small picture passes the fixed allowance.
+inline bool PixelBudgetOk(std::uint64_t pixels, std::uint64_t fileSize)
+{
+    return pixels <= 2048 * fileSize + (std::uint64_t{1} << 22);
+}
+
+} // namespace velmara::intake_detail

@@ -1,0 +1,303 @@
+// TIF through libtiff. Palette and grey pictures of 1 to 8 bits keep their indexes (a grey picture
+// gets a grey ramp as its colour table); everything else is read as RGB through libtiff's RGBA
+// interface. libtiff's messages are caught per file and never reach stderr.
+
+#include "intake/inputfile.h"
+#include "intake/picturereaders.h"
+
+#include <tiffio.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+
+namespace velmara::intake_detail {
+
+namespace {
+
+// libtiff refuses any single allocation above this; our own pictures stay far below it.
+constexpr tmsize_t kMaxLibtiffAllocation = tmsize_t{1} << 28;
+
+struct TiffMessages
+{
+    std::string lastError;
+};
+
+int CatchError(TIFF *, void *user, const char *, const char *fmt, va_list ap)
+{
+    char text[512];
+    std::vsnprintf(text, sizeof text, fmt, ap);
+    static_cast<TiffMessages *>(user)->lastError = text;
+    return 1; // handled: the library's default handler must not print
+}
+
+int IgnoreWarning(TIFF *, void *, const char *, const char *, va_list) { return 1; }
+
+struct TiffCloser
+{
+    void operator()(TIFF *tif) const { TIFFClose(tif); }
+};
+
+class TiffFile
+{
+public:
+    bool open(const std::string &path, std::string &error)
+    {
+        // Messages raised without a file handle go to the process-wide handlers: silence those too.
+        static std::once_flag silenced;
+        std::call_once(silenced, [] {
+            TIFFSetErrorHandler(nullptr);
+            TIFFSetWarningHandler(nullptr);
+        });
+        InputFile probe;
+        if (!probe.open(path, error))
+            return false;
+        mFileSize = probe.size();
+        probe.close();
+
+        std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions *)> options(TIFFOpenOptionsAlloc(),
+                                                                               TIFFOpenOptionsFree);
+        TIFFOpenOptionsSetErrorHandlerExtR(options.get(), CatchError, &mMessages);
+        TIFFOpenOptionsSetWarningHandlerExtR(options.get(), IgnoreWarning, nullptr);
+        TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMaxLibtiffAllocation);
+        mTif.reset(TIFFOpenExt(path.c_str(), "r", options.get()));
+        if (!mTif) {
+            error = failure();
+            return false;
+        }
+        return true;
+    }
+
+    TIFF *get() const { return mTif.get(); }
+    std::uint64_t fileSize() const { return mFileSize; }
+
+    std::string failure() const
+    {
+        return mMessages.lastError.empty() ? std::string("The TIF file can't be read.")
+                                           : "The TIF file can't be read: " + mMessages.lastError + ".";
+    }
+
+private:
+    TiffMessages mMessages; // must outlive mTif: libtiff reports into it until TIFFClose
+    std::unique_ptr<TIFF, TiffCloser> mTif;
+    std::uint64_t mFileSize = 0;
+};
+
+struct TiffLayout
+{
+    std::uint32_t width = 0, height = 0;
+    std::uint16_t bits = 1, samples = 1, photometric = PHOTOMETRIC_MINISBLACK;
+    bool indexed = false;
+    int depth = 0;
+};
+
+bool ReadLayout(const TiffFile &file, TiffLayout &l, Picture &picture, std::string &error)
+{
+    TIFF *tif = file.get();
+    if (!TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &l.width) || !TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &l.height)) {
+        error = file.failure();
+        return false;
+    }
+    TIFFGetFieldDefaulted(tif, TIFFTAG_BITSPERSAMPLE, &l.bits);
+    TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLESPERPIXEL, &l.samples);
+    if (!TIFFGetField(tif, TIFFTAG_PHOTOMETRIC, &l.photometric))
+        l.photometric = l.samples == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB;
+    l.indexed = l.samples == 1 && (l.bits == 1 || l.bits == 2 || l.bits == 4 || l.bits == 8) &&
+                (l.photometric == PHOTOMETRIC_PALETTE || l.photometric == PHOTOMETRIC_MINISBLACK ||
+                 l.photometric == PHOTOMETRIC_MINISWHITE);
+    l.depth = l.indexed ? l.bits : l.bits * l.samples;
+    picture.BitsPerPixel = l.depth;
+    picture.Width = static_cast<int>(std::min<std::uint32_t>(l.width, 0x7FFFFFFF));
+    picture.Height = static_cast<int>(std::min<std::uint32_t>(l.height, 0x7FFFFFFF));
+    return true;
+}
+
+bool CheckSize(const TiffFile &file, const TiffLayout &l, std::string &error)
+{
+    if (l.width < 1 || l.height < 1 || l.width > kMaxPictureSide || l.height > kMaxPictureSide ||
+        !PixelBudgetOk(std::uint64_t{l.width} * l.height, file.fileSize())) {
+        error = "The TIF picture of " + std::to_string(l.width) + " by " + std::to_string(l.height) +
+                " pixels can't be read.";
+        return false;
+    }
+    return true;
+}
+
+Byte Sample(const Byte *packed, std::uint32_t x, int bits)
+{
+    switch (bits) {
+    case 8:
+        return packed[x];
+    case 4:
+        return (x & 1) ? (packed[x >> 1] & 15) : (packed[x >> 1] >> 4);
+    case 2:
+        return (packed[x >> 2] >> (6 - 2 * (x & 3))) & 3;
+    default:
+        return (packed[x >> 3] >> (7 - (x & 7))) & 1;
+    }
+}
+
+bool ReadIndexed(const TiffFile &file, const TiffLayout &l, Picture &picture, std::string &error)
+{
+    TIFF *tif = file.get();
+    const int colours = 1 << l.bits;
+    picture.Channels = 1;
+    picture.Palette.resize(colours);
+    if (l.photometric == PHOTOMETRIC_PALETTE) {
+        std::uint16_t *r = nullptr, *g = nullptr, *b = nullptr;
+        if (!TIFFGetField(tif, TIFFTAG_COLORMAP, &r, &g, &b) || !r || !g || !b) {
+            error = "The TIF file has no colour map.";
+            return false;
+        }
+        // Old writers stored 8-bit values in the 16-bit map.
+        bool eightBit = true;
+        for (int i = 0; i < colours; ++i)
+            eightBit = eightBit && r[i] < 256 && g[i] < 256 && b[i] < 256;
+        const int shift = eightBit ? 0 : 8;
+        for (int i = 0; i < colours; ++i)
+            picture.Palette[i] = {static_cast<Byte>(r[i] >> shift), static_cast<Byte>(g[i] >> shift),
+                                  static_cast<Byte>(b[i] >> shift)};
+    } else {
+        for (int i = 0; i < colours; ++i) {
+            int v = i * 255 / (colours - 1);
+            if (l.photometric == PHOTOMETRIC_MINISWHITE)
+                v = 255 - v;
+            picture.Palette[i] = {static_cast<Byte>(v), static_cast<Byte>(v), static_cast<Byte>(v)};
+        }
+    }
+    picture.Data.assign(static_cast<size_t>(l.width) * l.height, 0);
+
+    if (TIFFIsTiled(tif)) {
+        std::uint32_t tw = 0, th = 0;
+        TIFFGetField(tif, TIFFTAG_TILEWIDTH, &tw);
+        TIFFGetField(tif, TIFFTAG_TILELENGTH, &th);
+        const tmsize_t tileSize = TIFFTileSize(tif);
+        const tmsize_t tileRow = TIFFTileRowSize(tif);
+        if (tw < 1 || th < 1 || tileSize <= 0 || tileRow <= 0 || tileSize > kMaxLibtiffAllocation ||
+            static_cast<std::uint64_t>(tileRow) * th > static_cast<std::uint64_t>(tileSize)) {
+            error = file.failure();
+            return false;
+        }
+        std::vector<Byte> tile(static_cast<size_t>(tileSize));
+        for (std::uint32_t ty = 0; ty < l.height; ty += th) {
+            for (std::uint32_t tx = 0; tx < l.width; tx += tw) {
+                if (TIFFReadTile(tif, tile.data(), tx, ty, 0, 0) < 0) {
+                    error = file.failure();
+                    return false;
+                }
+                const std::uint32_t rows = std::min(th, l.height - ty);
+                const std::uint32_t cols = std::min(tw, l.width - tx);
+                for (std::uint32_t r = 0; r < rows; ++r) {
+                    const Byte *src = tile.data() + static_cast<size_t>(tileRow) * r;
+                    Byte *dst = picture.Row(static_cast<int>(ty + r)) + tx;
+                    for (std::uint32_t c = 0; c < cols; ++c)
+                        dst[c] = Sample(src, c, l.bits);
+                }
+            }
+        }
+        return true;
+    }
+
+    const tmsize_t lineSize = TIFFScanlineSize(tif);
+    if (lineSize <= 0 || static_cast<std::uint64_t>(lineSize) * 8 < std::uint64_t{l.width} * l.bits) {
+        error = file.failure();
+        return false;
+    }
+    std::vector<Byte> line(static_cast<size_t>(lineSize));
+    for (std::uint32_t y = 0; y < l.height; ++y) {
+        if (TIFFReadScanline(tif, line.data(), y, 0) < 0) {
+            error = file.failure();
+            return false;
+        }
+        Byte *dst = picture.Row(static_cast<int>(y));
+        if (l.bits == 8)
+            std::copy_n(line.data(), l.width, dst);
+        else
+            for (std::uint32_t x = 0; x < l.width; ++x)
+                dst[x] = Sample(line.data(), x, l.bits);
+    }
+    return true;
+}
+
+bool ReadRgb(const TiffFile &file, const TiffLayout &l, Picture &picture, std::string &error)
+{
+    TIFF *tif = file.get();
+    char why[1024] = {};
+    if (!TIFFRGBAImageOK(tif, why)) {
+        error = std::string("The TIF file's colour layout can't be read: ") + why + ".";
+        return false;
+    }
+    TIFFRGBAImage image{};
+    if (!TIFFRGBAImageBegin(&image, tif, 0, why)) {
+        error = std::string("The TIF file can't be read: ") + why + ".";
+        return false;
+    }
+    std::unique_ptr<TIFFRGBAImage, void (*)(TIFFRGBAImage *)> guard(&image, TIFFRGBAImageEnd);
+    image.req_orientation = ORIENTATION_TOPLEFT;
+    picture.Channels = 3;
+    picture.Data.assign(static_cast<size_t>(l.width) * l.height * 3, 0);
+    const std::uint32_t chunk = std::max<std::uint32_t>(1, (1u << 20) / l.width);
+    std::vector<std::uint32_t> raster(static_cast<size_t>(l.width) * chunk);
+    for (std::uint32_t y = 0; y < l.height; y += chunk) {
+        const std::uint32_t rows = std::min(chunk, l.height - y);
+        image.row_offset = static_cast<int>(y);
+        image.col_offset = 0;
+        if (!TIFFRGBAImageGet(&image, raster.data(), l.width, rows)) {
+            error = file.failure();
+            return false;
+        }
+        for (std::uint32_t r = 0; r < rows; ++r) {
+            Byte *dst = picture.Row(static_cast<int>(y + r));
+            const std::uint32_t *src = raster.data() + static_cast<size_t>(r) * l.width;
+            for (std::uint32_t x = 0; x < l.width; ++x) {
+                dst[3 * x] = static_cast<Byte>(TIFFGetR(src[x]));
+                dst[3 * x + 1] = static_cast<Byte>(TIFFGetG(src[x]));
+                dst[3 * x + 2] = static_cast<Byte>(TIFFGetB(src[x]));
+            }
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+bool ReadTiff(const std::string &path, PictureDepth mode, Picture &picture, std::string &error)
+{
+    TiffFile file;
+    TiffLayout layout;
+    if (!file.open(path, error) || !ReadLayout(file, layout, picture, error))
+        return false;
+    if (mode == PictureDepth::EightBitOnly && layout.depth != 8) {
+        error = BitDepthMessage(layout.depth);
+        return false;
+    }
+    if (mode == PictureDepth::EightBitOnly && !layout.indexed) {
+        error = "The TIF file's colour layout can't be analysed.";
+        return false;
+    }
+    if (!CheckSize(file, layout, error))
+        return false;
+    return layout.indexed ? ReadIndexed(file, layout, picture, error) : ReadRgb(file, layout, picture, error);
+}
+
+} // namespace velmara::intake_detail
+
+namespace velmara {
+
+bool ProbeTiff(const std::string &path, Picture &info, std::string &error)
+{
+    intake_detail::TiffFile file;
+    intake_detail::TiffLayout layout;
+    info = Picture{};
+    if (!file.open(path, error) || !intake_detail::ReadLayout(file, layout, info, error))
+        return false;
+    if (layout.depth == 8 && !layout.indexed) {
+        error = "The TIF file's colour layout can't be analysed.";
+        return false;
+    }
+    return layout.depth != 8 || intake_detail::CheckSize(file, layout, error);
+}
+
+} // namespace velmara
