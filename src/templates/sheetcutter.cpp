@@ -1,0 +1,128 @@
+#include "templates/sheetcutter.h"
+
+#include "core/numberform.h"
+#include "intake/loadimage.h"
+#include "templates/templatestore.h"
+
+namespace velmara {
+
+namespace {
+
+std::string CellText(int n) { return "Cell " + std::to_string(n); }
+
+} // namespace
+
+CutResult CutSheet(Workspace &ws, const Picture &sheet, const TemplateGrid &grid,
+                   const std::string &folder, CutObserver *observer)
+{
+    CutResult result;
+    result.Cut = true;
+    const int cells = grid.cellCount();
+    const int firstNumber = ws.LastClipIndex;
+    for (int n = 1; n <= cells; ++n) {
+        if (!grid.selected(n))
+            continue;
+        if (observer)
+            observer->cellStarted(n);
+        int card = 0;
+        ClipRect r;
+        bool sized = true;
+        try {
+            r = grid.clipRect(n);
+        } catch (const Failure &) {
+            sized = false;
+        }
+        Picture clip;
+        std::string error;
+        if (!sized || r.Width < 1 || r.Height < 1) {
+            result.Messages.push_back(CellText(n) + " is a quarter of an inch or less across or down"
+                                      " and gives no clip.");
+        } else if (grid.cell(n).OutOfBounds || !ClipPicture(sheet, r.X, r.Y, r.Width, r.Height, clip, error)) {
+            result.Messages.push_back(CellText(n) + " does not lie on the sheet and is not cut.");
+        } else {
+            const std::string name = TemplateGrid::clipName(firstNumber, n);
+            if (!SaveBitmap8(clip, folder + name, error)) {
+                result.Messages.push_back("The clip '" + folder + name + "' could not be written: "
+                                          + error + ".\rThe cut stops here.");
+                result.Stopped = true;
+                if (observer)
+                    observer->cellFinished(n, 0);
+                break;
+            }
+            result.Clips.push_back(name);
+            const LoadResult loaded = LoadImage(ws, name, folder);
+            if (loaded.Ok) {
+                card = loaded.CardIndex;
+                result.Cards.push_back(card);
+            } else {
+                result.Messages.push_back(loaded.Message);
+            }
+        }
+        if (observer)
+            observer->cellFinished(n, card);
+    }
+    // Every cell consumes its number, cut or not, so numbers never repeat within a run.
+    ws.LastClipIndex = firstNumber + cells;
+    return result;
+}
+
+CutResult CutSheetFile(Workspace &ws, const SheetCutRequest &request, CutObserver *observer)
+{
+    CutResult refused;
+    std::string warning;
+    const std::string templatesFile = request.TemplatesFile.empty()
+                                          ? TemplateStore::PathIn(ws.TempDir)
+                                          : request.TemplatesFile;
+    const auto found = FindTemplate(request.TemplateName, templatesFile, &warning);
+    if (!warning.empty())
+        refused.Messages.push_back(warning);
+    if (!found) {
+        refused.Messages.push_back("Template '" + request.TemplateName + "' was not found.");
+        return refused;
+    }
+
+    TemplateGrid grid;
+    grid.setTemplate(*found);
+    const int res = request.Res > 0 ? request.Res : ws.DefaultRes;
+    if (res <= 0 || res > 32767) {
+        refused.Messages.push_back("The sheet resolution " + std::to_string(res)
+                                   + " dpi is not usable.");
+        return refused;
+    }
+    for (int n = 1; n <= TemplateGrid::kMaxCells; ++n)
+        grid.setSelected(n, request.Cells.empty());
+    for (int n : request.Cells) {
+        if (n < 1 || n > grid.cellCount()) {
+            refused.Messages.push_back(CellText(n) + " is not in template '" + found->Name + "', which has "
+                                       + std::to_string(grid.cellCount()) + " cells.");
+            return refused;
+        }
+        grid.setSelected(n, true);
+    }
+
+    Picture sheet;
+    std::string error;
+    if (!ReadPicture(request.SheetPath, PictureDepth::AnyDepth, sheet, error)) {
+        refused.Messages.push_back("Error: " + error);
+        return refused;
+    }
+    grid.setPictureSize(sheet.Width, sheet.Height);
+    grid.setRes(res);
+    grid.activate();
+    grid.setOffsetInches(request.OffsetX, request.OffsetY);
+
+    if (const int off = grid.firstCellOutOfBounds()) {
+        refused.Messages.push_back(
+            "Template '" + found->Name + "' does not fit on '" + request.SheetPath + "': cell "
+            + std::to_string(off) + " lies off the sheet, which is "
+            + FormatNumber(static_cast<double>(sheet.Width) / res, "0.00") + " by "
+            + FormatNumber(static_cast<double>(sheet.Height) / res, "0.00") + " inches at "
+            + std::to_string(res) + " dpi.");
+        return refused;
+    }
+    CutResult result = CutSheet(ws, sheet, grid, request.ClipDir, observer);
+    result.Messages.insert(result.Messages.begin(), refused.Messages.begin(), refused.Messages.end());
+    return result;
+}
+
+} // namespace velmara

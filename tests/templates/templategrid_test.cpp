@@ -1,0 +1,206 @@
+#include "templates/templategrid.h"
+
+#include <gtest/gtest.h>
+
+using namespace velmara;
+
+namespace {
+
+// A letter sheet at 1200 dpi shown in a 340 x 440 picture box: one screen pixel is 0.025 inch.
+TemplateGrid LetterGrid(const CardTemplate &t = DefaultTemplate(), int res = 1200)
+{
+    TemplateGrid g;
+    g.setTemplate(t);
+    g.setPictureSize(8500 * res / 1000, 11 * res);
+    g.setViewSize(340, 440);
+    g.setRes(res);
+    g.activate();
+    return g;
+}
+
+CardTemplate Grid(Integer nh, Single sh, Single gh, Integer nv, Single sv, Single gv)
+{
+    CardTemplate t{"T", nh, sh, gh, nv, sv, gv};
+    return t;
+}
+
+} // namespace
+
+TEST(TemplateGridScale, PictureSizeInHundredthsOfAMillimetre)
+{
+    EXPECT_EQ(TemplateGrid::PixelsToHiMetric(10200), 269875);
+    EXPECT_EQ(TemplateGrid::PixelsToHiMetric(13200), 349250);
+    EXPECT_EQ(TemplateGrid::PixelsToHiMetric(96), 2540);
+    EXPECT_EQ(TemplateGrid::PixelsToHiMetric(12), 318); // 317.5: halves go up
+    EXPECT_EQ(TemplateGrid::PixelsToHiMetric(1), 26);   // 26.46
+}
+
+TEST(TemplateGridScale, ActivationAndResolutionChange)
+{
+    TemplateGrid g = LetterGrid();
+    EXPECT_FLOAT_EQ(g.scaleWidth(), 8.5f);
+    EXPECT_FLOAT_EQ(g.scaleHeight(), 11.0f);
+    // The change of resolution divides by 26.46, not by the exact 2540 / 96.
+    g.setResolution(600);
+    EXPECT_FLOAT_EQ(g.scaleWidth(), static_cast<float>(269875 / 26.46 / 600));
+    EXPECT_NE(g.scaleWidth(), 17.0);
+    EXPECT_EQ(g.viewWidthForHeight(440), 340);
+
+    // Activation adds 0.5 to the size it gets back from 5821 hundredths (220.006 pixels), so a
+    // height of 220 pixels scales as 221.
+    TemplateGrid small;
+    small.setPictureSize(170, 220);
+    small.setRes(20);
+    small.activate();
+    EXPECT_FLOAT_EQ(small.scaleHeight(), 221.0f / 20.0f);
+}
+
+TEST(TemplateGridScale, ResolutionTextKeepsTheLastGoodValue)
+{
+    TemplateGrid g = LetterGrid();
+    for (const char *bad : {"", "abc", "0", "0.4", "32768", "-600", "6O0", "1.2.3"}) {
+        EXPECT_FALSE(g.applyResolutionText(bad)) << bad;
+        EXPECT_EQ(g.res(), 1200) << bad;
+    }
+    EXPECT_TRUE(g.applyResolutionText(" 600 "));
+    EXPECT_EQ(g.res(), 600);
+    EXPECT_TRUE(g.applyResolutionText("300.5")); // half to even
+    EXPECT_EQ(g.res(), 300);
+    EXPECT_TRUE(g.applyResolutionText("32767"));
+}
+
+TEST(TemplateGridCells, PlacesAndClipRectangles)
+{
+    TemplateGrid g = LetterGrid();
+    ASSERT_EQ(g.cellCount(), 9);
+    const GridCell c5 = g.cell(5);
+    EXPECT_FLOAT_EQ(c5.Left, 2.0f);
+    EXPECT_FLOAT_EQ(c5.Top, 3.125f);
+    EXPECT_FLOAT_EQ(c5.Width, 1.75f);
+    EXPECT_TRUE(c5.Selected);
+    EXPECT_FALSE(c5.OutOfBounds);
+    const ClipRect r3 = g.clipRect(3);
+    EXPECT_EQ(r3.X, 4800);
+    EXPECT_EQ(r3.Y, 0);
+    EXPECT_EQ(r3.Width, 1800); // a quarter inch off the right
+    EXPECT_EQ(r3.Height, 3000);
+    EXPECT_EQ(g.clipRect(9).Y, 7500);
+    EXPECT_TRUE(g.okEnabled());
+}
+
+TEST(TemplateGridCells, ClipCornersRoundHalfToEven)
+{
+    // 168 x 216 pixels at 20 dpi (8.4 x 10.8 inches) in a 336 x 432 box: 0.025 inch a pixel.
+    TemplateGrid g;
+    g.setTemplate(DefaultTemplate());
+    g.setPictureSize(168, 216);
+    g.setViewSize(336, 432);
+    g.setRes(20);
+    g.activate();
+    // The second row starts at 3.125 x 20 = 62.5 pixels, the third at 125.
+    EXPECT_EQ(g.clipRect(4).Y, 62);
+    EXPECT_EQ(g.clipRect(7).Y, 125);
+    g.setOffsetPixels(0, 20); // half an inch: 3.625 x 20 = 72.5
+    EXPECT_EQ(g.clipRect(4).Y, 72);
+}
+
+TEST(TemplateGridCells, HalfTheResolutionHalvesThePixels)
+{
+    TemplateGrid g = LetterGrid();
+    const ClipRect at1200 = g.clipRect(6);
+    g.setResolution(600);
+    const ClipRect at600 = g.clipRect(6);
+    EXPECT_EQ(at600.X * 2, at1200.X);
+    EXPECT_EQ(at600.Y * 2, at1200.Y);
+    EXPECT_EQ(at600.Width * 2, at1200.Width);
+    EXPECT_EQ(at600.Height * 2, at1200.Height);
+    // The grid now covers half the scan's width: a wider template still fits at 600 dpi.
+    TemplateGrid wide = LetterGrid(Grid(5, 3, 0.25f, 1, 1, 0.25f));
+    EXPECT_EQ(wide.firstCellOutOfBounds(), 3);
+    wide.setResolution(600);
+    EXPECT_TRUE(wide.okEnabled());
+}
+
+TEST(TemplateGridCells, ShiftsMoveOnePicturePixel)
+{
+    TemplateGrid g = LetterGrid();
+    g.shift(ShiftDirection::Right);
+    g.shift(ShiftDirection::Right);
+    g.shift(ShiftDirection::Down);
+    EXPECT_EQ(g.offsetX(), 2);
+    EXPECT_EQ(g.offsetY(), 1);
+    EXPECT_FLOAT_EQ(g.cell(1).Left, 0.05f);
+    EXPECT_FLOAT_EQ(g.cell(1).Top, 0.025f);
+    EXPECT_EQ(g.clipRect(1).X, 60);
+    g.shift(ShiftDirection::Up);
+    g.shift(ShiftDirection::Left);
+    EXPECT_EQ(g.offsetX(), 1);
+    EXPECT_EQ(g.offsetY(), 0);
+}
+
+TEST(TemplateGridBounds, EachEdge)
+{
+    TemplateGrid left = LetterGrid();
+    left.shift(ShiftDirection::Left);
+    EXPECT_EQ(left.firstCellOutOfBounds(), 1);
+    EXPECT_FALSE(left.okEnabled());
+
+    TemplateGrid top = LetterGrid();
+    top.shift(ShiftDirection::Up);
+    EXPECT_EQ(top.firstCellOutOfBounds(), 1);
+
+    // 5 across: 4 x 2 + 1.75 = 9.75 inches on a sheet of 8.5.
+    TemplateGrid right = LetterGrid(Grid(5, 1.75f, 0.25f, 3, 2.75f, 0.375f));
+    EXPECT_EQ(right.firstCellOutOfBounds(), 5);
+    // 4 down: 3 x 3.125 + 2.75 = 12.125 inches on a sheet of 11.
+    TemplateGrid bottom = LetterGrid(Grid(3, 1.75f, 0.25f, 4, 2.75f, 0.375f));
+    EXPECT_EQ(bottom.firstCellOutOfBounds(), 10);
+    EXPECT_TRUE(bottom.cell(12).OutOfBounds);
+    EXPECT_FALSE(bottom.cell(9).OutOfBounds);
+}
+
+TEST(TemplateGridBounds, ExactFitIsOnTheSheetAndDeselectedCellsStillCount)
+{
+    TemplateGrid g;
+    g.setTemplate(Grid(1, 1.75f, 0.25f, 1, 1.75f, 0.25f));
+    g.setPictureSize(2100, 2100); // 1.75 inches at 1200 dpi, exactly
+    g.setRes(1200);
+    g.activate();
+    EXPECT_TRUE(g.okEnabled());
+    g.setPictureSize(2099, 2100);
+    EXPECT_FALSE(g.okEnabled());
+    g.setSelected(1, false); // deselected, still drawn, still must fit
+    EXPECT_FALSE(g.okEnabled());
+}
+
+TEST(TemplateGridSelection, StrictHitTestTogglesAndSelectAll)
+{
+    TemplateGrid g = LetterGrid();
+    EXPECT_EQ(g.hitTest(2.0, 1.0), 0); // on cell 2's left edge
+    EXPECT_EQ(g.hitTest(1.9, 1.0), 0); // in the gap
+    EXPECT_EQ(g.hitTest(2.001, 0.001), 2);
+    EXPECT_EQ(g.hitTest(3.749, 2.749), 2);
+    EXPECT_EQ(g.hitTest(3.75, 1.0), 0);
+    EXPECT_TRUE(g.clickAt(5.0, 7.0));
+    EXPECT_FALSE(g.selected(9));
+    EXPECT_FALSE(g.cell(9).Selected);
+    EXPECT_FALSE(g.clickAt(8.4, 10.9)); // off every cell
+    EXPECT_TRUE(g.clickAt(5.0, 7.0));
+    EXPECT_TRUE(g.selected(9));
+    g.setSelected(1, false);
+    g.setSelected(4, false);
+    g.selectAll();
+    for (int n = 1; n <= 25; ++n)
+        EXPECT_TRUE(g.selected(n));
+    // The picture box's pixels map onto the scan's inches.
+    EXPECT_DOUBLE_EQ(g.viewToInchesX(80), 2.0);
+    EXPECT_DOUBLE_EQ(g.inchesToViewY(11), 440);
+}
+
+TEST(TemplateGridNames, ClipNumbersInTwoDigitsAtLeast)
+{
+    EXPECT_EQ(TemplateGrid::clipName(0, 3), "clip03.bmp");
+    EXPECT_EQ(TemplateGrid::clipName(9, 1), "clip10.bmp");
+    EXPECT_EQ(TemplateGrid::clipName(99, 1), "clip100.bmp");
+    EXPECT_EQ(TemplateGrid::clipName(0, 0), "clip00.bmp");
+}
