@@ -1,0 +1,196 @@
+#include "intake/loadimage.h"
+
+#include "intake/inputfile.h"
+#include "intake/picture.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace velmara {
+
+using namespace intake_detail;
+
+namespace {
+
+constexpr const char *kTooShort = "The file is too short to be a picture.";
+constexpr const char *kTruncated = "The file is shorter than its header says; it may be truncated.";
+constexpr const char *kBadTable = "The colour table of the bitmap is damaged.";
+
+std::string LowerLastThree(const std::string &text)
+{
+    std::string tail = text.size() > 3 ? text.substr(text.size() - 3) : text;
+    std::transform(tail.begin(), tail.end(), tail.begin(), [](unsigned char c) { return std::tolower(c); });
+    return tail;
+}
+
+std::string SizeRefusal(std::int64_t width, std::int64_t height)
+{
+    return "The picture is " + std::to_string(width) + " by " + std::to_string(height) +
+           " pixels; a card must have 1 to 32767 lines and columns.";
+}
+
+bool SideOk(std::int64_t side) { return side >= 1 && side <= kMaxPictureSide; }
+
+// Why a probe failed: a wrong depth (the refusal names it) or an error with a description.
+struct Probe
+{
+    int depth = 8;
+    std::string error; // empty when the probe succeeded
+    Long width = 0;
+    Long height = 0;
+};
+
+// The header of an 8-bit bitmap, checked against the file's size so that decoding later can
+// neither run off the end nor allocate for rows that aren't there.
+Probe ProbeBmp(const std::string &path)
+{
+    Probe p;
+    InputFile file;
+    if (!file.open(path, p.error))
+        return p;
+    Byte h[54] = {};
+    const size_t got = file.readAt(0, h, sizeof h);
+    if (got < 30) {
+        p.error = kTooShort;
+        return p;
+    }
+    p.depth = ReadWord(h + 28);
+    if (p.depth != 8)
+        return p;
+    p.width = ReadLong(h + 18);
+    p.height = ReadLong(h + 22);
+    if (!SideOk(p.width) || !SideOk(p.height)) {
+        p.error = SizeRefusal(p.width, p.height);
+        return p;
+    }
+    if (got < sizeof h) {
+        p.error = kTruncated;
+        return p;
+    }
+    const std::uint32_t coloursField = static_cast<std::uint32_t>(ReadLong(h + 46));
+    const std::uint64_t colours = coloursField == 0 ? 256 : coloursField;
+    if (colours > 256) {
+        p.error = kBadTable;
+        return p;
+    }
+    const std::uint64_t pixelOffset = static_cast<std::uint32_t>(ReadLong(h + 10));
+    const std::uint64_t stride = (static_cast<std::uint64_t>(p.width) + 3) & ~std::uint64_t{3};
+    if (54 + 4 * colours > file.size() || pixelOffset + stride * static_cast<std::uint64_t>(p.height) > file.size())
+        p.error = kTruncated;
+    return p;
+}
+
+// Registration reads the signature, the packed screen byte and the screen size; the rest of a GIF
+// is read by the decoding.
+Probe ProbeGif(const std::string &path, const std::string &fileName, bool &badSignature)
+{
+    Probe p;
+    InputFile file;
+    if (!file.open(path, p.error))
+        return p;
+    Byte h[11] = {};
+    const size_t got = file.readAt(0, h, sizeof h);
+    std::string signature(reinterpret_cast<const char *>(h), std::min<size_t>(got, 6));
+    std::transform(signature.begin(), signature.end(), signature.begin(),
+                   [](unsigned char c) { return std::tolower(c); });
+    if (signature != "gif87a" && signature != "gif89a") {
+        badSignature = true;
+        p.error = "'" + fileName + "' does not seem to be a valid GIF image.";
+        return p;
+    }
+    if (got < sizeof h) {
+        p.error = kTooShort;
+        return p;
+    }
+    const Byte packed = h[10];
+    p.depth = 4 * ((packed >> 6) & 1) + 2 * ((packed >> 5) & 1) + ((packed >> 4) & 1) + 1;
+    if (p.depth != 8)
+        return p;
+    p.width = ReadWord(h + 6);
+    p.height = ReadWord(h + 8);
+    if (!SideOk(p.width) || !SideOk(p.height))
+        p.error = SizeRefusal(p.width, p.height);
+    return p;
+}
+
+// A TIF goes through the picture services; its depth is the one of the bitmap it converts to.
+Probe ProbeTif(const std::string &path)
+{
+    Probe p;
+    Picture info;
+    if (!ProbeTiff(path, info, p.error))
+        return p;
+    p.depth = info.BitsPerPixel;
+    p.width = info.Width;
+    p.height = info.Height;
+    return p;
+}
+
+} // namespace
+
+double MicronsPerPixelAt(double dpi) { return ((1.0 / dpi) / 12.0 / 3.2808) * 1000000.0; }
+
+LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::string &folder)
+{
+    LoadResult result;
+    ws.CompositeCheck = false; // loading always leaves the composite view
+
+    const std::string ext = LowerLastThree(fileName);
+    if (ext != "bmp" && ext != "gif" && ext != "tif") {
+        result.Message = "'" + fileName + "' is an unsupported file type.";
+        result.Exclamation = true;
+        return result;
+    }
+    const std::string path = folder + fileName;
+    for (int i = 1; i <= ws.CardCount(); ++i) {
+        if (ws.Card(i).FullPath == path) {
+            result.Message = "'" + ws.Card(i).FileName + "' has\ralready been opened.";
+            return result;
+        }
+    }
+
+    const int index = ws.AppendCard();
+    CardImage &card = ws.Card(index);
+    card.FullPath = path;
+    card.FileName = fileName;
+    card.Position = 0;
+
+    const std::string kind = LowerLastThree(path);
+    bool badSignature = false;
+    const Probe probe = kind == "bmp" ? ProbeBmp(path) : kind == "gif" ? ProbeGif(path, fileName, badSignature) : ProbeTif(path);
+    const auto refuse = [&](std::string message) {
+        ws.WithdrawCard();
+        result.Message = std::move(message);
+        return result;
+    };
+    if (badSignature)
+        return refuse(probe.error);
+    if (probe.error.empty() && probe.depth != 8)
+        return refuse(BitDepthMessage(probe.depth));
+    if (!probe.error.empty())
+        return refuse("Error: " + probe.error);
+    // A resolution of 0 or below would divide by zero below; the user must set another one.
+    if (ws.DefaultRes <= 0)
+        return refuse("Error: The default image resolution (DefaultRes) is " + std::to_string(ws.DefaultRes) +
+                      " dpi; it must be above 0.");
+
+    card.WidthPx = probe.width;
+    card.HeightPx = probe.height;
+    card.Dpi = ws.DefaultRes;
+    card.MicronsPerPixelX = MicronsPerPixelAt(ws.DefaultRes);
+    card.MicronsPerPixelY = card.MicronsPerPixelX;
+    card.AreaCm2 = (card.WidthPx * card.MicronsPerPixelX / 10000) * (card.HeightPx * card.MicronsPerPixelY / 10000);
+    result.Ok = true;
+    result.CardIndex = index;
+    return result;
+}
+
+LoadResult LoadImage(Workspace &ws, const std::string &fullPath)
+{
+    const size_t slash = fullPath.find_last_of("/\\");
+    if (slash == std::string::npos)
+        return LoadImage(ws, fullPath, std::string());
+    return LoadImage(ws, fullPath.substr(slash + 1), fullPath.substr(0, slash + 1));
+}
+
+} // namespace velmara
