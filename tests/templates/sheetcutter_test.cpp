@@ -1,0 +1,313 @@
+#include "templates/sheetcutter.h"
+
+#include "testdir.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+
+using namespace velmara;
+using velmara::test::TestDir;
+
+namespace {
+
+constexpr int kRes = 20; // a letter sheet of 170 x 220 pixels keeps the files small
+
+// An 8-bit sheet at 20 dpi: background index 0, and every clip area of the default grid filled
+// with the index of its cell, so each clip shows where it came from.
+Picture IndexedSheet()
+{
+    Picture p;
+    p.Width = 170;
+    p.Height = 220;
+    p.BitsPerPixel = 8;
+    p.Channels = 1;
+    for (int i = 0; i < 16; ++i)
+        p.Palette.push_back({static_cast<Byte>(255 - i * 10), static_cast<Byte>(i * 15), static_cast<Byte>(i)});
+    p.Data.assign(static_cast<size_t>(p.Width) * p.Height, 0);
+    TemplateGrid g;
+    g.setPictureSize(p.Width, p.Height);
+    g.setRes(kRes);
+    g.activate();
+    for (int n = 1; n <= 9; ++n) {
+        const ClipRect r = g.clipRect(n);
+        for (int y = r.Y; y < r.Y + r.Height; ++y)
+            for (int x = r.X; x < r.X + r.Width; ++x)
+                p.Row(y)[x] = static_cast<Byte>(n);
+    }
+    return p;
+}
+
+// The same sheet in red, green and blue: cell n in the colour of table entry n.
+Picture RgbSheet()
+{
+    const Picture indexed = IndexedSheet();
+    Picture p = indexed;
+    p.BitsPerPixel = 24;
+    p.Channels = 3;
+    p.Palette.clear();
+    p.Data.resize(indexed.Data.size() * 3);
+    for (size_t i = 0; i < indexed.Data.size(); ++i) {
+        const PaletteEntry &e = indexed.Palette[indexed.Data[i]];
+        p.Data[3 * i] = e.Red;
+        p.Data[3 * i + 1] = e.Green;
+        p.Data[3 * i + 2] = e.Blue;
+    }
+    return p;
+}
+
+TemplateGrid SheetGrid(const Picture &sheet, const CardTemplate &t = DefaultTemplate())
+{
+    TemplateGrid g;
+    g.setTemplate(t);
+    g.setPictureSize(sheet.Width, sheet.Height);
+    g.setRes(kRes);
+    g.activate();
+    return g;
+}
+
+void SelectOnly(TemplateGrid &g, std::initializer_list<int> cells)
+{
+    for (int n = 1; n <= TemplateGrid::kMaxCells; ++n)
+        g.setSelected(n, false);
+    for (int n : cells)
+        g.setSelected(n, true);
+}
+
+struct Recorder : CutObserver
+{
+    std::vector<std::string> events;
+    void cellStarted(int cell) override { events.push_back("start " + std::to_string(cell)); }
+    void cellFinished(int cell, int card) override
+    {
+        events.push_back("end " + std::to_string(cell) + " card " + std::to_string(card));
+    }
+};
+
+Picture ReadClip(const std::string &path)
+{
+    Picture clip;
+    std::string error;
+    EXPECT_TRUE(ReadPicture(path, PictureDepth::EightBitOnly, clip, error)) << error;
+    return clip;
+}
+
+} // namespace
+
+TEST(SheetCut, EightBitSheetKeepsTableAndIndexes)
+{
+    TestDir dir;
+    Workspace ws;
+    ws.TempDir = dir.dir();
+    const Picture sheet = IndexedSheet();
+    TemplateGrid grid = SheetGrid(sheet);
+    Recorder rec;
+    const CutResult r = CutSheet(ws, sheet, grid, ws.TempDir, &rec);
+    EXPECT_TRUE(r.Messages.empty());
+    ASSERT_EQ(r.Clips.size(), 9u);
+    EXPECT_EQ(r.Clips.front(), "clip01.bmp");
+    EXPECT_EQ(r.Clips.back(), "clip09.bmp");
+    ASSERT_EQ(ws.CardCount(), 9);
+    EXPECT_EQ(ws.Card(4).FileName, "clip04.bmp"); // cell order, not sorted
+    EXPECT_EQ(ws.Card(4).FullPath, dir.dir() + "clip04.bmp");
+    EXPECT_EQ(ws.Card(4).Dpi, ws.DefaultRes); // Res shapes the cut, not the card
+    EXPECT_EQ(ws.LastClipIndex, 9);
+    EXPECT_EQ(rec.events.front(), "start 1");
+    EXPECT_EQ(rec.events.back(), "end 9 card 9");
+
+    const Picture clip5 = ReadClip(dir.file("clip05.bmp"));
+    EXPECT_EQ(clip5.Width, 30); // (1.75 - 0.25) x 20
+    EXPECT_EQ(clip5.Height, 50);
+    EXPECT_EQ(clip5.Palette, sheet.Palette);
+    EXPECT_EQ(clip5.Data, std::vector<Byte>(30 * 50, 5));
+}
+
+TEST(SheetCut, RgbSheetGoesToAColourTableWithoutDithering)
+{
+    TestDir dir;
+    Workspace ws;
+    ws.TempDir = dir.dir();
+    const Picture sheet = RgbSheet();
+    TemplateGrid grid = SheetGrid(sheet);
+    SelectOnly(grid, {7});
+    const CutResult r = CutSheet(ws, sheet, grid, ws.TempDir);
+    ASSERT_EQ(r.Clips, (std::vector<std::string>{"clip07.bmp"}));
+    EXPECT_EQ(ws.CardCount(), 1);
+    const Picture clip = ReadClip(dir.file("clip07.bmp"));
+    ASSERT_EQ(clip.Width, 30);
+    const PaletteEntry want = IndexedSheet().Palette[7];
+    for (Byte index : clip.Data)
+        ASSERT_EQ(clip.Palette.at(index), want);
+}
+
+TEST(SheetCut, SkippedCellsConsumeTheirNumbers)
+{
+    TestDir dir;
+    Workspace ws;
+    ws.TempDir = dir.dir();
+    const Picture sheet = IndexedSheet();
+    TemplateGrid grid = SheetGrid(sheet);
+    SelectOnly(grid, {3});
+    EXPECT_EQ(CutSheet(ws, sheet, grid, ws.TempDir).Clips, (std::vector<std::string>{"clip03.bmp"}));
+    EXPECT_EQ(ws.LastClipIndex, 9);
+    SelectOnly(grid, {1});
+    EXPECT_EQ(CutSheet(ws, sheet, grid, ws.TempDir).Clips, (std::vector<std::string>{"clip10.bmp"}));
+    ws.LastClipIndex = 99;
+    EXPECT_EQ(CutSheet(ws, sheet, grid, ws.TempDir).Clips, (std::vector<std::string>{"clip100.bmp"}));
+    EXPECT_EQ(ws.LastClipIndex, 108);
+    // Nothing selected: no clip, and the numbers still rise by the cell count.
+    SelectOnly(grid, {});
+    const CutResult none = CutSheet(ws, sheet, grid, ws.TempDir);
+    EXPECT_TRUE(none.Clips.empty());
+    EXPECT_TRUE(none.Cut);
+    EXPECT_EQ(ws.LastClipIndex, 117);
+    EXPECT_EQ(ws.CardCount(), 3);
+}
+
+TEST(SheetCut, QuarterInchCellsAreRefusedByName)
+{
+    TestDir dir;
+    Workspace ws;
+    ws.TempDir = dir.dir();
+    const Picture sheet = IndexedSheet();
+    CardTemplate t = DefaultTemplate();
+    t.NumH = 2;
+    t.NumV = 1;
+    t.SizeH = 0.26f; // 0.01 x 20 rounds to no width
+    TemplateGrid grid = SheetGrid(sheet, t);
+    const CutResult r = CutSheet(ws, sheet, grid, ws.TempDir);
+    EXPECT_TRUE(r.Clips.empty());
+    EXPECT_EQ(r.Messages,
+              (std::vector<std::string>{
+                  "Cell 1 is a quarter of an inch or less across or down and gives no clip.",
+                  "Cell 2 is a quarter of an inch or less across or down and gives no clip."}));
+    EXPECT_EQ(ws.LastClipIndex, 2);
+}
+
+TEST(SheetCut, UnwritableClipStopsTheCutAndKeepsWhatWasMade)
+{
+    TestDir dir;
+    Workspace ws;
+    ws.TempDir = dir.dir();
+    const Picture sheet = IndexedSheet();
+    TemplateGrid grid = SheetGrid(sheet);
+    // After the first clip, a folder takes the second clip's name, so it cannot be written.
+    struct Blocker : Recorder
+    {
+        std::string path;
+        void cellFinished(int cell, int card) override
+        {
+            Recorder::cellFinished(cell, card);
+            std::filesystem::create_directory(path);
+        }
+    } blocker;
+    blocker.path = dir.file("clip02.bmp");
+    const CutResult r = CutSheet(ws, sheet, grid, ws.TempDir, &blocker);
+    EXPECT_TRUE(r.Stopped);
+    EXPECT_EQ(r.Clips, (std::vector<std::string>{"clip01.bmp"}));
+    ASSERT_EQ(r.Messages.size(), 1u);
+    EXPECT_EQ(r.Messages[0].rfind("The clip '" + dir.file("clip02.bmp") + "' could not be written", 0), 0u)
+        << r.Messages[0];
+    EXPECT_TRUE(std::filesystem::exists(dir.file("clip01.bmp")));
+    EXPECT_EQ(ws.CardCount(), 1);
+    EXPECT_EQ(blocker.events.back(), "end 2 card 0");
+    EXPECT_EQ(ws.LastClipIndex, 9);
+}
+
+TEST(SheetCut, RefusedClipAddsNoCardAndTheCutGoesOn)
+{
+    TestDir dir;
+    Workspace ws;
+    ws.TempDir = dir.dir();
+    const Picture sheet = IndexedSheet();
+    TemplateGrid grid = SheetGrid(sheet);
+    SelectOnly(grid, {1, 2});
+    CutSheet(ws, sheet, grid, ws.TempDir);
+    ws.LastClipIndex = 0; // the same names again: LoadImage finds them opened already
+    SelectOnly(grid, {1, 2, 3});
+    const CutResult r = CutSheet(ws, sheet, grid, ws.TempDir);
+    EXPECT_EQ(r.Clips.size(), 3u);
+    EXPECT_EQ(r.Cards, (std::vector<int>{3}));
+    ASSERT_EQ(r.Messages.size(), 2u);
+    EXPECT_NE(r.Messages[0].find("already been opened."), std::string::npos);
+    EXPECT_EQ(ws.CardCount(), 3);
+}
+
+TEST(SheetCutFile, CellsOffsetAndResolution)
+{
+    TestDir dir;
+    Workspace ws;
+    ws.TempDir = dir.dir();
+    std::string error;
+    ASSERT_TRUE(SaveBitmap8(IndexedSheet(), dir.file("sheet.bmp"), error)) << error;
+    SheetCutRequest req;
+    req.SheetPath = dir.file("sheet.bmp");
+    req.TemplateName = "<Default>";
+    req.Res = kRes;
+    req.OffsetX = 0.05; // one pixel right at 20 dpi
+    req.Cells = {5, 2};
+    req.ClipDir = dir.dir();
+    const CutResult r = CutSheetFile(ws, req);
+    EXPECT_TRUE(r.Messages.empty()) << r.Messages.front();
+    EXPECT_EQ(r.Clips, (std::vector<std::string>{"clip02.bmp", "clip05.bmp"}));
+    const Picture clip = ReadClip(dir.file("clip05.bmp"));
+    EXPECT_EQ(clip.Row(0)[0], 5);
+    EXPECT_EQ(clip.Row(0)[29], 0); // shifted one pixel past the painted card
+    EXPECT_EQ(ws.LastClipIndex, 9);
+}
+
+TEST(SheetCutFile, RefusalsCutNothing)
+{
+    TestDir dir;
+    Workspace ws;
+    ws.TempDir = dir.dir();
+    std::string error;
+    ASSERT_TRUE(SaveBitmap8(IndexedSheet(), dir.file("sheet.bmp"), error)) << error;
+    SheetCutRequest req;
+    req.SheetPath = dir.file("sheet.bmp");
+    req.TemplateName = "<Default>";
+    req.Res = 40; // the sheet is now 4.25 by 5.5 inches: the third column is off
+    req.ClipDir = dir.dir();
+    CutResult r = CutSheetFile(ws, req);
+    EXPECT_FALSE(r.Cut);
+    EXPECT_EQ(r.Messages, (std::vector<std::string>{
+                              "Template '<Default>' does not fit on '" + req.SheetPath
+                              + "': cell 3 lies off the sheet, which is 4.25 by 5.50 inches at 40 dpi."}));
+
+    req.Res = 0; // DefaultRes, 1200: far too small a sheet
+    EXPECT_NE(CutSheetFile(ws, req).Messages.at(0).find("at 1200 dpi."), std::string::npos);
+
+    req.Res = kRes;
+    req.Cells = {10};
+    EXPECT_EQ(CutSheetFile(ws, req).Messages,
+              (std::vector<std::string>{"Cell 10 is not in template '<Default>', which has 9 cells."}));
+    req.Cells = {};
+    req.TemplateName = "Nope";
+    EXPECT_EQ(CutSheetFile(ws, req).Messages, (std::vector<std::string>{"Template 'Nope' was not found."}));
+    req.TemplateName = "<Default>";
+    req.SheetPath = dir.file("missing.bmp");
+    r = CutSheetFile(ws, req);
+    ASSERT_EQ(r.Messages.size(), 1u);
+    EXPECT_EQ(r.Messages[0].rfind("Error: ", 0), 0u);
+    EXPECT_EQ(ws.LastClipIndex, 0);
+    EXPECT_EQ(ws.CardCount(), 0);
+}
+
+TEST(SheetCutFile, TemplatesFromTheStoreFile)
+{
+    TestDir dir;
+    Workspace ws;
+    ws.TempDir = dir.dir();
+    std::string error;
+    ASSERT_TRUE(SaveBitmap8(IndexedSheet(), dir.file("sheet.bmp"), error)) << error;
+    velmara::test::WriteBytes(dir.file("templates.dat"), "\"Two\",2,1.75,0.25,1,2.75,0.375\r\nbad\r\n");
+    SheetCutRequest req;
+    req.SheetPath = dir.file("sheet.bmp");
+    req.TemplateName = "Two";
+    req.Res = kRes;
+    req.ClipDir = dir.dir();
+    const CutResult r = CutSheetFile(ws, req);
+    EXPECT_EQ(r.Clips.size(), 2u);
+    ASSERT_EQ(r.Messages.size(), 1u); // the skipped line is told, the cut goes on
+    EXPECT_NE(r.Messages[0].find("Line 2 of"), std::string::npos);
+    EXPECT_EQ(ws.LastClipIndex, 2);
+}
