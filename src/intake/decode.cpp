@@ -1,0 +1,309 @@
+#include "intake/decode.h"
+
+#include "intake/inputfile.h"
+#include "intake/picture.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace velmara {
+
+using namespace intake_detail;
+
+namespace {
+
+constexpr const char *kTruncated = "The file is shorter than its header says; it may be truncated.";
+constexpr int kSampleRows = 5;
+constexpr std::uint64_t kTableOffset = 54;
+constexpr size_t kChunkBytes = size_t{1} << 20; // rows are read about a megabyte at a time
+
+// The bytes of the bitmap that is decoded: the card's own BMP file, or the in-memory bitmap of a
+// converted GIF or TIF laid out as its file would be.
+class ByteSource
+{
+public:
+    virtual ~ByteSource() = default;
+    virtual std::uint64_t size() const = 0;
+    virtual size_t readAt(std::uint64_t offset, Byte *out, size_t count) = 0;
+};
+
+class FileSource final : public ByteSource
+{
+public:
+    bool open(const std::string &path, std::string &error) { return mFile.open(path, error); }
+    std::uint64_t size() const override { return mFile.size(); }
+    size_t readAt(std::uint64_t offset, Byte *out, size_t count) override { return mFile.readAt(offset, out, count); }
+
+private:
+    InputFile mFile;
+};
+
+class PictureSource final : public ByteSource
+{
+public:
+    explicit PictureSource(Picture picture) : mPicture(std::move(picture)) {}
+    std::uint64_t size() const override { return BitmapFileSize(mPicture); }
+    size_t readAt(std::uint64_t offset, Byte *out, size_t count) override
+    {
+        return ReadBitmapBytes(mPicture, offset, out, count);
+    }
+    const Picture &picture() const { return mPicture; }
+
+private:
+    Picture mPicture;
+};
+
+bool EndsInBmp(const std::string &path)
+{
+    if (path.size() < 3)
+        return false;
+    std::string tail = path.substr(path.size() - 3);
+    std::transform(tail.begin(), tail.end(), tail.begin(), [](unsigned char c) { return std::tolower(c); });
+    return tail == "bmp";
+}
+
+// High bit of each byte of v set where that byte is zero; exact, no borrow between bytes.
+inline std::uint64_t ZeroBytes(std::uint64_t v)
+{
+    constexpr std::uint64_t low7 = 0x7F7F7F7F7F7F7F7FULL;
+    return ~(((v & low7) + low7) | v | low7);
+}
+
+// Appends the foreground pixels of one line. Eight bytes at a time: a word that holds only the
+// two background indexes, the common case on a card, costs a few instructions.
+void AppendLine(const Byte *line, int width, Integer row, Byte background, Byte dither, const Byte *hueOf,
+                std::vector<CardPixel> &pixels, std::uint64_t *indexCount)
+{
+    constexpr std::uint64_t ones = 0x0101010101010101ULL;
+    constexpr std::uint64_t high = 0x8080808080808080ULL;
+    const std::uint64_t bg = ones * background;
+    const std::uint64_t di = ones * dither;
+    const auto emit = [&](int c) {
+        const Byte b = line[c];
+        pixels.push_back(CardPixel{hueOf[b], b, row, static_cast<Integer>(c + 1)});
+        ++indexCount[b];
+    };
+    int c = 0;
+    for (; c + 8 <= width; c += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, line + c, 8);
+        std::uint64_t foreground = ~(ZeroBytes(word ^ bg) | ZeroBytes(word ^ di)) & high;
+        while (foreground) {
+            emit(c + (__builtin_ctzll(foreground) >> 3));
+            foreground &= foreground - 1;
+        }
+    }
+    for (; c < width; ++c)
+        if (line[c] != background && line[c] != dither)
+            emit(c);
+}
+
+DecodeResult Failed(std::string message)
+{
+    DecodeResult r;
+    r.Message = std::move(message);
+    return r;
+}
+
+} // namespace
+
+Byte RgbToHue(int red, int green, int blue)
+{
+    // Every step is rounded to Single, as the hue table has always been computed.
+    const int max = std::max({red, green, blue});
+    const int min = std::min({red, green, blue});
+    const double d = max - min;
+    Single h;
+    if (d == 0)
+        h = -2;
+    else if (red == max)
+        h = ToSingle((green - blue) / d);
+    else if (green == max)
+        h = ToSingle(2 + (blue - red) / d);
+    else
+        h = ToSingle(4 + (red - green) / d);
+    h = ToSingle(h / 6.0);
+    if (h < 0)
+        h = ToSingle(h + 1.0);
+    else if (h > 1)
+        h = ToSingle(h - 1.0);
+    return static_cast<Byte>(static_cast<int>(static_cast<double>(h) * 255.0));
+}
+
+DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions, ProgressSink &progress)
+{
+    if (cardIndex < 1 || cardIndex > ws.CardCount())
+        return Failed("Subscript out of range");
+    if (ws.Card(cardIndex).PixelsReady) {
+        DecodeResult done;
+        done.Ok = true;
+        return done;
+    }
+    const Long width = ws.Card(cardIndex).WidthPx;
+    const Long height = ws.Card(cardIndex).HeightPx;
+    if (width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide)
+        return Failed("The card's size of " + std::to_string(width) + " by " + std::to_string(height) +
+                      " pixels can't be decoded.");
+
+    // A GIF or TIF is converted in memory, not through a temporary file: the bytes read below are
+    // those its bitmap file would hold. A file gone or changed since registration fails here and
+    // leaves the card Loaded.
+    std::unique_ptr<ByteSource> source;
+    const std::string &path = ws.Card(cardIndex).FullPath;
+    std::string error;
+    if (EndsInBmp(path)) {
+        auto file = std::make_unique<FileSource>();
+        if (!file->open(path, error))
+            return Failed(error);
+        source = std::move(file);
+    } else {
+        Picture picture;
+        if (!ReadPicture(path, PictureDepth::EightBitOnly, picture, error))
+            return Failed(error);
+        if (picture.Width != width || picture.Height != height)
+            return Failed("The picture has changed since it was loaded.");
+        source = std::make_unique<PictureSource>(std::move(picture));
+    }
+
+    Byte header[54] = {};
+    if (source->readAt(0, header, sizeof header) < sizeof header)
+        return Failed(kTruncated);
+    const std::uint64_t pixelOffset = static_cast<std::uint32_t>(ReadLong(header + 10));
+    const std::uint32_t coloursField = static_cast<std::uint32_t>(ReadLong(header + 46));
+    const int colours = coloursField == 0 ? 256 : static_cast<int>(std::min<std::uint32_t>(coloursField, 257));
+    if (colours > 256)
+        return Failed("The colour table of the bitmap is damaged.");
+    const size_t stride = (static_cast<size_t>(width) + 3) & ~size_t{3};
+    if (kTableOffset + 4ull * colours > source->size() || pixelOffset + stride * height > source->size())
+        return Failed(kTruncated);
+
+    CardImage &card = ws.Card(cardIndex);
+    card.ColourTable.assign(static_cast<size_t>(colours), std::array<Byte, 4>{});
+    card.Pixels.clear();
+    card.HueCount.fill(0);
+
+    // The colour table is taken from offset 54 whatever the header size says.
+    std::vector<Byte> table(4 * static_cast<size_t>(colours));
+    source->readAt(kTableOffset, table.data(), table.size());
+    for (int i = 0; i < colours; ++i) {
+        const Byte blue = table[4 * i], green = table[4 * i + 1], red = table[4 * i + 2];
+        card.ColourTable[i] = {0, red, green, blue};
+        card.HueOfIndex[i] = RgbToHue(red, green, blue);
+    }
+
+    // The sample: the 5 * width bytes after the table, padding and any gap included; for a normal
+    // bitmap the bottom rows of the picture. Bytes past the end of the file count for nothing.
+    std::vector<Byte> sample(static_cast<size_t>(kSampleRows) * width);
+    const size_t sampled = source->readAt(kTableOffset + 4ull * colours, sample.data(), sample.size());
+    std::array<Long, 256> sampleCount{};
+    for (size_t i = 0; i < sampled; ++i)
+        ++sampleCount[sample[i]];
+    std::vector<Byte>().swap(sample);
+
+    int topIndex = 0, secondIndex = 0;
+    Long topCount = 0, secondCount = 0;
+    for (int i = 1; i <= 255; ++i) {
+        if (sampleCount[i] > topCount) {
+            secondIndex = topIndex;
+            secondCount = topCount;
+            topIndex = i;
+            topCount = sampleCount[i];
+        } else if (sampleCount[i] > secondCount) {
+            secondIndex = i;
+            secondCount = sampleCount[i];
+        }
+    }
+
+    card.BackgroundIndex = 0;
+    if (topCount > sampleCount[0]) {
+        if (ws.DisableBackgroundWarning) {
+            card.BackgroundIndex = static_cast<Byte>(topIndex);
+        } else {
+            const Answer answer = questions.AskBackground(ws, cardIndex, static_cast<Byte>(topIndex));
+            card.BackgroundIndex = answer == Answer::No ? 0 : static_cast<Byte>(topIndex);
+            if (answer == Answer::YesToAll)
+                ws.DisableBackgroundWarning = true;
+        }
+    }
+    // With no dither colour confirmed, the dither index is the background's, so that a pixel is
+    // foreground exactly when its index differs from the background (as after the No answer).
+    card.DitherIndex = card.BackgroundIndex;
+    const double ditherRatio = secondCount / (5.0 * width);
+    if (ditherRatio > 0.1 && !ws.DisableDitherWarning) {
+        const Answer answer = questions.AskDither(ws, cardIndex, card.BackgroundIndex, static_cast<Byte>(secondIndex));
+        if (answer != Answer::No)
+            card.DitherIndex = static_cast<Byte>(secondIndex);
+        if (answer == Answer::YesToAll)
+            ws.DisableDitherWarning = true;
+    }
+
+    // Hue of every index as a byte; indexes beyond a short table keep hue 0.
+    Byte hueOf[256];
+    for (int i = 0; i < 256; ++i)
+        hueOf[i] = static_cast<Byte>(card.HueOfIndex[i]);
+
+    // The list can never hold more than one element per pixel. Reserving that bound takes address
+    // space only: pages nobody writes are never made resident, so memory follows the foreground.
+    const size_t bound = static_cast<size_t>(width) * height + 2;
+    try {
+        card.Pixels.reserve(bound);
+    } catch (const std::bad_alloc &) {
+        card.Pixels.reserve(std::min<size_t>(bound, size_t{1} << 20));
+    }
+    card.Pixels.emplace_back(); // element 0 stays zero
+
+    progress.Start(height);
+    const size_t rowsPerChunk = std::max<size_t>(1, kChunkBytes / stride);
+    std::vector<Byte> chunk(rowsPerChunk * stride);
+    std::uint64_t indexCount[256] = {};
+    const Byte background = card.BackgroundIndex;
+    const Byte dither = card.DitherIndex;
+    bool cancelled = false;
+    std::string readError;
+    for (Long n = 0; n < height && !cancelled;) {
+        const size_t rows = std::min<size_t>(rowsPerChunk, static_cast<size_t>(height - n));
+        if (source->readAt(pixelOffset + static_cast<std::uint64_t>(n) * stride, chunk.data(), rows * stride) <
+            rows * stride) {
+            readError = kTruncated; // the file shrank under us
+            break;
+        }
+        for (size_t r = 0; r < rows; ++r, ++n) {
+            if (ws.CancelRequested) {
+                cancelled = true;
+                break;
+            }
+            AppendLine(chunk.data() + r * stride, width, static_cast<Integer>(height - n), background, dither, hueOf,
+                       card.Pixels, indexCount);
+            if (n % 10 == 0) {
+                progress.SetValue(n);
+                progress.Yield();
+            }
+        }
+    }
+
+    DecodeResult result;
+    for (int i = 0; i < 256; ++i)
+        card.HueCount[hueOf[i]] += static_cast<Long>(indexCount[i]);
+    if (cancelled) {
+        result.Cancelled = true;
+    } else if (!readError.empty()) {
+        result.Message = readError;
+    } else {
+        progress.SetValue(height);
+        CardPixel closing;
+        closing.Column = static_cast<Integer>(width);
+        closing.Row = card.Pixels.size() > 1 ? card.Pixels.back().Row : Integer{0};
+        closing.PaletteIndex = 0;
+        closing.Hue = hueOf[0];
+        card.Pixels.push_back(closing);
+        card.PixelsReady = true;
+        result.Ok = true;
+    }
+    progress.Finish();
+    return result;
+}
+
+} // namespace velmara
