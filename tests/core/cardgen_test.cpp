@@ -320,3 +320,18 @@ TEST(CardgenSheet, CardsSitOnTheTemplateGrid)
     EXPECT_EQ(sheet.count(4), 100 * 150);
     EXPECT_EQ(MakeSheet(spec, {}).width, 0);
 }
+
+TEST(CardgenSamples, CommittedSampleLineIsWhatTheGeneratorMakes)
+{
+    // The command in samples/README.md; a change to the generator must come with new samples.
+    LineSpec spec;
+    spec.widthInches = 0.4;
+    spec.heightInches = 0.8;
+    spec.seed = 1;
+    const std::vector<IndexedImage> line = MakeSprayLine(spec);
+    ASSERT_EQ(line.size(), 6u);
+    for (size_t i = 0; i < line.size(); ++i) {
+        const std::string path = std::string(VELMARA_SOURCE_DIR) + "/samples/card0" + std::to_string(i + 1) + ".bmp";
+        EXPECT_EQ(readAll(path), EncodeBmp(line[i])) << path;
+    }
+}

@@ -2,6 +2,7 @@
 
 #include "cardgen/cardgen.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -199,6 +200,9 @@ int runSheet(const std::string &file, Options &o)
     constexpr std::uint8_t kBed = 6; // the scanner lid around the cards; unused by the cards
     SheetSpec layout = SheetFromInches(dpi, columns, rows, cellW, cellH, spaceH, spaceV, margin, margin);
     layout.backgroundIndex = kBed;
+    // The sheet holds the whole grid even where a hand-cut card falls a pixel short.
+    layout.width = static_cast<int>(std::lround((2 * margin + columns * cellW + (columns - 1) * spaceH) * dpi));
+    layout.height = static_cast<int>(std::lround((2 * margin + rows * cellH + (rows - 1) * spaceV) * dpi));
     IndexedImage sheet = MakeSheet(layout, MakeSprayLine(line));
     sheet.palette[kBed] = Rgb{205, 205, 200};
 
