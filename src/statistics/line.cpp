@@ -18,10 +18,14 @@ CardStats LineStatsAt(const Workspace &ws, int i)
 
 void AssignCardPositions(Workspace &ws)
 {
-    const double first = TextToSingle(ws.Spray.Sample_Position1);
-    const double interval = TextToSingle(ws.Spray.Sample_Interval);
-    for (int i = 1; i <= ws.CardCount(); ++i)
-        ws.Card(i).Position = ToSingle(first + interval * (i - 1));
+    const Single first = TextToSingle(ws.Spray.Sample_Position1);
+    const Single interval = TextToSingle(ws.Spray.Sample_Interval);
+    // Single arithmetic step by step, as the card position dialog places the cards, so that both
+    // give the same positions.
+    for (int i = 1; i <= ws.CardCount(); ++i) {
+        const Single offset = ToSingle(static_cast<double>(interval) * (i - 1));
+        ws.Card(i).Position = ToSingle(static_cast<double>(first) + offset);
+    }
 }
 
 bool HasEqualPositions(const Workspace &ws)

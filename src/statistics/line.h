@@ -11,7 +11,8 @@ inline constexpr const char *kSamePositionMessage =
     "There are two or more cards with the same position.";
 
 // Position of card i = Sample_Position1 + Sample_Interval times (i - 1), the two texts read by
-// TextToSingle, computed in Double and stored as Single; unscanned cards get their place too.
+// TextToSingle; the product and the sum are each rounded to Single. Unscanned cards get their
+// place too.
 // Throws Failure(kTypeMismatch) (or kOverflow) when either text is not a number; no position is
 // changed then.
 void AssignCardPositions(Workspace &ws);

@@ -1,0 +1,265 @@
+#include "reports/resultsfile.h"
+
+#include "reports/scanlog.h"
+#include "statistics/composite.h"
+#include "statistics/line.h"
+#include "statistics/range.h"
+#include "statistics/swath.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+using namespace velmara;
+namespace fs = std::filesystem;
+
+namespace {
+
+const fs::path kLines = fs::path(VELMARA_TEST_DATA) / "reports" / "lines";
+
+std::string ReadBytes(const fs::path &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// Reads a sampling line written as in tests/data/reports/lines/*.cards: "set" and "spray" lines,
+// then each card with its rows (area in pixels, count, volume, diameter).
+Workspace ReadLine(const fs::path &path)
+{
+    Workspace ws;
+    std::ifstream in(path);
+    std::string raw;
+    while (std::getline(in, raw)) {
+        if (raw.empty() || raw[0] == '#')
+            continue;
+        const size_t blank = raw.find(' ');
+        const std::string kind = raw.substr(0, blank), rest = raw.substr(blank + 1);
+        if (kind == "set" || kind == "spray") {
+            const size_t eq = rest.find('=');
+            const std::string key = rest.substr(0, eq), value = rest.substr(eq + 1);
+            SprayInfo &s = ws.Spray;
+            if (key == "Metric") ws.Metric = value == "1";
+            else if (key == "RangeLow") ws.RangeLow = ToSingle(std::stod(value));
+            else if (key == "RangeHigh") ws.RangeHigh = ToSingle(std::stod(value));
+            else if (key == "ShapeThreshold") ws.ShapeThreshold = static_cast<Byte>(std::stoi(value));
+            else if (key == "HueThreshold") ws.HueThreshold = static_cast<Byte>(std::stoi(value));
+            else if (key == "LogAnalysis") ws.LogAnalysis = value == "1";
+            else if (key == "Spread") {
+                std::istringstream parts(value);
+                std::string part;
+                for (double &c : ws.SpreadFactor) {
+                    std::getline(parts, part, ',');
+                    c = std::stod(part);
+                }
+            }
+            else if (key == "AC_Type") s.AC_Type = value;
+            else if (key == "AC_Registration") s.AC_Registration = value;
+            else if (key == "AC_Owner") s.AC_Owner = value;
+            else if (key == "AC_Swath") s.AC_Swath = value;
+            else if (key == "AC_Speed") s.AC_Speed = value;
+            else if (key == "AC_Height") s.AC_Height = value;
+            else if (key == "Spray_Product") s.Spray_Product = value;
+            else if (key == "Spray_ActiveRate") s.Spray_ActiveRate = value;
+            else if (key == "Spray_SprayRate") s.Spray_SprayRate = value;
+            else if (key == "Nozzle_Type") s.Nozzle_Type = value;
+            else if (key == "Nozzle_Number") s.Nozzle_Number = value;
+            else if (key == "Sampler_Type") s.Sampler_Type = value;
+            else if (key == "Sample_Position1") s.Sample_Position1 = value;
+            else if (key == "Sample_Interval") s.Sample_Interval = value;
+            else if (key == "Comment") s.Comment = value;
+            else ADD_FAILURE() << "unknown key " << key;
+        } else if (kind == "card") {
+            CardImage &c = ws.Card(ws.AppendCard());
+            std::istringstream fields(rest);
+            std::string field;
+            while (fields >> field) {
+                const size_t eq = field.find('=');
+                const std::string key = field.substr(0, eq), value = field.substr(eq + 1);
+                if (key == "name") c.FileName = value;
+                else if (key == "area") c.AreaCm2 = std::stod(value);
+                else if (key == "scanned") c.Scanned = c.PixelsReady = value == "1";
+                else if (key == "vmd") c.Stats.Vmd = std::stod(value);
+                else if (key == "dd") c.Stats.DropDensity = std::stod(value);
+                else if (key == "vd") c.Stats.VolumeDensity = std::stod(value);
+                else if (key == "total") c.TotalVolume = std::stod(value);
+            }
+        } else if (kind == "row") {
+            CardImage &c = ws.Card(ws.CardCount());
+            std::istringstream fields(rest);
+            SizeClass r;
+            double volume = 0, diameter = 0;
+            fields >> r.AreaPx >> r.Count >> volume >> diameter;
+            r.Volume = ToSingle(volume);
+            r.Diameter = ToSingle(diameter);
+            c.SizeTable.push_back(r);
+            c.MinDiameter = c.SizeTable[1].Diameter;
+            c.MaxDiameter = r.Diameter;
+        }
+    }
+    return ws;
+}
+
+// The composite view entered afresh, as the write command finds it.
+void EnterCompositeView(Workspace &ws)
+{
+    ws.CompositeCheck = true;
+    CalcCompositeAll(ws);
+    AssignCardPositions(ws);
+    ASSERT_FALSE(HasEqualPositions(ws));
+    if (RangeSelected(ws))
+        CalcCompositeRange(ws);
+    ResetLineStats(ws);
+    FillLineStats(ws);
+    ws.SwathSets[1].Width = 0;
+    ws.SwathSets[2].Width = 0;
+    BuildSwathTables(ws);
+}
+
+class ResultsFileTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        mDir = fs::temp_directory_path()
+            / ("velmara-results-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+        fs::remove_all(mDir);
+        fs::create_directories(mDir);
+    }
+    void TearDown() override { fs::remove_all(mDir); }
+
+    fs::path mDir;
+};
+
+class GoldenLines : public ResultsFileTest, public ::testing::WithParamInterface<const char *>
+{
+};
+
+} // namespace
+
+// Whole lines against files worked out independently by tests/data/reports/lines/make_expected.py.
+TEST_P(GoldenLines, BothFormsMatchByteForByte)
+{
+    const std::string name = GetParam();
+    Workspace ws = ReadLine(kLines / (name + ".cards"));
+    ws.LogAnalysis = false;
+    EnterCompositeView(ws);
+    for (const auto &[format, ext] : {std::pair{ResultsFormat::Text, ".txt"}, std::pair{ResultsFormat::Csv, ".csv"}}) {
+        const fs::path out = mDir / (name + ext);
+        const ResultsFileResult r = WriteResultsFile(ws, out.string(), format);
+        ASSERT_TRUE(r.Ok) << r.Message;
+        EXPECT_TRUE(r.Message.empty());
+        const std::string expected = ReadBytes(kLines / (name + ".expected" + ext));
+        ASSERT_FALSE(expected.empty());
+        EXPECT_EQ(ReadBytes(out), expected) << name << ext;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, GoldenLines, ::testing::Values("line_a", "line_b", "line_c"));
+
+TEST_F(ResultsFileTest, CompositeWithoutStainsStopsBeforeTheSizeRangeLine)
+{
+    Workspace ws;
+    for (const char *name : {"e1.bmp", "e2.bmp"}) {
+        CardImage &c = ws.Card(ws.AppendCard());
+        c.FileName = name;
+        c.AreaCm2 = 4;
+        c.Scanned = true;
+    }
+    ws.Spray.Sample_Position1 = "-50";
+    ws.Spray.Sample_Interval = "10";
+    EnterCompositeView(ws);
+    const fs::path out = mDir / "empty.txt";
+    const ResultsFileResult r = WriteResultsFile(ws, out.string(), ResultsFormat::Text);
+    EXPECT_FALSE(r.Ok);
+    EXPECT_EQ(r.Error, "Subscript out of range");
+    EXPECT_EQ(r.Message, "There was an error writing the data file.\r\rError: Subscript out of range");
+    const std::string text = ReadBytes(out);
+    const std::string tail = "Comment:                \r\n"
+                             "--------------------------------------------------\r\n"
+                             "\r\n"
+                             "Results:\r\n"
+                             "--------\r\n";
+    ASSERT_GE(text.size(), tail.size());
+    EXPECT_EQ(text.substr(text.size() - tail.size()), tail);
+    EXPECT_EQ(text.rfind("Velmara -- Orvinek Droplet Analysis Program\r\nSwath Deposit Analysis\r\n", 0), 0u);
+}
+
+TEST_F(ResultsFileTest, TextsThatAreNotNumbersFailBeforeTheFileIsTouched)
+{
+    Workspace ws = ReadLine(kLines / "line_a.cards");
+    EnterCompositeView(ws);
+    const fs::path out = mDir / "old.txt";
+    std::ofstream(out) << "old";
+
+    ws.Spray.AC_Swath = "wide";
+    ResultsFileResult r = WriteResultsFile(ws, out.string(), ResultsFormat::Csv);
+    EXPECT_EQ(r.Message, "There was an error writing the data file.\r\rError: Type mismatch");
+
+    ws.Spray.AC_Swath.clear();
+    ws.Spray.Sample_Interval = "0";
+    r = WriteResultsFile(ws, out.string(), ResultsFormat::Csv);
+    EXPECT_EQ(r.Error, "Division by zero");
+    EXPECT_EQ(ReadBytes(out), "old");
+}
+
+TEST_F(ResultsFileTest, AFileThatCannotBeOpenedGivesTheMessage)
+{
+    Workspace ws = ReadLine(kLines / "line_b.cards");
+    EnterCompositeView(ws);
+    const ResultsFileResult r =
+        WriteResultsFile(ws, (mDir / "missing" / "r.txt").string(), ResultsFormat::Text);
+    EXPECT_FALSE(r.Ok);
+    EXPECT_EQ(r.Message.rfind("There was an error writing the data file.\r\rError: ", 0), 0u);
+    EXPECT_NE(r.Error.find("r.txt"), std::string::npos);
+}
+
+TEST_F(ResultsFileTest, SizeRangeRecordsGoToTheLogsOfTheScannedCards)
+{
+    Workspace ws = ReadLine(kLines / "line_a.cards");
+    for (int i = 1; i <= ws.CardCount(); ++i)
+        ws.Card(i).FullPath = (mDir / ws.Card(i).FileName).string();
+    ws.RangeLow = 100;
+    ws.LogAnalysis = true;
+    EnterCompositeView(ws);
+    ASSERT_TRUE(RangeSelected(ws));
+
+    SizeRangeLogsResult r = AppendSizeRangeRecords(ws);
+    EXPECT_TRUE(r.Ok);
+    EXPECT_EQ(r.Cards, (std::vector<int>{1, 2, 4, 5})); // card 3 is not scanned
+    ASSERT_EQ(r.Paths.size(), 4u);
+    EXPECT_EQ(r.Paths[0], ScanLog::PathFor(ws.Card(1).FullPath));
+    EXPECT_TRUE(fs::exists(mDir / "a1.scn"));
+    EXPECT_FALSE(fs::exists(mDir / "a3.scn"));
+    EXPECT_EQ(ws.CardRange.AreaCm2, ws.Card(5).AreaCm2);
+    const std::string log = ReadBytes(mDir / "a2.scn");
+    EXPECT_EQ(log.rfind("Droplet Size Range:", 0), 0u);
+    EXPECT_NE(log.find("100.00 -- 32755.00 \xB5m\r\n"), std::string::npos);
+
+    // Off without a range or with LogAnalysis off: no log is touched.
+    fs::remove_all(mDir);
+    fs::create_directories(mDir);
+    ws.LogAnalysis = false;
+    EXPECT_TRUE(AppendSizeRangeRecords(ws).Cards.empty());
+    ws.LogAnalysis = true;
+    ws.RangeLow = 0;
+    EXPECT_TRUE(AppendSizeRangeRecords(ws).Cards.empty());
+    EXPECT_TRUE(fs::is_empty(mDir));
+}
+
+TEST_F(ResultsFileTest, SizeRangeFailureGivesTheResultsMessage)
+{
+    Workspace ws = ReadLine(kLines / "line_b.cards");
+    for (int i = 1; i <= ws.CardCount(); ++i)
+        ws.Card(i).FullPath = (mDir / "nowhere" / ws.Card(i).FileName).string();
+    ws.LogAnalysis = true;
+    EnterCompositeView(ws);
+    const SizeRangeLogsResult r = AppendSizeRangeRecords(ws);
+    EXPECT_FALSE(r.Ok);
+    EXPECT_TRUE(r.Cards.empty());
+    EXPECT_EQ(r.Message.rfind("There was an error writing the data file.\r\rError: ", 0), 0u);
+}
