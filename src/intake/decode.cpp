@@ -72,32 +72,67 @@ inline std::uint64_t ZeroBytes(std::uint64_t v)
     return ~(((v & low7) + low7) | v | low7);
 }
 
-// Appends the foreground pixels of one line. Eight bytes at a time: a word that holds only the
-// two background indexes, the common case on a card, costs a few instructions.
-void AppendLine(const Byte *line, int width, Integer row, Byte background, Byte dither, const Byte *hueOf,
-                std::vector<CardPixel> &pixels, std::uint64_t *indexCount)
+// Foreground bytes of a line are found eight at a time: a word that holds only the two background
+// indexes, the common case on a card, costs a few instructions. The high bit of each byte of the
+// mask marks a foreground pixel.
+class LineScanner
 {
-    constexpr std::uint64_t ones = 0x0101010101010101ULL;
-    constexpr std::uint64_t high = 0x8080808080808080ULL;
-    const std::uint64_t bg = ones * background;
-    const std::uint64_t di = ones * dither;
-    const auto emit = [&](int c) {
+public:
+    LineScanner(Byte background, Byte dither)
+        : mBackground(background), mDither(dither), mBg(kOnes * background), mDi(kOnes * dither) {}
+
+    std::uint64_t mask(const Byte *word8) const
+    {
+        std::uint64_t word;
+        std::memcpy(&word, word8, 8);
+        return ~(ZeroBytes(word ^ mBg) | ZeroBytes(word ^ mDi)) & kHigh;
+    }
+    bool foreground(Byte b) const { return b != mBackground && b != mDither; }
+
+    size_t count(const Byte *line, int width) const
+    {
+        size_t n = 0;
+        int c = 0;
+        for (; c + 8 <= width; c += 8)
+            n += static_cast<size_t>(((mask(line + c) >> 7) * kOnes) >> 56); // bytes of 0 or 1, summed
+        for (; c < width; ++c)
+            n += foreground(line[c]);
+        return n;
+    }
+
+private:
+    static constexpr std::uint64_t kOnes = 0x0101010101010101ULL;
+    static constexpr std::uint64_t kHigh = 0x8080808080808080ULL;
+    Byte mBackground, mDither;
+    std::uint64_t mBg, mDi;
+};
+
+// Appends the foreground pixels of one line: counted first, so that the list grows once per line
+// and the pixels are written in place.
+void AppendLine(const LineScanner &scan, const Byte *line, int width, Integer row, const Byte *hueOf,
+                std::vector<CardPixel> &pixels, std::uint64_t (*indexCount)[256])
+{
+    const size_t n = scan.count(line, width);
+    if (n == 0)
+        return;
+    const size_t start = pixels.size();
+    pixels.resize(start + n);
+    CardPixel *out = pixels.data() + start;
+    size_t k = 0;
+    const auto emit = [&](int c) __attribute__((always_inline)) {
         const Byte b = line[c];
-        pixels.push_back(CardPixel{hueOf[b], b, row, static_cast<Integer>(c + 1)});
-        ++indexCount[b];
+        out[k] = CardPixel{hueOf[b], b, row, static_cast<Integer>(c + 1)};
+        // Four counters per index keep runs of one colour from waiting on each other.
+        ++indexCount[k & 3][b];
+        ++k;
     };
     int c = 0;
     for (; c + 8 <= width; c += 8) {
-        std::uint64_t word;
-        std::memcpy(&word, line + c, 8);
-        std::uint64_t foreground = ~(ZeroBytes(word ^ bg) | ZeroBytes(word ^ di)) & high;
-        while (foreground) {
-            emit(c + (__builtin_ctzll(foreground) >> 3));
-            foreground &= foreground - 1;
-        }
+        for (std::uint64_t m = scan.mask(line + c); m; m &= m - 1)
+            emit(c + (__builtin_ctzll(m) >> 3));
     }
     for (; c < width; ++c)
-        if (line[c] != background && line[c] != dither)
+        if (scan.foreground(line[c]))
             emit(c);
 }
 
@@ -258,9 +293,8 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
     progress.Start(height);
     const size_t rowsPerChunk = std::max<size_t>(1, kChunkBytes / stride);
     std::vector<Byte> chunk(rowsPerChunk * stride);
-    std::uint64_t indexCount[256] = {};
-    const Byte background = card.BackgroundIndex;
-    const Byte dither = card.DitherIndex;
+    std::uint64_t indexCount[4][256] = {};
+    const LineScanner scanner(card.BackgroundIndex, card.DitherIndex);
     bool cancelled = false;
     std::string readError;
     for (Long n = 0; n < height && !cancelled;) {
@@ -275,7 +309,7 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
                 cancelled = true;
                 break;
             }
-            AppendLine(chunk.data() + r * stride, width, static_cast<Integer>(height - n), background, dither, hueOf,
+            AppendLine(scanner, chunk.data() + r * stride, width, static_cast<Integer>(height - n), hueOf,
                        card.Pixels, indexCount);
             if (n % 10 == 0) {
                 progress.SetValue(n);
@@ -286,7 +320,8 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
 
     DecodeResult result;
     for (int i = 0; i < 256; ++i)
-        card.HueCount[hueOf[i]] += static_cast<Long>(indexCount[i]);
+        card.HueCount[hueOf[i]] +=
+            static_cast<Long>(indexCount[0][i] + indexCount[1][i] + indexCount[2][i] + indexCount[3][i]);
     if (cancelled) {
         result.Cancelled = true;
     } else if (!readError.empty()) {
