@@ -1,0 +1,295 @@
+// velmara-cli: the analysis of the desktop program without a screen, for batches.
+
+#include "cli/json.h"
+#include "cli/options.h"
+#include "cli/output.h"
+#include "cli/session.h"
+#include "core/numberform.h"
+#include "core/numeric.h"
+#include "reports/resultsfile.h"
+#include "statistics/composite.h"
+#include "statistics/line.h"
+#include "statistics/range.h"
+#include "statistics/swath.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+
+#if VELMARA_HAVE_VIEWS && __has_include("views/pdfreport.h")
+#include "views/pdfreport.h"
+#define VELMARA_CLI_PDF 1
+#endif
+
+using namespace velmara;
+using namespace velmara::cli;
+
+namespace {
+
+constexpr int kExitOk = 0;
+constexpr int kExitNothing = 1;
+constexpr int kExitUsage = 2;
+
+int fail(const std::string &reason, int code = kExitNothing)
+{
+    std::fprintf(stderr, "velmara-cli: %s\n", reason.c_str());
+    return code;
+}
+
+int runScan(const Options &o)
+{
+    Session session(o);
+    std::string error;
+    if (!session.prepare(error))
+        return fail(error);
+    session.loadImages(o.images);
+    session.scanAll();
+    Workspace &ws = session.workspace();
+    CalcCompositeAll(ws);
+
+    if (o.json) {
+        JsonWriter json;
+        json.beginObject();
+        WriteCardsJson(json, ws, session.refusals(), false);
+        json.endObject();
+        std::cout << json.text() << "\n";
+    } else {
+        std::cout << CardSummary(ws);
+    }
+    if (session.scannedCount() == 0)
+        return fail("no card could be analysed");
+    return kExitOk;
+}
+
+void writeSwathJson(JsonWriter &json, const Workspace &ws)
+{
+    json.key("SwathSets");
+    json.beginArray();
+    for (int s = 1; s <= 2; ++s) {
+        const SwathSet &set = ws.SwathSets[s];
+        json.beginObject();
+        json.key("First");
+        json.value(static_cast<long long>(set.First()));
+        json.key("Width");
+        json.value(static_cast<long long>(set.Width));
+        json.key("MaxCov");
+        json.valueSingle(set.MaxCov);
+        json.key("Passes");
+        json.value(static_cast<long long>(set.Passes));
+        json.key("ProfileMax");
+        json.valueSingle(set.ProfileMax);
+        json.key("RateFactor");
+        json.valueSingle(SwathRateFactor(ws, s));
+        json.key("Deposit");
+        json.beginArray();
+        for (Single v : set.Deposit.Items)
+            json.valueSingle(v);
+        json.endArray();
+        json.key("Profile");
+        json.beginArray();
+        for (Single v : set.Profile.Items)
+            json.valueSingle(v);
+        json.endArray();
+        json.key("Stats");
+        json.beginArray();
+        for (size_t w = 1; w < set.Stats.size(); ++w) {
+            const SwathStat &st = set.Stats[w];
+            json.beginObject();
+            json.key("Width");
+            json.value(static_cast<long long>(w));
+            json.key("Cov");
+            json.valueSingle(st.Cov);
+            json.key("Mean");
+            json.valueSingle(st.Mean);
+            json.key("Max");
+            json.valueSingle(st.Max);
+            json.key("Min");
+            json.valueSingle(st.Min);
+            json.endObject();
+        }
+        json.endArray();
+        json.endObject();
+    }
+    json.endArray();
+}
+
+std::string defaultResultsPath(const Workspace &ws, bool csv)
+{
+    const std::filesystem::path first(ws.Card(1).FullPath);
+    return (first.parent_path() / (csv ? "results.csv" : "results.txt")).string();
+}
+
+int runLine(const Options &o)
+{
+    Session session(o);
+    std::string error;
+    if (!session.prepare(error))
+        return fail(error);
+    Workspace &ws = session.workspace();
+    // The two texts as typed; else the stored ones; else the card position dialog's defaults.
+    ws.Spray.Sample_Position1 = o.position1 ? *o.position1
+        : session.storedPosition1.empty()   ? std::string("-50")
+                                            : session.storedPosition1;
+    ws.Spray.Sample_Interval = o.interval ? *o.interval
+        : session.storedInterval.empty()  ? std::string("10")
+                                          : session.storedInterval;
+    if (o.range) {
+        ws.RangeLow = o.range->first;
+        ws.RangeHigh = o.range->second;
+    }
+
+    session.loadImages(o.images);
+    session.scanAll();
+    if (session.scannedCount() < 2) {
+        if (!o.json)
+            std::cout << CardSummary(ws);
+        return fail("a sampling line needs at least two analysed cards; " + std::to_string(session.scannedCount())
+                    + (session.scannedCount() == 1 ? " was" : " were") + " analysed");
+    }
+
+    // The composite view, entered as the desktop program enters it.
+    ws.CompositeCheck = true;
+    CalcCompositeAll(ws);
+    try {
+        AssignCardPositions(ws);
+    } catch (const Failure &f) {
+        return fail("the card positions cannot be computed from position1 '" + ws.Spray.Sample_Position1
+                    + "' and interval '" + ws.Spray.Sample_Interval + "': " + f.what());
+    }
+    if (HasEqualPositions(ws))
+        return fail(std::string(kSamePositionMessage) + " Check --position1 and --interval (interval '"
+                    + ws.Spray.Sample_Interval + "').");
+    if (RangeSelected(ws))
+        CalcCompositeRange(ws);
+    ResetLineStats(ws);
+    FillLineStats(ws);
+    ComputeLineScales(ws);
+    ws.SwathSets[1].Width = 0;
+    ws.SwathSets[2].Width = 0;
+    BuildSwathTables(ws);
+
+    const std::string outPath = o.outFile.empty() ? defaultResultsPath(ws, o.csv) : o.outFile;
+    const ResultsFileResult written = WriteResultsFile(ws, outPath, o.csv ? ResultsFormat::Csv : ResultsFormat::Text);
+    int status = kExitOk;
+    std::vector<std::string> logsAppended;
+    if (!written.Ok) {
+        session.tell(OneLine(written.Message));
+        status = kExitNothing;
+    } else {
+        const SizeRangeLogsResult logs = AppendSizeRangeRecords(ws);
+        logsAppended = logs.Paths;
+        if (!logs.Ok) {
+            session.tell(OneLine(logs.Message));
+            status = kExitNothing;
+        }
+    }
+
+    std::string reportNote;
+    if (!o.reportFile.empty()) {
+#ifdef VELMARA_CLI_PDF
+        std::string reportError;
+        if (status == kExitOk && !WritePdfReport(ws, o.reportFile, reportError)) {
+            session.tell("the report was not written: " + OneLine(reportError));
+            status = kExitNothing;
+        }
+#else
+        session.tell("this build has no PDF report (built without Qt)");
+        status = kExitNothing;
+#endif
+    }
+
+    if (o.json) {
+        JsonWriter json;
+        json.beginObject();
+        WriteCardsJson(json, ws, session.refusals(), true);
+        json.key("Metric");
+        json.value(ws.Metric);
+        json.key("Sample_Position1");
+        json.value(ws.Spray.Sample_Position1);
+        json.key("Sample_Interval");
+        json.value(ws.Spray.Sample_Interval);
+        json.key("RangeLow");
+        json.valueSingle(ws.RangeLow);
+        json.key("RangeHigh");
+        json.valueSingle(ws.RangeHigh);
+        json.key("RangeSelected");
+        json.value(RangeSelected(ws));
+        json.key("MaxVmdOfCards");
+        json.valueSingle(ws.MaxVmdOfCards);
+        json.key("CompositeAll");
+        WriteSizeStatsJson(json, ws.CompositeAll);
+        json.key("CompositeRange");
+        if (RangeSelected(ws))
+            WriteSizeStatsJson(json, ws.CompositeRange);
+        else
+            json.null();
+        writeSwathJson(json, ws);
+        json.key("ResultsFile");
+        json.beginObject();
+        json.key("Path");
+        json.value(outPath);
+        json.key("Format");
+        json.value(o.csv ? "csv" : "txt");
+        json.endObject();
+        json.key("LogsAppended");
+        json.beginArray();
+        for (const std::string &p : logsAppended)
+            json.value(p);
+        json.endArray();
+        json.endObject();
+        std::cout << json.text() << "\n";
+        return status;
+    }
+
+    const int u = ws.UnitIndex();
+    const SizeStats &shown = RangeSelected(ws) ? ws.CompositeRange : ws.CompositeAll;
+    std::cout << CardSummary(ws) << "\n";
+    std::cout << "Sampling line of " << ws.CardCount() << " cards, first at " << ws.Spray.Sample_Position1
+              << ", interval " << ws.Spray.Sample_Interval << (ws.Metric ? " m" : " ft") << "\n";
+    if (RangeSelected(ws))
+        std::cout << "Size range: " << FormatNumber(ws.RangeLow, "0.0") << " to " << FormatNumber(ws.RangeHigh, "0.0")
+                  << " µm\n";
+    std::cout << "Composite VMD:      " << FormatNumber(shown.Stats.Vmd, "0.0") << " µm\n";
+    std::cout << "Drop density:       " << FormatNumber(shown.Stats.DropDensity, "0.0") << " drops/cm²\n";
+    std::cout << "Deposit:            " << FormatNumber(shown.Stats.VolumeDensity * ws.DepositFactor[u], "0.000")
+              << " " << ws.DepositUnit[u] << "\n";
+    if (ws.CardCount() > 2) {
+        const char *names[3] = {"", "deposit", "drop density"};
+        for (int s = 1; s <= 2; ++s) {
+            const SwathSet &set = ws.SwathSets[s];
+            if (set.Width < 1 || static_cast<size_t>(set.Width) >= set.Stats.size())
+                continue;
+            std::cout << "Swath (" << names[s] << "): width " << set.Width << " intervals, COV "
+                      << FormatNumber(set.Stats[set.Width].Cov * 100.0, "0.0") << "%\n";
+        }
+    }
+    if (written.Ok)
+        std::cout << "Results file:       " << outPath << "\n";
+    if (!logsAppended.empty())
+        std::cout << "Size-range records: " << logsAppended.size() << " scan logs\n";
+    if (!o.reportFile.empty() && status == kExitOk)
+        std::cout << "Report:             " << o.reportFile << "\n";
+    return status;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    std::string error;
+    const std::optional<Options> options = ParseOptions(argc, argv, error);
+    if (!options)
+        return fail(error + " (try 'velmara-cli --help')", kExitUsage);
+    switch (options->command) {
+    case Command::Help:
+        std::cout << HelpText();
+        return kExitOk;
+    case Command::Scan:
+        return runScan(*options);
+    case Command::Line:
+        return runLine(*options);
+    case Command::Clip:
+        return fail("'clip' is not available yet", kExitUsage);
+    }
+    return kExitUsage;
+}

@@ -1,0 +1,160 @@
+#include "cli/session.h"
+
+#include "analysis/scanallcards.h"
+#include "intake/loadimage.h"
+#include "reports/scanlog.h"
+#include "settings/preferences.h"
+#include "settings/settingsstore.h"
+
+#include <QLocale>
+#include <QString>
+
+#include <cstdio>
+#include <set>
+
+namespace velmara::cli {
+
+namespace {
+
+// The answers an interactive user would give, fixed by the options.
+class OptionAnswers : public DecodeQuestions
+{
+public:
+    explicit OptionAnswers(const Options &o) : mOptions(o) {}
+
+    Answer AskBackground(const Workspace &, int, Byte) override
+    {
+        // Yes and Yes to All give the same cards; Yes keeps the question for every card, as a
+        // careful user would.
+        return mOptions.backgroundZero ? Answer::No : Answer::Yes;
+    }
+    Answer AskDither(const Workspace &, int, Byte, Byte) override
+    {
+        switch (mOptions.dither) {
+        case DitherAnswer::Yes: return Answer::Yes;
+        case DitherAnswer::No: return Answer::No;
+        case DitherAnswer::All: return Answer::YesToAll;
+        }
+        return Answer::Yes;
+    }
+
+private:
+    const Options &mOptions;
+};
+
+class CliHooks : public ScanAllHooks
+{
+public:
+    CliHooks(Session &session, Workspace &ws) : mSession(session), mWs(ws), mLog(ws, '.') {}
+
+    void decodeStarting(int index) override { stage(index, "decode"); }
+    void scanStarting(int index) override { stage(index, "scan"); }
+    void notify(int index, const std::string &text) override
+    {
+        mSession.tell(mWs.Card(index).FileName + ": " + OneLine(text));
+    }
+    void scanned(int index, const ScanOutcome &outcome) override
+    {
+        const ScanLogResult log = mLog.writeScanRecord(index, ScanHues{outcome.HueLow, outcome.HueHigh,
+                                                                      outcome.HueInvert});
+        // A log that cannot be written costs no result; each file is named once.
+        if (!log.Ok && mFailedLogs.insert(log.Path).second)
+            mSession.tell("the scan log could not be written: " + log.Error);
+    }
+
+private:
+    void stage(int index, const char *what)
+    {
+        mSession.progress().setStage(index, mWs.CardCount(), mWs.Card(index).FileName, what);
+    }
+
+    Session &mSession;
+    Workspace &mWs;
+    ScanLog mLog;
+    std::set<std::string> mFailedLogs;
+};
+
+} // namespace
+
+std::string OneLine(const std::string &boxText)
+{
+    std::string out;
+    for (size_t i = 0; i < boxText.size(); ++i) {
+        const char c = boxText[i];
+        if (c == '\r' || c == '\n') {
+            // "a\rb" joins with a blank; blank lines of a box add nothing.
+            if (!out.empty() && out.back() != ' ')
+                out += ' ';
+        } else {
+            out += c;
+        }
+    }
+    while (!out.empty() && out.back() == ' ')
+        out.pop_back();
+    return out;
+}
+
+Session::Session(const Options &options) : mOptions(options) {}
+
+void Session::tell(const std::string &text)
+{
+    mProgress.clear();
+    std::fprintf(stderr, "velmara-cli: %s\n", text.c_str());
+}
+
+bool Session::prepare(std::string &error)
+{
+    SettingsStore store(QString::fromStdString(mOptions.settingsFile));
+    // Numbers in the store follow the user's locale, as the desktop program writes them; reading
+    // also accepts ".".
+    store.setLocale(QLocale::system());
+    if (!mOptions.settingsFile.empty()) {
+        std::FILE *f = std::fopen(mOptions.settingsFile.c_str(), "rb");
+        if (!f) {
+            error = "cannot read the settings file " + mOptions.settingsFile;
+            return false;
+        }
+        std::fclose(f);
+    }
+    LoadStartupSettings(mWs, store);
+    LoadPreferences(mWs, store);
+    storedPosition1 = store.GetSetting("SprayInfo", "Sample_Position1", "");
+    storedInterval = store.GetSetting("SprayInfo", "Sample_Interval", "");
+    // The spray record is the stored one, as if its dialog had been accepted unchanged.
+    mWs.Spray.Sample_Position1 = storedPosition1;
+    mWs.Spray.Sample_Interval = storedInterval;
+
+    if (mOptions.dpi)
+        mWs.DefaultRes = *mOptions.dpi;
+    mWs.Slider1 = mOptions.hueLow;
+    mWs.Slider2 = mOptions.hueHigh;
+    mWs.HueInvertCheck = mOptions.invertHue;
+    if (mOptions.noLog)
+        mWs.LogAnalysis = false;
+    return true;
+}
+
+void Session::loadImages(const std::vector<std::string> &paths)
+{
+    for (const std::string &path : paths) {
+        const LoadResult r = LoadImage(mWs, path);
+        if (!r.Ok) {
+            const auto slash = path.find_last_of("/\\");
+            const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
+            mRefusals.push_back({name, OneLine(r.Message)});
+            tell(path + ": " + OneLine(r.Message));
+        }
+    }
+    mWs.SortByName();
+    mWs.CurrentCard = 1;
+}
+
+void Session::scanAll()
+{
+    OptionAnswers answers(mOptions);
+    CliHooks hooks(*this, mWs);
+    ScanAllCards(mWs, answers, hooks, mProgress);
+    mProgress.clear();
+}
+
+} // namespace velmara::cli

@@ -1,0 +1,56 @@
+#pragma once
+// One run of velmara-cli: the workspace filled from the settings and the options, the cards
+// loaded, decoded and scanned, and what the run has to say about them.
+
+#include "cli/options.h"
+#include "cli/terminalprogress.h"
+#include "core/workspace.h"
+#include "intake/decode.h"
+
+#include <string>
+#include <vector>
+
+namespace velmara::cli {
+
+struct Refusal
+{
+    std::string FileName;
+    std::string Message;
+};
+
+class Session
+{
+public:
+    explicit Session(const Options &options);
+
+    // Reads the settings store into the workspace and applies the options. False with error set
+    // when the store cannot serve the run.
+    bool prepare(std::string &error);
+    // Registers the images in the order given, then sorts the list by name. Refusals go to stderr.
+    void loadImages(const std::vector<std::string> &paths);
+    // Decodes and scans every card in list order, writing each scan log.
+    void scanAll();
+
+    Workspace &workspace() { return mWs; }
+    const std::vector<Refusal> &refusals() const { return mRefusals; }
+    // Cards whose scan ended (with or without stains).
+    int scannedCount() const { return mWs.ScannedCount(); }
+    // Tells the user on stderr; the progress line is cleared first.
+    void tell(const std::string &text);
+    TerminalProgress &progress() { return mProgress; }
+
+    // Texts of [SprayInfo] Sample_Position1 and Sample_Interval as stored (may be empty).
+    std::string storedPosition1;
+    std::string storedInterval;
+
+private:
+    const Options &mOptions;
+    Workspace mWs;
+    std::vector<Refusal> mRefusals;
+    TerminalProgress mProgress;
+};
+
+// A box text ("line one\rline two") as one line for a terminal.
+std::string OneLine(const std::string &boxText);
+
+} // namespace velmara::cli
