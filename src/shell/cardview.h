@@ -1,0 +1,40 @@
+#pragma once
+// The card view: the picture of the current card at one image pixel per screen pixel, its top
+// left corner at the pan position.
+
+#include <QImage>
+#include <QWidget>
+
+namespace velmara {
+
+class CardView : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit CardView(QWidget *parent = nullptr);
+
+    void setPicture(const QImage &picture);
+    const QImage &picture() const { return mPicture; }
+    void clearPicture(const QColor &background);
+    void setPan(int left, int top);
+    QPoint pan() const { return mPan; }
+    void setBackground(const QColor &colour);
+
+signals:
+    void mousePressed(QMouseEvent *event);
+    void mouseReleased(QMouseEvent *event);
+    void resized();
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseReleaseEvent(QMouseEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    QImage mPicture;
+    QPoint mPan;
+    QColor mBackground{240, 240, 240};
+};
+
+} // namespace velmara

@@ -1,0 +1,588 @@
+#include "shell/mainwindow.h"
+
+#include "settings/preferences.h"
+#include "settings/settingsstore.h"
+#include "shell/application.h"
+#include "shell/cardview.h"
+#include "shell/infoform.h"
+#include "shell/picturebox.h"
+#include "shell/toolicons.h"
+#include "views/huehistogram.h"
+#include "views/sizegraph.h"
+
+#include <QApplication>
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QScrollBar>
+#include <QSlider>
+#include <QTabBar>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace velmara {
+
+namespace {
+
+const QString kTitle = QStringLiteral("Orvinek Velmara");
+
+// The small controls take the interface font: the system's sans face at UiFontSize points.
+QFont smallFont(const Workspace &ws)
+{
+    QFont f = QApplication::font();
+    f.setPointSizeF(ws.UiFontSize + 1);
+    return f;
+}
+
+QToolButton *pictureButton(ToolIcon icon, const QString &tip, QWidget *parent)
+{
+    auto *b = new QToolButton(parent);
+    b->setIcon(MakeToolIcon(icon));
+    b->setIconSize(QSize(20, 20));
+    b->setToolTip(tip);
+    b->setAutoRaise(false);
+    b->setFixedSize(30, 30);
+    return b;
+}
+
+} // namespace
+
+MainWindow::MainWindow(Workspace &ws, SettingsStore &store, int screenHeight, QWidget *parent)
+    : QMainWindow(parent), mWs(ws), mStore(store), mScreenHeight(screenHeight)
+{
+    // Initialisation, in the order the settings are read.
+    mWs.RangeLow = 0;
+    mWs.RangeHigh = 32755;
+    LoadPreferences(mWs, mStore);
+    mWs.MouseCoords = true;
+    mWs.GraphMode = 1;
+    FillHueColour(mWs.HueColour);
+
+    setObjectName(QStringLiteral("frmMain"));
+    setWindowIcon(MakeToolIcon(ToolIcon::Application));
+    buildControls();
+    mProgress = std::make_unique<WindowProgress>(ProgressBar1, btnCancel);
+    ResultFrame->setTitle(ResultFrameCaption(false, 1));
+    setEmptyState();
+    qApp->installEventFilter(this);
+}
+
+MainWindow::~MainWindow()
+{
+    qApp->removeEventFilter(this);
+}
+
+void MainWindow::buildControls()
+{
+    auto *central = new QWidget(this);
+    auto *outer = new QVBoxLayout(central);
+    outer->setContentsMargins(8, 6, 8, 8);
+    outer->setSpacing(4);
+
+    ImageStrip = new QTabBar(central);
+    ImageStrip->setExpanding(false);
+    ImageStrip->setDocumentMode(true);
+    ImageStrip->setUsesScrollButtons(true);
+    ImageStrip->setFocusPolicy(Qt::NoFocus);
+    connect(ImageStrip, &QTabBar::currentChanged, this, [this](int) {
+        if (!mTabGuard)
+            ImageStrip_Click();
+    });
+    outer->addWidget(ImageStrip);
+
+    // The card view with its scroll bars and the resolution button in their corner.
+    auto *viewFrame = new QFrame(central);
+    viewFrame->setFrameShape(QFrame::StyledPanel);
+    auto *viewGrid = new QGridLayout(viewFrame);
+    viewGrid->setContentsMargins(1, 1, 1, 1);
+    viewGrid->setSpacing(1);
+    Picture1 = new CardView(viewFrame);
+    // The view keeps its pixel height rule: 450 above a 600-pixel screen, else 319.
+    Picture1->setMinimumHeight(mScreenHeight > 600 ? 250 : 180);
+    HScroll1 = new QScrollBar(Qt::Horizontal, viewFrame);
+    VScroll1 = new QScrollBar(Qt::Vertical, viewFrame);
+    btnChangeRes = new QToolButton(viewFrame);
+    btnChangeRes->setIcon(MakeToolIcon(ToolIcon::Resolution));
+    btnChangeRes->setToolTip(QStringLiteral("Card Resolution"));
+    btnChangeRes->setAutoRaise(true);
+    const int bar = HScroll1->sizeHint().height();
+    btnChangeRes->setFixedSize(bar + 2, bar + 2);
+    btnChangeRes->setIconSize(QSize(bar - 2, bar - 2));
+    viewGrid->addWidget(Picture1, 0, 0);
+    viewGrid->addWidget(VScroll1, 0, 1);
+    viewGrid->addWidget(HScroll1, 1, 0);
+    viewGrid->addWidget(btnChangeRes, 1, 1);
+    outer->addWidget(viewFrame, 1);
+    connect(HScroll1, &QScrollBar::valueChanged, this, &MainWindow::onScroll);
+    connect(VScroll1, &QScrollBar::valueChanged, this, &MainWindow::onScroll);
+    connect(Picture1, &CardView::resized, this, &MainWindow::updateScrollBars);
+    connect(Picture1, &CardView::mousePressed, this, &MainWindow::onPictureMousePressed);
+    connect(Picture1, &CardView::mouseReleased, this, &MainWindow::onPictureMouseReleased);
+    connect(btnChangeRes, &QToolButton::clicked, this, &MainWindow::btnChangeRes_Click);
+
+    ProgressBar1 = new QProgressBar(central);
+    ProgressBar1->setTextVisible(false);
+    ProgressBar1->setFixedHeight(10);
+    QSizePolicy keep = ProgressBar1->sizePolicy();
+    keep.setRetainSizeWhenHidden(true);
+    ProgressBar1->setSizePolicy(keep);
+    ProgressBar1->setVisible(false);
+    outer->addWidget(ProgressBar1);
+
+    // Below the view, in the order of use: hues, commands and masking, results.
+    auto *bottom = new QHBoxLayout;
+    bottom->setSpacing(14);
+    bottom->addWidget(buildHuePanel(), 0, Qt::AlignTop);
+    bottom->addWidget(buildCommandPanel(), 0, Qt::AlignTop);
+    bottom->addStretch(1);
+    bottom->addWidget(buildResultFrame(), 0, Qt::AlignTop);
+    outer->addLayout(bottom);
+
+    setCentralWidget(central);
+    resize(mScreenHeight > 600 ? QSize(1000, 720) : QSize(900, 560));
+}
+
+QWidget *MainWindow::buildHuePanel()
+{
+    auto *panel = new QWidget(this);
+    auto *grid = new QGridLayout(panel);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setHorizontalSpacing(6);
+    grid->setVerticalSpacing(1);
+    HistogramPic = new PictureBox(260, 105, InitialHistogramScale(), panel);
+    HistogramPic->setToolTip(QStringLiteral("Left click: low end of the hue range; right click: high end"));
+    grid->addWidget(HistogramPic, 0, 0, Qt::AlignHCenter);
+    Slider1 = new QSlider(Qt::Horizontal, panel);
+    Slider2 = new QSlider(Qt::Horizontal, panel);
+    for (QSlider *s : {Slider1, Slider2}) {
+        s->setRange(0, 255);
+        s->setFixedWidth(276);
+        s->setPageStep(16);
+    }
+    Slider1->setValue(0);
+    Slider2->setValue(255);
+    Label1 = new QLabel(QStringLiteral("0"), panel);
+    Label2 = new QLabel(QStringLiteral("255"), panel);
+    for (QLabel *l : {Label1, Label2}) {
+        l->setMinimumWidth(26);
+        l->setFont(smallFont(mWs));
+    }
+    HueInvertCheck = new QCheckBox(QStringLiteral("Invert"), panel);
+    grid->addWidget(Slider1, 1, 0);
+    grid->addWidget(Label1, 1, 1);
+    grid->addWidget(Slider2, 2, 0);
+    grid->addWidget(Label2, 2, 1);
+    grid->addWidget(HueInvertCheck, 1, 2, 2, 1, Qt::AlignVCenter);
+    grid->setColumnStretch(3, 1);
+
+    connect(HistogramPic, &PictureBox::mousePressed, this,
+            [this](int button, int shift, double x, double, QPoint) { onHistogramPressed(button, shift, x); });
+    connect(Slider1, &QSlider::valueChanged, this, [this](int) { onSliderValue(1); });
+    connect(Slider2, &QSlider::valueChanged, this, [this](int) { onSliderValue(2); });
+    connect(Slider1, &QSlider::sliderReleased, this, &MainWindow::sliderChanged);
+    connect(Slider2, &QSlider::sliderReleased, this, &MainWindow::sliderChanged);
+    connect(HueInvertCheck, &QCheckBox::clicked, this, &MainWindow::onHueInvertClicked);
+    return panel;
+}
+
+QWidget *MainWindow::buildCommandPanel()
+{
+    auto *panel = new QWidget(this);
+    auto *box = new QVBoxLayout(panel);
+    box->setContentsMargins(0, 0, 0, 0);
+    box->setSpacing(6);
+    auto *grid = new QGridLayout;
+    grid->setHorizontalSpacing(4);
+    grid->setVerticalSpacing(4);
+    btnLoad = new QPushButton(QStringLiteral("Load Image"), panel);
+    btnLoadTemplate = pictureButton(ToolIcon::LoadTemplate, QStringLiteral("Load Multi-Card Scan"), panel);
+    btnScanColour = new QPushButton(QStringLiteral("Scan Colours"), panel);
+    btnScanColourAll = new QPushButton(QStringLiteral("All"), panel);
+    btnScan = new QPushButton(QStringLiteral("Stain Count"), panel);
+    btnScanAll = new QPushButton(QStringLiteral("All"), panel);
+    btnCancel = new QPushButton(QStringLiteral("Cancel"), panel);
+    btnPrefs = pictureButton(ToolIcon::Preferences, QStringLiteral("Preferences"), panel);
+    for (QPushButton *b : {btnLoad, btnScanColour, btnScan, btnCancel}) {
+        b->setFixedSize(108, 30);
+        b->setAutoDefault(false);
+    }
+    for (QPushButton *b : {btnScanColourAll, btnScanAll}) {
+        b->setFixedSize(44, 30);
+        b->setAutoDefault(false);
+    }
+    btnScanColourAll->setToolTip(QStringLiteral("Scan the colours of all cards"));
+    btnScanAll->setToolTip(QStringLiteral("Count the stains of all cards"));
+    grid->addWidget(btnLoad, 0, 0);
+    grid->addWidget(btnLoadTemplate, 0, 1, Qt::AlignLeft);
+    grid->addWidget(btnScanColour, 1, 0);
+    grid->addWidget(btnScanColourAll, 1, 1);
+    grid->addWidget(btnScan, 2, 0);
+    grid->addWidget(btnScanAll, 2, 1);
+    grid->addWidget(btnCancel, 3, 0);
+    grid->addWidget(btnPrefs, 3, 1, Qt::AlignLeft);
+    box->addLayout(grid);
+
+    MaskFrame = new QGroupBox(QStringLiteral("Colour Masking"), panel);
+    auto *mask = new QGridLayout(MaskFrame);
+    mask->setContentsMargins(8, 4, 8, 6);
+    mask->setVerticalSpacing(2);
+    MaskCheck = new QCheckBox(QStringLiteral("&Mask all but these hues"), MaskFrame);
+    BackColorOption[1] = new QRadioButton(QStringLiteral("Black"), MaskFrame);
+    BackColorOption[2] = new QRadioButton(QStringLiteral("White"), MaskFrame);
+    BackColorOption[1]->setChecked(true);
+    auto *colours = new QButtonGroup(MaskFrame);
+    colours->addButton(BackColorOption[1], 1);
+    colours->addButton(BackColorOption[2], 2);
+    mask->addWidget(MaskCheck, 0, 0, 1, 2);
+    mask->addWidget(BackColorOption[1], 1, 0);
+    mask->addWidget(BackColorOption[2], 1, 1);
+    box->addWidget(MaskFrame);
+
+    connect(btnLoad, &QPushButton::clicked, this, &MainWindow::btnLoad_Click);
+    connect(btnScanColour, &QPushButton::clicked, this, &MainWindow::btnScanColour_Click);
+    connect(btnScanColourAll, &QPushButton::clicked, this, &MainWindow::btnScanColourAll_Click);
+    connect(btnScan, &QPushButton::clicked, this, &MainWindow::btnScan_Click);
+    connect(btnScanAll, &QPushButton::clicked, this, &MainWindow::btnScanAll_Click);
+    connect(btnCancel, &QPushButton::clicked, this, &MainWindow::btnCancel_Click);
+    connect(btnPrefs, &QToolButton::clicked, this, &MainWindow::btnPrefs_Click);
+    connect(MaskCheck, &QCheckBox::clicked, this, &MainWindow::onMaskCheckClicked);
+    connect(colours, &QButtonGroup::idClicked, this, [this](int) { onBackColourClicked(); });
+    return panel;
+}
+
+QWidget *MainWindow::buildResultFrame()
+{
+    ResultFrame = new QGroupBox(this);
+    QSizePolicy keep = ResultFrame->sizePolicy();
+    keep.setRetainSizeWhenHidden(true);
+    ResultFrame->setSizePolicy(keep);
+    auto *box = new QVBoxLayout(ResultFrame);
+    box->setContentsMargins(6, 4, 6, 6);
+    box->setSpacing(2);
+    const QFont small = smallFont(mWs);
+
+    // The graph and its axis labels are placed by hand: the labels centre on the graph's edges.
+    auto *graphArea = new QWidget(ResultFrame);
+    graphArea->setFixedSize(350, 92);
+    ResultPic = new PictureBox(290, 70, InitialGraphScale(290), graphArea);
+    ResultPic->move(44, 4);
+    ResultPic->setMouseTracking(true);
+    SizeRangeLabel = new QLabel(ResultPic);
+    SizeRangeLabel->setAutoFillBackground(true);
+    SizeRangeLabel->setStyleSheet(QStringLiteral("background: white; padding: 0 1px;"));
+    SizeRangeLabel->setFont(small);
+    SizeRangeLabel->hide();
+    ResultLabelX1 = new QLabel(QStringLiteral("0.0"), graphArea);
+    ResultLabelX2 = new QLabel(graphArea);
+    ResultLabelY1 = new QLabel(graphArea);
+    ResultLabelY2 = new QLabel(graphArea);
+    ResultLabel = new QLabel(QStringLiteral("%1m").arg(QChar(0x00B5)), graphArea);
+    for (QLabel *l : {ResultLabelX1, ResultLabelX2, ResultLabelY1, ResultLabelY2, ResultLabel})
+        l->setFont(small);
+    ResultLabel->adjustSize();
+    ResultLabel->move(44 + 145 - ResultLabel->width() / 2, 76);
+    box->addWidget(graphArea);
+
+    auto *options = new QHBoxLayout;
+    options->setSpacing(10);
+    auto *graphGroup = new QButtonGroup(ResultFrame);
+    for (int i = 1; i <= 3; ++i) {
+        GraphOption[static_cast<size_t>(i)] = new QRadioButton(GraphOptionCaption(i), ResultFrame);
+        graphGroup->addButton(GraphOption[static_cast<size_t>(i)], i);
+        options->addWidget(GraphOption[static_cast<size_t>(i)]);
+    }
+    GraphOption[1]->setChecked(true);
+    options->addStretch(1);
+    box->addLayout(options);
+    connect(graphGroup, &QButtonGroup::idClicked, this, &MainWindow::GraphOption_Click);
+
+    auto *lower = new QHBoxLayout;
+    auto *stats = new QGridLayout;
+    stats->setHorizontalSpacing(8);
+    stats->setVerticalSpacing(1);
+    VMDLabel = new QLabel(ResultFrame);
+    DropLabel = new QLabel(ResultFrame);
+    VolumeLabel = new QLabel(ResultFrame);
+    const std::array<QLabel *, 4> values{nullptr, VMDLabel, DropLabel, VolumeLabel};
+    for (int i = 1; i <= 3; ++i) {
+        InfoLabel[static_cast<size_t>(i)] = new QLabel(ResultFrame);
+        QFont bold = InfoLabel[static_cast<size_t>(i)]->font();
+        bold.setBold(true);
+        InfoLabel[static_cast<size_t>(i)]->setFont(bold);
+        stats->addWidget(InfoLabel[static_cast<size_t>(i)], i - 1, 0);
+        stats->addWidget(values[static_cast<size_t>(i)], i - 1, 1);
+    }
+    lower->addLayout(stats, 1);
+    auto *side = new QVBoxLayout;
+    side->setSpacing(3);
+    auto *files = new QHBoxLayout;
+    files->setSpacing(3);
+    btnWriteComposite = pictureButton(ToolIcon::WriteResults, QStringLiteral("Write Results File"), ResultFrame);
+    btnPrint = pictureButton(ToolIcon::Print, QStringLiteral("Print Report"), ResultFrame);
+    files->addStretch(1);
+    files->addWidget(btnWriteComposite);
+    files->addWidget(btnPrint);
+    CompositeCheck = new QCheckBox(QStringLiteral("Composite"), ResultFrame);
+    side->addLayout(files);
+    side->addWidget(CompositeCheck, 0, Qt::AlignRight);
+    lower->addLayout(side);
+    box->addLayout(lower);
+
+    connect(ResultPic, &PictureBox::mousePressed, this,
+            [this](int button, int shift, double x, double y, QPoint) { onResultPressed(button, shift, x, y); });
+    connect(ResultPic, &PictureBox::mouseMoved, this,
+            [this](int buttons, int shift, double x, double y, QPoint) { onResultMoved(buttons, shift, x, y); });
+    connect(ResultPic, &PictureBox::mouseReleased, this, [this](int, int, double, double, QPoint) { onResultReleased(); });
+    // The composite view is built on top of this window later; the box only shows and hides.
+    connect(CompositeCheck, &QCheckBox::clicked, this, [this](bool) {});
+    return ResultFrame;
+}
+
+// The state of an empty list: nothing to scan, no results, the hue controls at rest.
+void MainWindow::setEmptyState()
+{
+    mTabGuard = true;
+    while (ImageStrip->count() > 0)
+        ImageStrip->removeTab(0);
+    ImageStrip->addTab(QStringLiteral("<No Image>"));
+    mTabGuard = false;
+    setCaption(kTitle);
+    mOriginalPicture = QImage();
+    mShownPicture = QImage();
+    Picture1->clearPicture(Qt::white);
+    for (QWidget *w : std::initializer_list<QWidget *>{btnScanColour, btnScanColourAll, btnScan, btnScanAll,
+                                                       MaskFrame, MaskCheck, BackColorOption[1],
+                                                       BackColorOption[2], HistogramPic, HueInvertCheck,
+                                                       HScroll1, VScroll1, Slider1, Slider2})
+        w->setEnabled(false);
+    btnCancel->setEnabled(false);
+    ResultFrame->setVisible(false);
+    MaskCheck->setChecked(false);
+    HueInvertCheck->setChecked(false);
+    mWs.HueInvertCheck = false;
+    mSliderGuard = true;
+    Slider1->setValue(0);
+    Slider2->setValue(255);
+    mSliderGuard = false;
+    mWs.Slider1 = 0;
+    mWs.Slider2 = 255;
+    Label1->setText(QStringLiteral("0"));
+    Label2->setText(QStringLiteral("255"));
+    btnChangeRes->setVisible(false);
+    CompositeCheck->setChecked(false);
+    CompositeCheck->setVisible(false);
+    mWs.CompositeCheck = false;
+    HistogramPic->clear(palette().color(QPalette::Window).rgb());
+    GraphOption[1]->setChecked(true);
+    mWs.GraphMode = 1;
+    ResultFrame->setTitle(ResultFrameCaption(false, 1));
+    HScroll1->setValue(0);
+    VScroll1->setValue(0);
+}
+
+void MainWindow::setCaption(const QString &text)
+{
+    setWindowTitle(text);
+}
+
+void MainWindow::setCardCaption(const CardImage &card, const QString &tail)
+{
+    setCaption(kTitle + QStringLiteral(" -- ") + QString::fromStdString(card.FileName) + tail);
+}
+
+void MainWindow::rebuildTabs()
+{
+    mTabGuard = true;
+    const int n = std::max(1, mWs.CardCount());
+    while (ImageStrip->count() > n)
+        ImageStrip->removeTab(ImageStrip->count() - 1);
+    while (ImageStrip->count() < n)
+        ImageStrip->addTab(QString());
+    if (mWs.CardCount() == 0)
+        ImageStrip->setTabText(0, QStringLiteral("<No Image>"));
+    for (int i = 1; i <= mWs.CardCount(); ++i)
+        ImageStrip->setTabText(i - 1, QString::fromStdString(mWs.Card(i).FileName));
+    mTabGuard = false;
+}
+
+void MainWindow::selectCard(int index)
+{
+    if (index < 1)
+        index = 1;
+    if (ImageStrip->currentIndex() == index - 1 || index - 1 >= ImageStrip->count()) {
+        ImageStrip_Click();
+        return;
+    }
+    mTabGuard = true;
+    ImageStrip->setCurrentIndex(index - 1);
+    mTabGuard = false;
+    ImageStrip_Click();
+}
+
+bool MainWindow::passRunning() const
+{
+    return mBusy > 0 || ProgressBar1->isVisibleTo(const_cast<MainWindow *>(this));
+}
+
+void MainWindow::showMessage(const QString &text, bool warning)
+{
+    if (mMessageHook) {
+        mMessageHook(text);
+        return;
+    }
+    QString shown = text;
+    shown.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    if (warning)
+        QMessageBox::warning(this, QStringLiteral("Velmara"), shown);
+    else
+        QMessageBox::information(this, QStringLiteral("Velmara"), shown);
+}
+
+// --- Keys. The window sees every key before the control with the focus.
+
+bool MainWindow::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::KeyPress) {
+        auto *widget = qobject_cast<QWidget *>(watched);
+        if (widget && widget->window() == this && QApplication::activeModalWidget() == nullptr) {
+            auto *key = static_cast<QKeyEvent *>(event);
+            if (handleKey(key->key(), key->modifiers()))
+                return true;
+        }
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+bool MainWindow::handleKey(int key, Qt::KeyboardModifiers modifiers)
+{
+    const Qt::KeyboardModifiers mods =
+        modifiers & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    const bool ctrl = mods == Qt::ControlModifier;
+    const bool ctrlShift = mods == (Qt::ControlModifier | Qt::ShiftModifier);
+    const bool none = mods == Qt::NoModifier;
+    const bool composite = CompositeCheck->isChecked();
+
+    if (ctrl && key == Qt::Key_P) {
+        btnPrefs_Click();
+        return true;
+    }
+    if (ctrl && key == Qt::Key_L) {
+        btnLoad_Click();
+        closingStep();
+        return true;
+    }
+    // Escape answers the Cancel button while it is live, also with no card in the list.
+    if (key == Qt::Key_Escape && btnCancel->isEnabled())
+        btnCancel_Click();
+    if (mWs.CardCount() == 0)
+        return key == Qt::Key_Escape;
+
+    if (ctrl && key == Qt::Key_Tab) {
+        if (composite)
+            return false;
+        mWs.CurrentCard = mWs.CurrentCard >= mWs.CardCount() ? 1 : mWs.CurrentCard + 1;
+    } else if (ctrlShift && (key == Qt::Key_Backtab || key == Qt::Key_Tab)) {
+        if (composite)
+            return false;
+        mWs.CurrentCard = mWs.CurrentCard <= 1 ? mWs.CardCount() : mWs.CurrentCard - 1;
+    } else if (ctrl && key == Qt::Key_S) {
+        // In the composite view the scan keys do nothing: the tabs stand for views there.
+        if (composite)
+            return true;
+        if (!mWs.Card(mWs.CurrentCard).PixelsReady)
+            btnScanColour_Click();
+        else
+            btnScan_Click();
+    } else if (ctrl && key == Qt::Key_A) {
+        if (composite)
+            return true;
+        if (!mWs.Card(mWs.CurrentCard).PixelsReady)
+            btnScanColourAll_Click();
+        else
+            btnScanAll_Click();
+    } else if (ctrl && key == Qt::Key_R) {
+        if (!btnChangeRes->isEnabled() || !btnChangeRes->isVisibleTo(this))
+            return false;
+        btnChangeRes_Click();
+    } else if (ctrl && key == Qt::Key_C) {
+        if (!CompositeCheck->isVisibleTo(this))
+            return false;
+        CompositeCheck->click();
+    } else if (ctrl && key >= Qt::Key_1 && key <= Qt::Key_3) {
+        const int index = key - Qt::Key_0;
+        if (!GraphOption[static_cast<size_t>(index)]->isChecked()) {
+            GraphOption[static_cast<size_t>(index)]->setChecked(true);
+            GraphOption_Click(index);
+        }
+    } else if (key == Qt::Key_Delete && (none || ctrl)) {
+        if (composite)
+            return true;
+        // The list can't change under a running pass: the keys are ignored until it ends.
+        if (passRunning())
+            return true;
+        if (none)
+            removeSelectedCard();
+        else
+            clearAllCards();
+    } else if (key == Qt::Key_Delete) {
+        return true; // other modifiers: nothing, and no closing step
+    } else if (key == Qt::Key_Escape) {
+        // only the closing step
+    } else {
+        return false;
+    }
+    closingStep();
+    return true;
+}
+
+void MainWindow::closingStep()
+{
+    if (CompositeCheck->isChecked() || mWs.CardCount() == 0)
+        return;
+    selectCard(mWs.CurrentCard);
+}
+
+// --- Window events.
+
+void MainWindow::resizeEvent(QResizeEvent *event)
+{
+    QMainWindow::resizeEvent(event);
+    if (!isMinimized() && !CompositeCheck->isChecked() && mWs.CardCount() > 0 && isVisible())
+        selectCard(mWs.CurrentCard);
+}
+
+void MainWindow::changeEvent(QEvent *event)
+{
+    QMainWindow::changeEvent(event);
+    // The picture is read on the first selection after the window comes back from the task bar.
+    if (event->type() == QEvent::WindowStateChange && !isMinimized() && mWs.CardCount() > 0
+        && !CompositeCheck->isChecked())
+        selectCard(mWs.CurrentCard);
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    // A pass under way is cancelled first; the window closes once it has ended.
+    if (passRunning()) {
+        mWs.CancelRequested = true;
+        event->ignore();
+        return;
+    }
+    if (mInfoForm)
+        mInfoForm->close();
+    SavePreferences(mWs, mStore);
+    RemoveTemporaryBitmaps(mWs.TempDir);
+    mWs.Cards.assign(1, CardImage{});
+    event->accept();
+}
+
+} // namespace velmara

@@ -1,0 +1,194 @@
+#pragma once
+// The main window: the card view with its tabs, the hue histogram and sliders, the command
+// buttons, the colour masking frame and the result frame with the size graph. Handlers keep the
+// names the program's documentation uses for them (btnScan_Click, ImageStrip_Click ...), so that
+// each can be followed from the description of the command.
+
+#include "core/workspace.h"
+#include "intake/decode.h"
+#include "shell/windowprogress.h"
+
+#include <QImage>
+#include <QMainWindow>
+#include <QPointer>
+#include <QStringList>
+
+#include <array>
+#include <functional>
+#include <memory>
+
+class QButtonGroup;
+class QCheckBox;
+class QGroupBox;
+class QLabel;
+class QProgressBar;
+class QPushButton;
+class QRadioButton;
+class QScrollBar;
+class QSlider;
+class QTabBar;
+class QToolButton;
+
+namespace velmara {
+
+class CardView;
+class InfoForm;
+class PictureBox;
+class SettingsStore;
+
+class MainWindow : public QMainWindow
+{
+    Q_OBJECT
+public:
+    // Reads the preferences from store (the window's initialisation) and lays itself out for a
+    // screen of screenHeight pixels. ws and store must outlive the window.
+    MainWindow(Workspace &ws, SettingsStore &store, int screenHeight, QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+    Workspace &workspace() { return mWs; }
+
+    // --- Commands, as the buttons and keys run them.
+    void btnLoad_Click();
+    // The answer of the file dialog: one path, or several of one folder. Loads them as the dialog
+    // command does, then shows the card to show.
+    void loadChosenFiles(const QStringList &paths);
+    void btnScanColour_Click();
+    void btnScanColourAll_Click();
+    void btnScan_Click();
+    void btnScanAll_Click();
+    void btnCancel_Click();
+    void btnPrefs_Click();
+    void btnChangeRes_Click();
+    void removeSelectedCard();
+    void clearAllCards();
+    void GraphOption_Click(int index);
+
+    // Selects tab of card index (1-based), running ImageStrip_Click also when it is selected.
+    void selectCard(int index);
+    void ImageStrip_Click();
+
+    // A pass (decode or scan) is running: commands that load, decode or scan return at once.
+    bool passRunning() const;
+
+    // --- Drawing, as the commands call it.
+    void DrawHueHistogram();
+    void BuildMask();
+    void PaintCard();
+    void DrawResult();
+    void UpdateHistogramLabels();
+    void UpdateStatsLabels();
+
+    // The question dialogs ask through these; tests answer them instead.
+    // kind 0 asks for the background, 1 for the dither colour.
+    using QuestionHook = std::function<Answer(int kind, int cardIndex, Byte suggested, Byte background)>;
+    Answer askQuestion(int kind, int cardIndex, Byte suggested, Byte background);
+    void setQuestionHook(QuestionHook hook) { mQuestionHook = std::move(hook); }
+    // Message boxes go through this; tests collect them instead of showing boxes.
+    using MessageHook = std::function<void(const QString &text)>;
+    void setMessageHook(MessageHook hook) { mMessageHook = std::move(hook); }
+    void showMessage(const QString &text, bool warning = false);
+
+    // --- The controls, named as the documentation names them (tests and screenshots use them).
+    QTabBar *ImageStrip = nullptr;
+    CardView *Picture1 = nullptr;
+    QScrollBar *HScroll1 = nullptr;
+    QScrollBar *VScroll1 = nullptr;
+    QToolButton *btnChangeRes = nullptr;
+    QProgressBar *ProgressBar1 = nullptr;
+    PictureBox *HistogramPic = nullptr;
+    QSlider *Slider1 = nullptr;
+    QSlider *Slider2 = nullptr;
+    QLabel *Label1 = nullptr;
+    QLabel *Label2 = nullptr;
+    QCheckBox *HueInvertCheck = nullptr;
+    QPushButton *btnLoad = nullptr;
+    QToolButton *btnLoadTemplate = nullptr;
+    QPushButton *btnScanColour = nullptr;
+    QPushButton *btnScanColourAll = nullptr;
+    QPushButton *btnScan = nullptr;
+    QPushButton *btnScanAll = nullptr;
+    QPushButton *btnCancel = nullptr;
+    QToolButton *btnPrefs = nullptr;
+    QGroupBox *MaskFrame = nullptr;
+    QCheckBox *MaskCheck = nullptr;
+    std::array<QRadioButton *, 3> BackColorOption{}; // 1 Black, 2 White
+    QGroupBox *ResultFrame = nullptr;
+    PictureBox *ResultPic = nullptr;
+    QLabel *SizeRangeLabel = nullptr;
+    QLabel *ResultLabel = nullptr;
+    QLabel *ResultLabelX1 = nullptr;
+    QLabel *ResultLabelX2 = nullptr;
+    QLabel *ResultLabelY1 = nullptr;
+    QLabel *ResultLabelY2 = nullptr;
+    std::array<QRadioButton *, 4> GraphOption{}; // 1 VF, 2 CVF, 3 #/cm²
+    std::array<QLabel *, 4> InfoLabel{};         // 1 to 3
+    QLabel *VMDLabel = nullptr;
+    QLabel *DropLabel = nullptr;
+    QLabel *VolumeLabel = nullptr;
+    QCheckBox *CompositeCheck = nullptr;
+    QToolButton *btnWriteComposite = nullptr;
+    QToolButton *btnPrint = nullptr;
+
+    // The picture of the card shown, masked when masking is on.
+    const QImage &KromeKotePicture() const { return mShownPicture; }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void closeEvent(QCloseEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void buildControls();
+    QWidget *buildHuePanel();
+    QWidget *buildCommandPanel();
+    QWidget *buildResultFrame();
+    void setEmptyState();
+    void applyCardState(const CardImage &card);
+    void setCaption(const QString &text);
+    void setCardCaption(const CardImage &card, const QString &tail);
+    void rebuildTabs();
+    void updateScrollBars();
+    void onScroll();
+
+    bool handleKey(int key, Qt::KeyboardModifiers modifiers);
+    void closingStep();
+
+    void registerFile(const std::string &fileName, const std::string &folder);
+    void afterScan(int index, int status, bool zeroVolume, const std::string &message, int hueLow,
+                   int hueHigh, bool inverted);
+    bool decodeCard(int index);
+    bool loadShownPicture(const CardImage &card);
+    void refreshAfterScan();
+    bool sprayRecordStep();
+    void updateCompositeVisibility();
+
+    void sliderMoving(int which);
+    void sliderChanged();
+    void onSliderValue(int which);
+    void onHistogramPressed(int button, int shift, double x);
+    void onMaskCheckClicked();
+    void onHueInvertClicked();
+    void onBackColourClicked();
+    void onResultPressed(int button, int shift, double x, double y);
+    void onResultMoved(int buttons, int shift, double x, double y);
+    void onResultReleased();
+    void placeSizeRangeLabel(double x);
+    void onPictureMousePressed(QMouseEvent *event);
+    void onPictureMouseReleased(QMouseEvent *event);
+
+    Workspace &mWs;
+    SettingsStore &mStore;
+    int mScreenHeight;
+    std::unique_ptr<WindowProgress> mProgress;
+    QImage mOriginalPicture; // the card's picture as read
+    QImage mShownPicture;    // what the view paints: the picture or its mask
+    QPointer<InfoForm> mInfoForm;
+    QuestionHook mQuestionHook;
+    MessageHook mMessageHook;
+    int mBusy = 0;            // commands with a pass under way
+    bool mSliderGuard = false; // sliders set in code: no handlers
+    bool mTabGuard = false;    // tabs rebuilt in code: no click
+};
+
+} // namespace velmara
