@@ -13,6 +13,8 @@
 #include <fstream>
 #include <iterator>
 
+#include <unistd.h>
+
 using namespace velmara::cardgen;
 
 namespace {
@@ -39,11 +41,27 @@ std::vector<std::uint8_t> readAll(const std::string &path)
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
+// One folder per process, since CTest runs the cases of this file side by side; removed at exit.
+std::filesystem::path scratchDir()
+{
+    return std::filesystem::temp_directory_path() / ("velmara-cardgen-test-" + std::to_string(::getpid()));
+}
+
+class ScratchCleanup : public ::testing::Environment
+{
+public:
+    void TearDown() override
+    {
+        std::error_code ec;
+        std::filesystem::remove_all(scratchDir(), ec);
+    }
+};
+[[maybe_unused]] ::testing::Environment *const kScratchCleanup = ::testing::AddGlobalTestEnvironment(new ScratchCleanup);
+
 std::string scratch(const std::string &name)
 {
-    const auto dir = std::filesystem::temp_directory_path() / "velmara-cardgen-test";
-    std::filesystem::create_directories(dir);
-    return (dir / name).string();
+    std::filesystem::create_directories(scratchDir());
+    return (scratchDir() / name).string();
 }
 
 // A small card with every feature the writers must carry: odd width, short table, distinct rows.
