@@ -374,7 +374,11 @@ void TemplateManager::DrawLayout()
         L.Sheet.Width = CInt(ToSingle(ToSingle(L.TotalWidth / L.TotalHeight) * 438.0f) + 2.0f);
     }
 
-    L.HSize.Text = " " + FormatNumber(L.TotalWidth, "0.0##", mSeparator) + "\" ";
+    // Built in a local and moved: GCC 12 warns falsely (-Wrestrict) on the plain forms.
+    std::string hText(1, ' ');
+    hText += FormatNumber(L.TotalWidth, "0.0##", mSeparator);
+    hText += "\" ";
+    L.HSize.Text = std::move(hText);
     L.HSize.X = L.Sheet.Left + L.Sheet.Width / 2;
     L.HSize.Y = L.Sheet.Bottom() + 7;
     L.VSize.Text = FormatNumber(L.TotalHeight, "0.0##", mSeparator) + "\"";
