@@ -123,7 +123,10 @@ bool SettingsStore::SaveSetting(const std::string &section, const std::string &k
 
     const QFileInfo info(mFilePath);
     QSaveFile file(mFilePath);
-    const bool written = QDir().mkpath(info.absolutePath()) && file.open(QIODevice::WriteOnly)
+    // The save goes through a new file renamed over the old one, which would overrule a file the
+    // user made read-only.
+    const bool written = !(info.exists() && !info.isWritable()) && QDir().mkpath(info.absolutePath())
+                         && file.open(QIODevice::WriteOnly)
                          && file.write(text.data(), static_cast<qint64>(text.size())) == static_cast<qint64>(text.size())
                          && file.commit();
     if (!written)
