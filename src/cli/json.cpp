@@ -48,7 +48,7 @@ void JsonWriter::endArray()
 void JsonWriter::key(std::string_view name)
 {
     separate();
-    value(name);
+    writeString(name);
     mOut += ':';
     mAfterKey = true;
 }
@@ -56,6 +56,11 @@ void JsonWriter::key(std::string_view name)
 void JsonWriter::value(std::string_view text)
 {
     separate();
+    writeString(text);
+}
+
+void JsonWriter::writeString(std::string_view text)
+{
     mOut += '"';
     for (const char ch : text) {
         const unsigned char c = static_cast<unsigned char>(ch);

@@ -31,6 +31,7 @@ public:
 
 private:
     void separate();
+    void writeString(std::string_view text);
     std::string mOut;
     // Per open container: whether something was written in it yet.
     std::vector<bool> mHasItem;
