@@ -12,6 +12,10 @@
 #include "shell/colourquestionform.h"
 #include "shell/infoform.h"
 #include "shell/picturebox.h"
+#include "shell/prefsform.h"
+#include "shell/resolutionform.h"
+#include "shell/sprayinfoform.h"
+#include "shell/storesettingsaccess.h"
 #include "statistics/composite.h"
 #include "statistics/line.h"
 #include "statistics/range.h"
@@ -526,8 +530,9 @@ bool MainWindow::sprayRecordStep()
 {
     if (!(mWs.LogAnalysis && mWs.LogSprayInfo))
         return true;
-    // The spray record dialog is not part of this window yet: the step goes on as if the record
-    // had been accepted unchanged.
+    StoreSettingsAccess settings(mStore);
+    if (!ShowSprayInfoForm(this, mWs, settings))
+        return false;
     AssignCardPositions(mWs);
     return true;
 }
@@ -635,17 +640,45 @@ void MainWindow::btnCancel_Click()
 
 void MainWindow::btnPrefs_Click()
 {
-    // The preferences dialog plugs in here.
+    StoreSettingsAccess settings(mStore);
+    const PrefsOutcome outcome = ShowPrefsForm(this, mWs, settings, ImageStrip->currentIndex() == 0);
+    if (outcome.Effect.AssignPositions)
+        AssignCardPositions(mWs);
+    for (PrefsRedraw redraw : outcome.Effect.Redraws) {
+        // The line chart and swath redraws belong to the composite view.
+        if (redraw == PrefsRedraw::UpdateStatsLabels && mWs.CardCount() > 0
+            && mWs.Card(mWs.CurrentCard).Scanned)
+            UpdateStatsLabels();
+    }
 }
 
 void MainWindow::btnChangeRes_Click()
 {
     Picture1->setFocus();
-    // The resolution and card position dialogs plug in here.
-    if (!CompositeCheck->isChecked() && mWs.CardCount() > 0) {
-        const CardImage &card = mWs.Card(mWs.CurrentCard);
-        setCardCaption(card, QStringLiteral(" -- ") + QString::number(card.Dpi) + QStringLiteral(" dpi"));
-    }
+    if (mWs.CardCount() == 0 || passRunning())
+        return;
+    if (CompositeCheck->isChecked())
+        return; // the card position dialog belongs to the composite view
+    const QRect picture(Picture1->mapToGlobal(QPoint(0, 0)), Picture1->size());
+    ShowResolutionForm(this, mWs, picture, [this](const std::vector<int> &cards) {
+        btnChangeRes->setEnabled(false);
+        ++mBusy;
+        for (int i : cards) {
+            const ScanOutcome outcome = ScanImage(mWs, i, *mProgress);
+            afterScan(i, static_cast<int>(outcome.Status), outcome.ZeroVolume, outcome.Message,
+                      outcome.HueLow, outcome.HueHigh, outcome.HueInvert);
+            if (mWs.CancelRequested)
+                break;
+        }
+        --mBusy;
+        mWs.CancelRequested = false;
+        CalcCompositeAll(mWs);
+        if (mWs.Card(mWs.CurrentCard).Scanned)
+            refreshAfterScan();
+        btnChangeRes->setEnabled(true);
+    });
+    const CardImage &card = mWs.Card(mWs.CurrentCard);
+    setCardCaption(card, QStringLiteral(" -- ") + QString::number(card.Dpi) + QStringLiteral(" dpi"));
 }
 
 // --- The card list.
