@@ -1,7 +1,7 @@
 #pragma once
 // Synthetic stain cards with known contents, for tests, benchmarks and the bundled samples.
 //
-// Everything is deterministic: the same specification and seed give the same bytes on every
+// Everything is deterministic: the same parameters and seed give the same bytes on every
 // machine (no floating-point result depends on the library's math functions beyond sqrt, which is
 // exact to the last bit). The file writers are this tool's own and independent of the program's
 // readers, so that a test can use a generated file as an oracle.
@@ -95,7 +95,7 @@ struct CardSpec
     std::vector<Disc> discs;                  // painted in order over the background
 };
 
-// Returns an empty picture (width 0) when the spec is inconsistent: sizes below 1, a palette size
+// Returns an empty picture (width 0) when the parameters clash: sizes below 1, a palette size
 // outside 1..256, or an index beyond the palette.
 IndexedImage MakeCard(const CardSpec &spec);
 
