@@ -1,0 +1,618 @@
+#include "reports/reportpages.h"
+
+#include "core/numberform.h"
+#include "statistics/line.h"
+#include "statistics/range.h"
+#include "statistics/swath.h"
+#include "statistics/textvalue.h"
+
+#include <cmath>
+#include <new>
+#include <stdexcept>
+
+namespace velmara {
+
+namespace {
+
+const char *const kSubscriptOutOfRange = "Subscript out of range";
+const char *const kOutOfMemory = "Out of memory";
+
+// Geometry shared by the graph pages, in page inches.
+constexpr double L = 1;
+constexpr double W = 6.5;
+constexpr double kCentre = 4.25;
+constexpr double kRightLabelX = 7.625; // L + W + 0.125
+constexpr double kTick = 0.1;
+constexpr double kBelowAxis = 0.125;
+constexpr double kAxisTitleDrop = 5.0 / 16;
+constexpr double kTitleGap = 1.0 / 32;
+
+// Pages 2 and 3: three graphs of height H with a gap G.
+constexpr double H = 2.25;
+constexpr double Y3 = 9.5 - H;
+constexpr double Y2 = Y3 - H - 5.0 / 8;
+constexpr double Y1 = Y2 - H - 5.0 / 8;
+
+const ReportColour kGrey210 = ReportRgb(210, 210, 210);
+const ReportColour kGrey180 = ReportRgb(180, 180, 180);
+const ReportColour kGrey150 = ReportRgb(150, 150, 150);
+const ReportColour kBlue = ReportRgb(0, 0, 255);
+const ReportColour kBlack = 0;
+
+// Every divisor of the pages goes through these, so that a zero shows up as the failure the
+// user is told about instead of an infinity drawn off the page.
+double Div(double a, double b) { return Divide(a, b); }
+
+long long Mod(long long a, long long b)
+{
+    if (b == 0)
+        throw Failure(kDivisionByZero);
+    return a % b;
+}
+
+// The label step of an axis; an axis whose top is 0 has nothing to divide into steps.
+Single CheckedTickStep(Single max)
+{
+    if (!(max > 0))
+        throw Failure(kDivisionByZero);
+    return ToSingle(TickStep(max));
+}
+
+bool IsWhole(Single v) { return std::floor(v) == v; }
+
+// A counted loop over a Single from `from` to `to`, the end included, each step rounded to Single
+// as the loop variable is.
+template <typename Body>
+void ForSingle(Single from, Single to, Single step, Body body)
+{
+    if (step == 0)
+        throw Failure(kDivisionByZero);
+    for (Single v = from; step > 0 ? v <= to : v >= to;) {
+        body(v);
+        const Single next = ToSingle(static_cast<double>(v) + step);
+        if (next == v) // a step lost in the rounding would never end the loop
+            throw Failure(kOverflow);
+        v = next;
+    }
+}
+
+bool EndsInZero(const std::string &text) { return !text.empty() && text.back() == '0'; }
+
+class Pages
+{
+public:
+    Pages(Workspace &ws, ReportCanvas &canvas, bool printer, const ReportHooks &hooks, char sep)
+        : mWs(ws), c(canvas), mPrinter(printer), mHooks(hooks), mSep(sep)
+    {
+    }
+
+    void start()
+    {
+        if (!mPrinter)
+            c.Cls();
+        k = mWs.DepositFactor[static_cast<size_t>(mWs.UnitIndex())];
+        mCurvePen = mPrinter ? ToSingle(c.ScaleX(1.0 / 32, ScaleUnit::Page, ScaleUnit::Pixels)) : 3;
+    }
+
+    void page1();
+    void page2();
+    void page3();
+    void page4();
+
+private:
+    void beginPage(int page)
+    {
+        if (!mPrinter)
+            return;
+        if (page > 1)
+            c.NewPage();
+        if (mHooks.PageStarted)
+            mHooks.PageStarted(page);
+    }
+
+    void font(Single size) { SetReportFont(c, mPrinter, size); }
+
+    std::string num(Single v, const char *pattern) const { return FormatNumber(v, pattern, mSep); }
+    std::string num(double v, const char *pattern) const { return FormatNumber(v, pattern, mSep); }
+
+    void centred(const std::string &text, double x, double y)
+    {
+        c.CurrentX = x - c.TextWidth(text) / 2;
+        c.CurrentY = y;
+        c.Print(text);
+    }
+
+    // Text with its left edge at x and its vertical middle on y.
+    void middleAt(const std::string &text, double x, double y)
+    {
+        c.CurrentX = x;
+        c.CurrentY = y + c.TextHeight(text) / 2;
+        c.Print(text);
+    }
+
+    void head(const char *title)
+    {
+        font(18);
+        c.Font.Bold = true;
+        centred(kReportHeadline, kCentre, 10.5);
+        font(14);
+        centred(title, kCentre, 10.15);
+        c.Font.Bold = false;
+        font(10);
+    }
+
+    // The title over a graph whose top edge is at top: the first text bold in size 12, the
+    // second regular in size 10 on the same line, each with its bottom 1/32 inch above the edge.
+    void graphTitle(const std::string &first, const std::string &second, double top)
+    {
+        font(12);
+        c.Font.Bold = true;
+        c.CurrentX = L;
+        c.CurrentY = top + kTitleGap + c.TextHeight(first);
+        c.PrintStay(first);
+        font(10);
+        c.Font.Bold = false;
+        c.CurrentY = top + kTitleGap + c.TextHeight(second);
+        c.Print(second);
+    }
+
+    std::string unitSuffix() const { return mWs.Metric ? " (m)" : " (ft)"; }
+
+    Workspace &mWs;
+    ReportCanvas &c;
+    bool mPrinter;
+    const ReportHooks &mHooks;
+    char mSep;
+    Single k = 1;
+    Single mCurvePen = 3;
+};
+
+void Pages::page1()
+{
+    beginPage(1);
+    head(kReportPageTitles[0]);
+
+    const SprayInfo &s = mWs.Spray;
+    const bool metric = mWs.Metric;
+    const std::string length = metric ? " m" : " ft";
+    const std::string speed = metric ? " km/h" : " mph";
+    const std::string rate = metric ? " L/ha" : " oz/ac";
+
+    c.CurrentY = 9;
+    auto heading = [&](const std::string &text) {
+        font(14);
+        c.CurrentX = 2.25;
+        c.Print(text);
+    };
+    auto line = [&](const std::string &text) {
+        font(12);
+        c.CurrentX = 2.5;
+        c.Print(text);
+    };
+    auto gap = [&] {
+        font(14);
+        c.Print();
+    };
+
+    heading("Aircraft:");
+    line("Type:  " + s.AC_Type);
+    line("Registration:  " + s.AC_Registration);
+    line("Owner:  " + s.AC_Owner);
+    line("Swath:  " + s.AC_Swath + length);
+    line("Speed:  " + s.AC_Speed + speed);
+    line("Height:  " + s.AC_Height + length);
+    gap();
+    heading("Nozzles:");
+    line("Type:  " + s.Nozzle_Type);
+    line("Number:  " + s.Nozzle_Number);
+    gap();
+    heading("Sampler:");
+    line("Type:  " + s.Sampler_Type);
+    // A coefficient of exactly 0 takes the plus branch here.
+    const auto &f = mWs.SpreadFactor;
+    auto term = [&](double v) {
+        return v < 0 ? " - " + GeneralDouble(std::fabs(v), mSep) : " + " + GeneralDouble(v, mSep);
+    };
+    line("Spread Factor:  " + GeneralDouble(f[0], mSep) + term(f[1]) + "d" + term(f[2]) + "d²");
+    gap();
+    heading("Spray Info:");
+    line("Product:  " + s.Spray_Product);
+    line("Active Rate:  " + s.Spray_ActiveRate + rate);
+    line("Spray Rate:  " + s.Spray_SprayRate + rate);
+    gap();
+    heading("Comment:");
+    line(s.Comment);
+    gap();
+    gap();
+    heading("Droplet Filters:");
+    std::string range;
+    if (RangeSelected(mWs)) {
+        range = num(mWs.RangeLow, "0.00") + " -- " + num(mWs.RangeHigh, "0.00") + " µm";
+    } else {
+        // An empty composite has no rows at all, not even row 0.
+        if (mWs.CompositeAll.Classes.empty())
+            throw Failure(kSubscriptOutOfRange);
+        range = "0.00 -- " + num(mWs.CompositeAll.Classes.back().Diameter, "0.00") + " µm";
+    }
+    line("Droplet Size Range:  " + range);
+    line("Drop Roundness Threshold:  " + FormatNumber(mWs.ShapeThreshold, "0", mSep));
+    line("% Valid Hue Threshold:  " + FormatNumber(mWs.HueThreshold, "0", mSep));
+    gap();
+    heading("Droplet Filters:");
+    const CardStats &all = mWs.CompositeAll.Stats;
+    line("Composite VMD:  " + num(all.Vmd, "0.00") + "µm");
+    line("Ave. Drop Density:  " + num(all.DropDensity, "0.00") + " drops/cm²");
+    line("Ave. Volume Density:  " + num(all.VolumeDensity, "0.00") + " nL/cm²" + " = "
+         + num(static_cast<double>(k) * all.VolumeDensity, "0.000") + " "
+         + mWs.DepositUnit[static_cast<size_t>(mWs.UnitIndex())]);
+}
+
+void Pages::page2()
+{
+    beginPage(2);
+    const SizeStats &ca = mWs.CompositeAll;
+    head(kReportPageTitles[1]);
+
+    const Single S1 = ToSingle(std::floor(Div(1100 * ca.MaxClassVolume, ca.TotalVolume) + 0.5) / 1000);
+    const Single S3 = ToSingle(std::floor(Div(static_cast<double>(ca.MaxClassCount) * 11, ca.AreaCm2) + 0.5) / 10);
+    const Single T1 = CheckedTickStep(S1);
+    const Single T3 = CheckedTickStep(S3);
+    const Single TX = ToSingle(static_cast<double>(CheckedTickStep(ca.MaxDiameter)) / 2);
+    const double maxDiameter = ca.MaxDiameter;
+    auto x = [&](double d) { return Div(W * d, maxDiameter) + L; };
+
+    c.Font.Bold = true;
+    centred("Drop Size (µm)", kCentre, Y1 - kAxisTitleDrop);
+    c.Font.Bold = false;
+    c.FillStyle = kTransparent;
+
+    auto rightTick = [&](const std::string &text, double y) {
+        middleAt(text, kRightLabelX, y);
+        c.LineBy(L + W, y, kTick, 0);
+    };
+    ForSingle(0, S1, T1, [&](Single v) {
+        const Single percent = ToSingle(static_cast<double>(v) * 100);
+        rightTick(num(percent, IsWhole(T1) ? "0" : "0.0#"), Y3 + Div(H * v, S1));
+    });
+    ForSingle(0, 1.1f, 0.2f, [&](Single v) {
+        rightTick(num(ToSingle(static_cast<double>(v) * 100), "0"), Y2 + H * v);
+    });
+    ForSingle(0, S3, T3, [&](Single v) {
+        rightTick(num(v, IsWhole(T3) ? "0" : "0.0#"), Y1 + Div(H * v, S3));
+    });
+    ForSingle(0, ca.MaxDiameter, TX, [&](Single v) {
+        centred(num(v, "0"), x(v), Y1 - kBelowAxis);
+        c.LineBy(x(v), Y1, 0, -kTick);
+    });
+
+    // The three curves, each an open polyline rising from its graph's bottom edge at the first row.
+    const auto &rows = ca.Classes;
+    if (rows.size() < 2)
+        throw Failure(kSubscriptOutOfRange);
+    const int last = static_cast<int>(rows.size()) - 1;
+    auto curve = [&](double bottom, ReportColour first, auto value) {
+        c.CurrentX = x(rows[1].Diameter);
+        c.CurrentY = bottom;
+        for (int i = 1; i <= last; ++i)
+            c.LineTo(x(rows[static_cast<size_t>(i)].Diameter), value(rows[static_cast<size_t>(i)]),
+                     i == 1 ? first : kBlack);
+    };
+    curve(Y1, kBlack, [&](const SizeClass &r) { return Y1 + Div(H * Div(r.Count, ca.AreaCm2), S3); });
+    curve(Y2, kBlack, [&](const SizeClass &r) { return Y2 + H * r.CumVolumeFraction; });
+    curve(Y3, kBlue, [&](const SizeClass &r) { return Y3 + Div(H * r.VolumeFraction, S1); });
+
+    for (double Y : {Y1, Y2, Y3})
+        c.Box(L, Y, W, H, kBlack);
+
+    graphTitle("Volume Fraction ", "(%)", Y3 + H);
+    graphTitle("Cumulative Volume Fraction ", "(%)", Y2 + H);
+    graphTitle("Drop Density ", "(#/cm)²", Y1 + H);
+}
+
+void Pages::page3()
+{
+    beginPage(3);
+    const int n = mWs.CardCount();
+    if (n < 1)
+        throw Failure(kSubscriptOutOfRange);
+    ComputeLineScales(mWs);
+    c.DrawWidth = 1;
+    c.ForeColor = kBlack;
+    c.FillStyle = kTransparent;
+
+    const Single Pmin = mWs.LineLeft;
+    const Single Pmax = mWs.LineRight;
+    const Single M1 = mWs.LineMaxVmd, M2 = mWs.LineMaxDensity, M3 = mWs.LineMaxDeposit;
+    const Single T1 = CheckedTickStep(M1), T2 = CheckedTickStep(M2), T3 = CheckedTickStep(M3);
+    const Single interval = TextToSingle(mWs.Spray.Sample_Interval);
+    const char *positionForm =
+        EndsInZero(mWs.Spray.Sample_Position1) && EndsInZero(mWs.Spray.Sample_Interval) ? "0" : "0.0";
+    const long long E =
+        n <= 25 ? 1 : ToInteger(static_cast<long long>(std::floor(Div(Div(Pmax - Pmin, interval), 10))));
+    auto x = [&](double p) { return Div((p - Pmin) * W, static_cast<double>(Pmax) - Pmin) + L; };
+    auto stats = [&](int i) {
+        return static_cast<size_t>(i) < mWs.LineStats.size() ? mWs.LineStats[static_cast<size_t>(i)]
+                                                             : CardStats{};
+    };
+
+    for (int i = 1; i <= n; ++i) {
+        const CardImage &card = mWs.Card(i);
+        if (!card.Scanned)
+            continue;
+        for (double Y : {Y1, Y2, Y3})
+            c.LineBy(x(card.Position), Y, 0, H, kGrey210);
+    }
+    c.setDrawWidth(c.ScaleX(1.0 / 64, ScaleUnit::Page, ScaleUnit::Pixels));
+    for (double Y : {Y1, Y2, Y3})
+        c.LineBy(x(0), Y, 0, H, kBlack);
+
+    head(kReportPageTitles[2]);
+    c.DrawWidth = 1;
+
+    auto axis = [&](Single M, Single T, double Y, bool wholeForm) {
+        ForSingle(0, M, T, [&](Single v) {
+            const double y = Div(v, M) * H + Y;
+            middleAt(num(v, wholeForm ? "0" : "0.0#"), kRightLabelX, y);
+            c.LineBy(L + W, y, kTick, 0);
+        });
+    };
+    axis(M1, T1, Y3, IsWhole(T1));
+    axis(M2, T2, Y2, IsWhole(T2));
+    axis(M3, T3, Y1, T3 >= 1);
+
+    // The running count starts past the cards so that with many cards the labels fall on every
+    // E-th step counted from the line's left end.
+    long long count = n + 1;
+    ForSingle(Pmin, Pmax, interval, [&](Single v) {
+        count = ToInteger(count + 1);
+        if (Mod(count, E) == 0) {
+            c.LineBy(x(v), Y1, 0, -kTick);
+            centred(num(v, positionForm), x(v), Y1 - kBelowAxis);
+        }
+    });
+
+    graphTitle("Volume Median Diameter ", "(µm)", Y3 + H);
+    graphTitle("Drop Density ", "(#/cm²)", Y2 + H);
+    graphTitle("Volume Density ", mWs.DepositUnit[static_cast<size_t>(mWs.UnitIndex())], Y1 + H);
+
+    c.Font.Bold = true;
+    font(10);
+    centred("Card Position" + unitSuffix(), kCentre, Y1 - kAxisTitleDrop);
+    c.Font.Bold = false;
+
+    c.DrawWidth = 1;
+    c.DrawStyle = kDotted;
+    const CardStats &composite = RangeSelected(mWs) ? mWs.CompositeRange.Stats : mWs.CompositeAll.Stats;
+    c.LineBy(L, Y3 + Div(composite.Vmd, M1) * H, W, 0);
+    c.LineBy(L, Y2 + Div(composite.DropDensity, M2) * H, W, 0);
+    c.LineBy(L, Y1 + Div(k * composite.VolumeDensity, M3) * H, W, 0);
+
+    c.setDrawWidth(mCurvePen);
+    c.ForeColor = kBlack;
+    c.DrawStyle = kSolid;
+    int previous = 0;
+    for (int i = 1; i <= n; ++i) {
+        if (!mWs.Card(i).Scanned)
+            continue;
+        if (previous != 0) {
+            const CardStats a = stats(previous), b = stats(i);
+            const double xa = x(mWs.Card(previous).Position), xb = x(mWs.Card(i).Position);
+            c.Line(xa, Y3 + Div(a.Vmd, M1) * H, xb, Y3 + Div(b.Vmd, M1) * H);
+            c.Line(xa, Y2 + Div(a.DropDensity, M2) * H, xb, Y2 + Div(b.DropDensity, M2) * H);
+            c.Line(xa, Y1 + Div(k * a.VolumeDensity, M3) * H, xb, Y1 + Div(k * b.VolumeDensity, M3) * H);
+        }
+        previous = i;
+    }
+
+    c.DrawWidth = 1;
+    for (double Y : {Y1, Y2, Y3})
+        c.Box(L, Y, W, H, kBlack);
+}
+
+void Pages::page4()
+{
+    beginPage(4);
+    constexpr double PH = 2;       // profile graph height
+    constexpr double C = 1;        // COV graph height
+    const int n = mWs.CardCount();
+    const SprayInfo &spray = mWs.Spray;
+
+    for (int s = 1; s <= 2; ++s) {
+        const double Ys = 9.5 - (s - 1) * 4.75 - PH;
+        const double Zs = Ys - 0.75 - C;
+
+        c.Font.Bold = false;
+        font(10);
+        BuildOverlapProfile(mWs, s);
+        const SwathSet &set = mWs.SwathSets[static_cast<size_t>(s)];
+        c.DrawWidth = 1;
+        c.ForeColor = kBlack;
+        c.FillColor = kGrey210;
+        c.FillStyle = kTransparent;
+        c.DrawStyle = kSolid;
+
+        const Single q = s == 1 ? k : 1.0f;
+        const Single F = SwathRateFactor(mWs, s);
+        const Single position1 = TextToSingle(spray.Sample_Position1);
+        const Single interval = TextToSingle(spray.Sample_Interval);
+        const Single quotient = ToSingle(Div(position1, interval));
+        const Single off = ToSingle(static_cast<double>(quotient) - std::trunc(quotient));
+        const Long lo = set.Profile.Lower;
+        const Long hi = set.Profile.Upper();
+        const Single start = ToSingle(static_cast<double>(off) + lo);
+        const Single A = start > 0 ? 0.0f : start;
+        const Single B = start < 0 ? 0.0f : start;
+        const Single D = ToSingle(static_cast<double>(hi) - A + off);
+        const Single scaled = ToSingle(ToSingle(ToSingle(q * set.ProfileMax) * F) * 12.0f);
+        const Single M = std::max(1.0f, ToSingle(std::floor(scaled + 0.5) / 10));
+        const char *positionForm =
+            EndsInZero(spray.Sample_Position1) && EndsInZero(spray.Sample_Interval) ? "0" : "0.0";
+        const char *widthForm = EndsInZero(spray.Sample_Interval) ? "0" : "0.0";
+        const Single V =
+            std::max(1.0f, ToSingle(std::floor(ToSingle(set.MaxCov * 12.0f) + 0.9999) / 10));
+        const long long E = n <= 20 ? 1 : n / 10 - 1;
+        const Long width = set.Width;
+        const Long passes = set.Passes;
+        if (width < 1 || static_cast<size_t>(width) >= set.Stats.size())
+            throw Failure(kSubscriptOutOfRange);
+
+        auto y = [&](double v) { return Ys + Div(PH * q * v * F, M); };
+        auto xAt = [&](double i) { return L + Div(W * (B + i - lo), D); };
+        auto X = [&](double d) { return L + Div(W * (d - A), D); };
+        auto position = [&](double v) { return num(v, positionForm); };
+
+        c.FilledBox(L - Div(W * A, D), Ys, Div(W * width * passes, D), PH, kGrey210);
+
+        c.DrawStyle = kDotted;
+        c.LineBy(L, y(set.Stats[static_cast<size_t>(width)].Mean), W, 0);
+        c.DrawStyle = kSolid;
+
+        c.setDrawWidth(mCurvePen);
+        c.CurrentX = xAt(lo);
+        c.CurrentY = y(set.Profile[lo]);
+        for (Long i = lo + 1; i <= hi; ++i)
+            c.LineTo(xAt(i), y(set.Profile[i]), kBlack);
+        c.CurrentX = xAt(lo);
+        c.CurrentY = y(set.Deposit[lo]);
+        for (Long i = lo + 1; i <= set.Deposit.Upper(); ++i)
+            c.LineTo(xAt(i), y(set.Deposit[i]), kGrey150);
+        c.DrawWidth = 1;
+        c.Box(L, Ys, W, PH, kBlack);
+
+        for (Long p = 0; p < passes; ++p) {
+            const double tx = X(static_cast<double>(p) * width);
+            c.LineBy(tx, Ys + PH, 0, -PH - kTick, kBlack);
+            centred(position(static_cast<double>(interval) * p * width), tx, Ys - kBelowAxis);
+        }
+        c.LineBy(L + W, Ys + PH, kTick, 0);
+        middleAt(num(M, "0.0"), L + W + 0.125, Ys + PH);
+
+        const double blockEnd = X(static_cast<double>(passes) * width);
+        c.LineBy(blockEnd, Ys, 0, -kTick);
+        centred(position(static_cast<double>(interval) * passes * width), blockEnd, Ys - kBelowAxis);
+
+        // The right end label only where it keeps clear of the block end's label.
+        const std::string R = position(ToSingle((static_cast<double>(off) + hi) * interval));
+        const double wR = c.TextWidth(R);
+        if ((L + W - wR / 2) - (blockEnd + wR / 2) >= 1.0 / 8) {
+            c.LineBy(L + W, Ys, 0, -kTick);
+            centred(R, L + W, Ys - kBelowAxis);
+        }
+        // The left end label: c is the width of the block's first tick label.
+        const std::string P = position(ToSingle((static_cast<double>(off) + lo) * interval));
+        const double wP = c.TextWidth(P);
+        const double firstTick = c.TextWidth(position(0.0));
+        const double reference = L + Div(W * (-static_cast<double>(lo) - 1) * width, D) - firstTick / 2;
+        if ((L + wP / 2) - reference <= 1.0 / 8) {
+            c.LineBy(L, Ys, 0, -kTick);
+            centred(P, L, Ys - kBelowAxis);
+        }
+
+        c.Font.Bold = true;
+        centred("Position Across Block" + unitSuffix(), kCentre, Ys - kAxisTitleDrop);
+        font(12);
+        const std::string first = s == 1 ? "Deposit Profile " : "Drop Density Profile ";
+        c.CurrentX = L;
+        c.CurrentY = Ys + PH + kTitleGap + c.TextHeight(first);
+        c.PrintStay(first);
+        c.Font.Bold = false;
+        font(10);
+        const std::string second = s == 1 ? (mWs.Metric ? "(L/ha)" : "(oz/ac)") : "(#/cm²)";
+        c.CurrentY = Ys + PH + kTitleGap + c.TextHeight(second);
+        c.Print(second);
+
+        c.DrawStyle = kDotted;
+        c.LineBy(L, Zs + Div(C * 0.3, V), W, 0);
+        c.DrawStyle = kSolid;
+        c.FillStyle = kTransparent;
+        c.Box(L, Zs, W, C, kBlack);
+        c.FillStyle = kSolid;
+        c.FillColor = kGrey180;
+
+        for (int i = 1; i <= n - 1; ++i) {
+            const double px = L + Div(W * (i - 1), n - 2);
+            const double py = Zs + Div(C * set.Stats.at(static_cast<size_t>(i)).Cov, V);
+            if (Mod(i - 1, E) == 0) {
+                c.LineBy(px, Zs, 0, -kTick);
+                centred(num(static_cast<double>(interval) * i, widthForm), px, Zs - kBelowAxis);
+            }
+            c.Circle(px, py, 1.0 / 32);
+            if (i == width) {
+                c.FillColor = kBlack;
+                c.Circle(px, py, 3.0 / 64);
+                c.FillColor = kGrey180;
+            }
+        }
+        c.LineBy(L + W, Zs + C, kTick, 0);
+        middleAt(num(V, "0.0"), L + W + 0.125, Zs + C);
+
+        c.Font.Bold = true;
+        centred("Swath Width" + unitSuffix(), kCentre, Zs - kAxisTitleDrop);
+        font(12);
+        const std::string cov = "Coefficient of Variation";
+        c.CurrentX = L;
+        c.CurrentY = Zs + C + kTitleGap + c.TextHeight(cov);
+        c.Print(cov);
+        c.Font.Bold = false;
+    }
+    head(kReportPageTitles[3]);
+}
+
+} // namespace
+
+std::string PrintingCaption(int page)
+{
+    return "Velmara - Printing Page " + std::to_string(page) + "...";
+}
+
+void SetReportFont(ReportCanvas &DestC, bool DestCisPrinter, Single Size)
+{
+    double size = Size;
+    if (!DestCisPrinter) {
+        const double widthPoints =
+            DestC.ScaleX(ReportCanvas::kPageWidth, ScaleUnit::Page, ScaleUnit::Points);
+        size = ToSingle(Size * widthPoints / 612);
+    }
+    DestC.Font.Name = size <= 7 ? "Small Fonts" : "Arial";
+    DestC.Font.Size = size;
+}
+
+ReportResult PrintSub2(Workspace &ws, ReportCanvas &DestC, bool DestCisPrinter, int PageNum,
+                       const ReportHooks &hooks, char decimalSeparator)
+{
+    ReportResult result;
+    try {
+        Pages pages(ws, DestC, DestCisPrinter, hooks, decimalSeparator);
+        pages.start();
+        if (PageNum == 0 || PageNum == 1)
+            pages.page1();
+        if (PageNum == 0 || PageNum == 2)
+            pages.page2();
+        if (PageNum == 0 || PageNum == 3)
+            pages.page3();
+        if (PageNum == 0 || PageNum == 4)
+            pages.page4();
+    } catch (const Failure &f) {
+        result.Error = f.what();
+    } catch (const std::out_of_range &) {
+        result.Error = kSubscriptOutOfRange;
+    } catch (const std::bad_alloc &) {
+        result.Error = kOutOfMemory;
+    } catch (const std::exception &e) {
+        result.Error = e.what();
+    }
+    if (result.Error.empty()) {
+        if (DestCisPrinter)
+            DestC.EndDoc();
+        return result;
+    }
+    result.Ok = false;
+    if (DestCisPrinter)
+        DestC.KillDoc();
+    result.Message = kReportErrorLead + result.Error;
+    if (hooks.ShowMessage)
+        hooks.ShowMessage(result.Message);
+    return result;
+}
+
+} // namespace velmara

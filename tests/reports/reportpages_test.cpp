@@ -1,0 +1,440 @@
+#include "reports/reportpages.h"
+
+#include "core/numberform.h"
+#include "reports/recordingreportcanvas.h"
+#include "sampleline.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <tuple>
+
+using namespace velmara;
+using namespace velmara::testing;
+using Op = RecordingReportCanvas::Op;
+using Call = RecordingReportCanvas::Call;
+
+namespace {
+
+struct DrawRun
+{
+    ReportResult result;
+    std::vector<int> pagesStarted;
+    std::vector<std::string> messages;
+};
+
+DrawRun Draw(Workspace &ws, RecordingReportCanvas &canvas, bool printer, int page)
+{
+    DrawRun run;
+    ReportHooks hooks;
+    hooks.PageStarted = [&](int p) { run.pagesStarted.push_back(p); };
+    hooks.ShowMessage = [&](const std::string &m) { run.messages.push_back(m); };
+    run.result = PrintSub2(ws, canvas, printer, page, hooks);
+    return run;
+}
+
+RecordingReportCanvas Preview() { return RecordingReportCanvas(50, 96); }
+
+// Texts whose top stands at y (labels under an axis), in drawing order.
+std::vector<std::string> TextsAtTop(const RecordingReportCanvas &c, double y)
+{
+    std::vector<std::string> out;
+    for (const Call &call : c.calls)
+        if (call.op == Op::Text && std::abs(call.y1 - y) < 1e-9)
+            out.push_back(call.text);
+    return out;
+}
+
+// Texts that start at x, in drawing order (the right-hand axis labels).
+std::vector<const Call *> TextsAtLeft(const RecordingReportCanvas &c, double x)
+{
+    std::vector<const Call *> out;
+    for (const Call &call : c.calls)
+        if (call.op == Op::Text && std::abs(call.x1 - x) < 1e-9)
+            out.push_back(&call);
+    return out;
+}
+
+class ReportPagesTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { MakeLine(ws, LineSpec{}); }
+    Workspace ws;
+};
+
+} // namespace
+
+TEST_F(ReportPagesTest, PrinterJobDrawsFourPagesAsOneJob)
+{
+    RecordingReportCanvas c;
+    const DrawRun run = Draw(ws, c, true, 0);
+    ASSERT_TRUE(run.result.Ok) << run.result.Error;
+    EXPECT_EQ(run.pagesStarted, (std::vector<int>{1, 2, 3, 4}));
+    EXPECT_EQ(c.count(Op::NewPage), 3);
+    EXPECT_EQ(c.count(Op::EndDoc), 1);
+    EXPECT_EQ(c.count(Op::KillDoc), 0);
+    EXPECT_EQ(c.count(Op::Cls), 0);
+    EXPECT_EQ(c.calls.back().op, Op::EndDoc);
+    for (const char *title : kReportPageTitles)
+        EXPECT_NE(c.findText(title), nullptr) << title;
+    EXPECT_EQ(PrintingCaption(3), "Velmara - Printing Page 3...");
+}
+
+TEST_F(ReportPagesTest, PreviewDrawsOnePageAloneAfterClearing)
+{
+    RecordingReportCanvas c = Preview();
+    const DrawRun run = Draw(ws, c, false, 3);
+    ASSERT_TRUE(run.result.Ok) << run.result.Error;
+    EXPECT_EQ(c.calls.front().op, Op::Cls);
+    EXPECT_EQ(c.count(Op::NewPage), 0);
+    EXPECT_EQ(c.count(Op::EndDoc), 0);
+    EXPECT_TRUE(run.pagesStarted.empty());
+    EXPECT_NE(c.findText("Composite Results"), nullptr);
+    EXPECT_EQ(c.findText("Analysis Parameters"), nullptr);
+    EXPECT_EQ(c.findText("Drop Size Statistics"), nullptr);
+    EXPECT_EQ(c.findText("Swath Analysis"), nullptr);
+}
+
+TEST_F(ReportPagesTest, HeadIsCentredAndSwathPageDrawsItLast)
+{
+    RecordingReportCanvas c;
+    ASSERT_TRUE(Draw(ws, c, true, 0).result.Ok);
+    const Call *head = c.findText(kReportHeadline);
+    ASSERT_NE(head, nullptr);
+    EXPECT_DOUBLE_EQ(head->y1, 10.5);
+    EXPECT_NEAR(head->x1 + 0.6 * 18 / 72 * 15 / 2, 4.25, 1e-9);
+    EXPECT_TRUE(head->font.Bold);
+    const Call *title = c.findText("Analysis Parameters");
+    EXPECT_DOUBLE_EQ(title->y1, 10.15);
+    EXPECT_TRUE(title->font.Bold);
+    EXPECT_DOUBLE_EQ(title->font.Size, 14);
+    // Page 4 ends with its head: the last two texts of the job.
+    const std::vector<std::string> texts = c.texts();
+    ASSERT_GE(texts.size(), 2u);
+    EXPECT_EQ(texts[texts.size() - 2], kReportHeadline);
+    EXPECT_EQ(texts.back(), "Swath Analysis");
+}
+
+TEST(ReportFontTest, PreviewScalesByPictureWidthAndSwitchesFace)
+{
+    RecordingReportCanvas c(50, 96); // 425 pixels: 318.75 points across the page
+    struct Case { Single size; double expected; const char *face; };
+    for (const Case &k : {Case{18, 9.375, "Arial"}, Case{14, 7.2917, "Arial"},
+                          Case{12, 6.25, "Small Fonts"}, Case{10, 5.2083, "Small Fonts"}}) {
+        c.Font.Bold = true;
+        SetReportFont(c, false, k.size);
+        EXPECT_NEAR(c.Font.Size, k.expected, 1e-3) << k.size;
+        EXPECT_EQ(c.Font.Name, k.face) << k.size;
+        EXPECT_TRUE(c.Font.Bold) << "bold is the page's business";
+    }
+    RecordingReportCanvas printer;
+    SetReportFont(printer, true, 10);
+    EXPECT_EQ(printer.Font.Size, 10);
+    EXPECT_EQ(printer.Font.Name, "Arial");
+}
+
+TEST_F(ReportPagesTest, ParametersPageTexts)
+{
+    ws.Spray.AC_Swath = "18";
+    ws.Spray.Comment = "";
+    RecordingReportCanvas c;
+    ASSERT_TRUE(Draw(ws, c, true, 0).result.Ok);
+    EXPECT_NE(c.findText("Swath:  18 m"), nullptr);
+    EXPECT_NE(c.findText("Speed:  190 km/h"), nullptr);
+    EXPECT_NE(c.findText("Active Rate:  1.2 L/ha"), nullptr);
+    EXPECT_NE(c.findText("Spread Factor:  0 + 0.56d + 0d²"), nullptr);
+    const std::string maxDiameter = FormatNumber(ws.CompositeAll.Classes.back().Diameter, "0.00");
+    EXPECT_NE(c.findText("Droplet Size Range:  0.00 -- " + maxDiameter + " µm"), nullptr);
+    EXPECT_NE(c.findText("Composite VMD:  " + FormatNumber(ws.CompositeAll.Stats.Vmd, "0.00") + "µm"),
+              nullptr);
+
+    // Headings at 2.25 in size 14, lines at 2.5 in size 12; an empty comment leaves its line.
+    const Call *comment = c.findText("Comment:");
+    ASSERT_NE(comment, nullptr);
+    EXPECT_DOUBLE_EQ(comment->x1, 2.25);
+    EXPECT_DOUBLE_EQ(comment->font.Size, 14);
+    const Call *filters = c.findText("Droplet Filters:");
+    const double line14 = 1.2 * 14 / 72, line12 = 1.2 * 12 / 72;
+    EXPECT_NEAR(comment->y1 - filters->y1, line14 + line12 + 2 * line14, 1e-9);
+    const std::vector<std::string> texts = c.texts();
+    EXPECT_EQ(std::count(texts.begin(), texts.end(), "Droplet Filters:"), 2);
+    const Call *aircraft = c.findText("Aircraft:");
+    EXPECT_DOUBLE_EQ(aircraft->y1, 9);
+    EXPECT_DOUBLE_EQ(c.findText("Type:  Thrush 510G")->x1, 2.5);
+}
+
+TEST_F(ReportPagesTest, SpreadFactorSignsAndImperialUnits)
+{
+    ws.SpreadFactor = {1.5, -0.25, -0.001};
+    ws.Metric = false;
+    ws.Spray.AC_Swath = "60";
+    RecordingReportCanvas c = Preview();
+    ASSERT_TRUE(Draw(ws, c, false, 1).result.Ok);
+    EXPECT_NE(c.findText("Spread Factor:  1.5 - 0.25d - 0.001d²"), nullptr);
+    EXPECT_NE(c.findText("Swath:  60 ft"), nullptr);
+    EXPECT_NE(c.findText("Spray Rate:  30 oz/ac"), nullptr);
+    const std::string deposit = FormatNumber(1.368f * ws.CompositeAll.Stats.VolumeDensity, "0.000");
+    const Call *vd = nullptr;
+    for (const Call &call : c.calls)
+        if (call.op == Op::Text && call.text.rfind("Ave. Volume Density:  ", 0) == 0)
+            vd = &call;
+    ASSERT_NE(vd, nullptr);
+    EXPECT_NE(vd->text.find(" nL/cm² = " + deposit + " oz/ac"), std::string::npos) << vd->text;
+}
+
+TEST_F(ReportPagesTest, RangeTextShowsLimitsWhileCompositeValuesStay)
+{
+    ws.RangeLow = 50;
+    ws.RangeHigh = 200.5f;
+    RecordingReportCanvas c;
+    ASSERT_TRUE(Draw(ws, c, true, 0).result.Ok);
+    EXPECT_NE(c.findText("Droplet Size Range:  50.00 -- 200.50 µm"), nullptr);
+    EXPECT_NE(c.findText("Composite VMD:  " + FormatNumber(ws.CompositeAll.Stats.Vmd, "0.00") + "µm"),
+              nullptr);
+}
+
+TEST_F(ReportPagesTest, SizePageTopAxisForSmallFraction)
+{
+    // S1 = Int(1100 * 0.06 + 0.5) / 1000 = 0.066: step 0.02, labels of v * 100 in "0.0#".
+    ws.CompositeAll.MaxClassVolume = 0.06 * ws.CompositeAll.TotalVolume;
+    RecordingReportCanvas c = Preview();
+    ASSERT_TRUE(Draw(ws, c, false, 2).result.Ok);
+    std::vector<std::string> top;
+    for (const Call *t : TextsAtLeft(c, 7.625))
+        if (t->y1 > 7.25)
+            top.push_back(t->text);
+    EXPECT_EQ(top, (std::vector<std::string>{"0.0", "2.0", "4.0", "6.0"}));
+    std::vector<std::string> middle;
+    for (const Call *t : TextsAtLeft(c, 7.625))
+        if (t->y1 > 4.375 && t->y1 < 7.25)
+            middle.push_back(t->text);
+    EXPECT_EQ(middle, (std::vector<std::string>{"0", "20", "40", "60", "80", "100"}));
+}
+
+TEST_F(ReportPagesTest, SizePageCurvesAreOpenAndStartAtTheBottomEdge)
+{
+    RecordingReportCanvas c;
+    ASSERT_TRUE(Draw(ws, c, true, 0).result.Ok);
+    const size_t rows = ws.CompositeAll.Classes.size() - 1;
+    // The only blue segment is the top curve's first, rising from the top graph's bottom edge.
+    std::vector<const Call *> blue;
+    for (const Call &call : c.calls)
+        if (call.op == Op::Line && call.colour == ReportRgb(0, 0, 255))
+            blue.push_back(&call);
+    ASSERT_EQ(blue.size(), 1u);
+    EXPECT_DOUBLE_EQ(blue[0]->y1, 7.25);
+    EXPECT_DOUBLE_EQ(blue[0]->x1, blue[0]->x2);
+    EXPECT_EQ(blue[0]->drawWidth, 1);
+    // Its polyline has one segment per row and ends at the last row, without closing.
+    const auto it = std::find_if(c.calls.begin(), c.calls.end(), [&](const Call &k) { return &k == blue[0]; });
+    const Call &end = *(it + static_cast<long>(rows - 1));
+    EXPECT_NEAR(end.x2, 1 + 6.5 * ws.CompositeAll.Classes.back().Diameter / ws.CompositeAll.MaxDiameter, 1e-9);
+    EXPECT_EQ((it + static_cast<long>(rows))->op, Op::Rect);
+}
+
+TEST(ReportPositionAxisTest, ManyCardsLabelEverySecondStepCountedPastTheCards)
+{
+    for (const auto &[cards, first] : {std::pair{27, "10"}, std::pair{26, "0"}}) {
+        Workspace ws;
+        MakeLine(ws, LineSpec{cards, 5, "0", "10"});
+        RecordingReportCanvas c = Preview();
+        ASSERT_TRUE(Draw(ws, c, false, 3).result.Ok);
+        const std::vector<std::string> labels = TextsAtTop(c, 1.5 - 0.125);
+        ASSERT_FALSE(labels.empty());
+        EXPECT_EQ(labels.front(), first) << cards << " cards";
+        EXPECT_EQ(labels[1], std::to_string(std::stoi(first) + 20)) << cards << " cards";
+    }
+    // Up to 25 cards every position has its label, from 0 even for a line starting further on.
+    Workspace ws;
+    MakeLine(ws, LineSpec{4, 5, "15", "5"});
+    RecordingReportCanvas c = Preview();
+    ASSERT_TRUE(Draw(ws, c, false, 3).result.Ok);
+    EXPECT_EQ(TextsAtTop(c, 1.375), (std::vector<std::string>{"0.0", "5.0", "10.0", "15.0", "20.0", "25.0", "30.0"}));
+}
+
+TEST_F(ReportPagesTest, CompositePageLinesAndPens)
+{
+    ws.Card(2).Scanned = false;
+    RecordingReportCanvas c;
+    ASSERT_TRUE(Draw(ws, c, true, 0).result.Ok);
+    int grey = 0, curve = 0, dotted = 0, zero = 0, page = 1;
+    for (const Call &call : c.calls) {
+        page += call.op == Op::NewPage;
+        if (call.op != Op::Line || page != 3)
+            continue;
+        grey += call.colour == ReportRgb(210, 210, 210) && call.x1 == call.x2 && call.y2 - call.y1 == 2.25;
+        curve += call.drawWidth == 38; // 1/32 inch at 1200 dpi, 37.5 rounded half to even
+        zero += call.drawWidth == 19;  // 1/64 inch
+        dotted += call.drawStyle == kDotted;
+    }
+    EXPECT_EQ(grey, 4 * 3) << "unscanned card without grey line";
+    EXPECT_EQ(zero, 3);
+    EXPECT_EQ(curve, 3 * 3) << "three curves over four scanned cards";
+    EXPECT_EQ(dotted, 3);
+}
+
+TEST_F(ReportPagesTest, SwathPageCovTopAndThirtyPercentLevel)
+{
+    for (const auto &[cov, label, top] : {std::tuple{0.83f, "1.0", 1.0}, std::tuple{0.84f, "1.1", 1.1}}) {
+        MakeLine(ws, LineSpec{});
+        ws.SwathSets[1].MaxCov = cov;
+        RecordingReportCanvas c = Preview();
+        ASSERT_TRUE(Draw(ws, c, false, 4).result.Ok);
+        const double Zs = 5.75;
+        bool labelFound = false;
+        for (const Call *t : TextsAtLeft(c, 7.625))
+            labelFound |= t->text == label && std::abs(t->y1 - (Zs + 1 + c.TextHeight() / 2)) < 0.2;
+        EXPECT_TRUE(labelFound) << cov;
+        bool levelFound = false;
+        for (const Call &call : c.calls)
+            levelFound |= call.op == Op::Line && call.drawStyle == kDotted
+                          && std::abs(call.y1 - (Zs + 0.3 / top)) < 1e-6 && call.x2 - call.x1 == 6.5;
+        EXPECT_TRUE(levelFound) << cov;
+    }
+}
+
+TEST_F(ReportPagesTest, SwathPageMarksEachHalfsOwnWidth)
+{
+    MakeLine(ws, LineSpec{8});
+    ws.SwathSets[1].Width = 3;
+    ws.SwathSets[2].Width = 5;
+    RecordingReportCanvas c;
+    ASSERT_TRUE(Draw(ws, c, true, 0).result.Ok);
+    std::vector<const Call *> dots;
+    for (const Call &call : c.calls)
+        if (call.op == Op::Circle && std::abs(call.x2 - 3.0 / 64) < 1e-12)
+            dots.push_back(&call);
+    ASSERT_EQ(dots.size(), 2u);
+    EXPECT_NEAR(dots[0]->x1, 1 + 6.5 * 2 / 6, 1e-9);
+    EXPECT_NEAR(dots[1]->x1, 1 + 6.5 * 4 / 6, 1e-9);
+    EXPECT_TRUE(dots[0]->y1 > 5.75 && dots[0]->y1 <= 6.75);
+    EXPECT_TRUE(dots[1]->y1 > 1.0 && dots[1]->y1 <= 2.0);
+    EXPECT_EQ(dots[0]->fill, 0u);
+    EXPECT_EQ(c.count(Op::Circle), 2 * 7 + 2);
+}
+
+TEST_F(ReportPagesTest, SwathPageRightEndLabelLeftOutNearTheBlockEnd)
+{
+    // Ten cards from 0, five passes: at width 9 the block ends 1 interval before the axis end (46
+    // intervals across 6.5 inches, 0.14 inch), too close for the label "460"; at width 2 the axis
+    // runs 8 intervals past the block and the end label "180" stands.
+    auto endTicks = [&](Long width, const char *label) {
+        MakeLine(ws, LineSpec{10, 5, "0", "10"});
+        ws.SwathSets[1].Width = width;
+        ws.SwathSets[2].Width = width;
+        RecordingReportCanvas c = Preview();
+        EXPECT_TRUE(Draw(ws, c, false, 4).result.Ok);
+        int ticks = 0;
+        for (const Call &call : c.calls)
+            ticks += call.op == Op::Line && call.x1 == 7.5 && call.x2 == 7.5
+                     && (call.y1 == 7.5 || call.y1 == 2.75) && std::abs(call.y2 - call.y1 + 0.1) < 1e-9;
+        const std::vector<std::string> texts = c.texts();
+        const int labels = static_cast<int>(std::count(texts.begin(), texts.end(), label));
+        EXPECT_EQ(ticks, labels) << width;
+        return labels;
+    };
+    EXPECT_EQ(endTicks(9, "460"), 0);
+    EXPECT_EQ(endTicks(2, "180"), 2);
+}
+
+TEST_F(ReportPagesTest, SwathPageAxisOnTheLineGrid)
+{
+    // A line from -20 at 10: the profile starts at index -2, the grey block at 2 intervals right
+    // of the left edge, and the first block tick reads 0.
+    RecordingReportCanvas c = Preview();
+    ASSERT_TRUE(Draw(ws, c, false, 4).result.Ok);
+    const SwathSet &set = ws.SwathSets[1];
+    const double D = set.Profile.Upper() + 2.0;
+    const Call *block = nullptr;
+    for (const Call &call : c.calls)
+        if (call.op == Op::Rect && call.filled && call.fill == ReportRgb(210, 210, 210) && !block)
+            block = &call;
+    ASSERT_NE(block, nullptr);
+    EXPECT_NEAR(block->x1, 1 + 6.5 * 2 / D, 1e-6);
+    EXPECT_NEAR(block->x2 - block->x1, 6.5 * set.Width * set.Passes / D, 1e-6);
+    const std::vector<std::string> under = TextsAtTop(c, 7.5 - 0.125);
+    ASSERT_FALSE(under.empty());
+    EXPECT_EQ(under.front(), "0");
+}
+
+TEST_F(ReportPagesTest, FailuresAbandonTheWholeJob)
+{
+    struct Case
+    {
+        const char *name;
+        std::function<void(Workspace &)> spoil;
+        const char *error;
+    };
+    const std::vector<Case> cases = {
+        {"two cards", [](Workspace &w) { MakeLine(w, LineSpec{2}); }, "Division by zero"},
+        {"no stain on any card",
+         [](Workspace &w) {
+             for (int i = 1; i <= w.CardCount(); ++i)
+                 w.Card(i).SizeTable.assign(1, SizeClass{});
+             CalcCompositeAll(w);
+         },
+         "Subscript out of range"},
+        {"interval is text", [](Workspace &w) { w.Spray.Sample_Interval = "ten"; }, "Type mismatch"},
+        {"first position is text", [](Workspace &w) { w.Spray.Sample_Position1 = "-2O"; }, "Type mismatch"},
+        {"swath is text", [](Workspace &w) { w.Spray.AC_Swath = "wide"; }, "Type mismatch"},
+        {"interval of 0",
+         [](Workspace &w) {
+             w.Spray.Sample_Position1 = "0";
+             w.Spray.Sample_Interval = "0";
+             AssignCardPositions(w);
+         },
+         "Division by zero"},
+        {"27 cards on a short line",
+         [](Workspace &w) {
+             MakeLine(w, LineSpec{27, 5, "0", "10"});
+             w.Spray.Sample_Interval = "100";
+         },
+         "Division by zero"},
+        {"top of the density axis 0",
+         [](Workspace &w) { w.CompositeAll.MaxClassCount = 0; }, "Division by zero"},
+    };
+    for (const Case &k : cases) {
+        Workspace w;
+        MakeLine(w, LineSpec{});
+        k.spoil(w);
+        RecordingReportCanvas c;
+        const DrawRun run = Draw(w, c, true, 0);
+        EXPECT_FALSE(run.result.Ok) << k.name;
+        EXPECT_EQ(run.result.Error, k.error) << k.name;
+        EXPECT_EQ(c.count(Op::KillDoc), 1) << k.name;
+        EXPECT_EQ(c.count(Op::EndDoc), 0) << k.name;
+        EXPECT_EQ(c.calls.back().op, Op::KillDoc) << k.name;
+        ASSERT_EQ(run.messages.size(), 1u) << k.name;
+        EXPECT_EQ(run.messages[0], std::string("There was an error:\r\r     ") + k.error) << k.name;
+    }
+}
+
+TEST_F(ReportPagesTest, PreviewKeepsWhatWasDrawnBeforeAFailure)
+{
+    MakeLine(ws, LineSpec{2});
+    RecordingReportCanvas c = Preview();
+    for (int page = 1; page <= 3; ++page)
+        EXPECT_TRUE(Draw(ws, c, false, page).result.Ok) << page;
+    const DrawRun run = Draw(ws, c, false, 4);
+    EXPECT_FALSE(run.result.Ok);
+    EXPECT_EQ(c.count(Op::KillDoc), 0);
+    // Page 4 stands up to the first point of the COV chart: block, curves, frames, no dot.
+    const auto lastCls = std::find_if(c.calls.rbegin(), c.calls.rend(),
+                                      [](const Call &k) { return k.op == Op::Cls; });
+    int rects = 0, circles = 0;
+    for (auto it = c.calls.rbegin(); it != lastCls; ++it) {
+        rects += it->op == Op::Rect;
+        circles += it->op == Op::Circle;
+    }
+    EXPECT_EQ(rects, 3);
+    EXPECT_EQ(circles, 0);
+
+    // Without a printer the font scaling fails before anything is drawn.
+    RecordingReportCanvas bare = Preview();
+    bare.failConversions("Printer error");
+    const DrawRun none = Draw(ws, bare, false, 1);
+    EXPECT_EQ(none.result.Error, "Printer error");
+    EXPECT_EQ(bare.count(Op::Text), 0);
+}
