@@ -21,7 +21,7 @@ Long ToLongArea(std::int64_t area)
 
 } // namespace
 
-StainWalk::StainWalk(const StainFilter &filter) : mFilter(filter)
+StainWalk::StainWalk(const StainFilter &filter, int scanLimit) : mFilter(filter), mScanLimit(scanLimit)
 {
     for (int h = 0; h < 256; ++h) {
         const bool inRange = mFilter.HueLow <= h && h <= mFilter.HueHigh;
@@ -77,6 +77,7 @@ bool StainWalk::run(const std::vector<CardPixel> &pixels, const bool &cancelRequ
                 progress.SetValue(static_cast<long>(mark));
         }
 
+        indexRunsByColumn();
         continueStains();
         startNewStains(line);
         mergeUnjoined();
@@ -85,6 +86,42 @@ bool StainWalk::run(const std::vector<CardPixel> &pixels, const bool &cancelRequ
         progress.Yield();
     }
     return true;
+}
+
+void StainWalk::indexRunsByColumn()
+{
+    const int runs = static_cast<int>(mRunStart.size());
+    // Filling costs one entry per column up to the last run; worth it when runs are dense.
+    mColumnIndex = runs >= 16 && mRunEnd.back() > 0 && runs * 16 >= mRunEnd.back();
+    if (!mColumnIndex)
+        return;
+    const size_t columns = static_cast<size_t>(mRunEnd.back()) + 1;
+    if (mRunFrom.size() < columns)
+        mRunFrom.resize(columns);
+    std::int32_t from = 0;
+    for (int j = 0; j < runs; ++j) {
+        const std::int32_t end = std::min(mRunEnd[j], mRunEnd.back()); // bounded on any list
+        if (end >= from) {
+            std::fill(mRunFrom.begin() + from, mRunFrom.begin() + end + 1, j);
+            from = end + 1;
+        }
+    }
+}
+
+int StainWalk::firstRunEndingFrom(std::int32_t column) const
+{
+    const int runs = static_cast<int>(mRunStart.size());
+    if (runs == 0 || column > mRunEnd.back())
+        return runs;
+    if (mColumnIndex)
+        return column <= 0 ? 0 : mRunFrom[static_cast<size_t>(column)];
+    return static_cast<int>(std::lower_bound(mRunEnd.begin(), mRunEnd.end(), column) - mRunEnd.begin());
+}
+
+int StainWalk::lastRunStartingBy(std::int32_t column) const
+{
+    const int j = firstRunEndingFrom(column);
+    return j < static_cast<int>(mRunStart.size()) && mRunStart[j] <= column ? j : j - 1;
 }
 
 int StainWalk::findUnjoined(int run)
@@ -104,6 +141,7 @@ void StainWalk::continueStains()
     for (int j = 0; j <= runs; ++j)
         mNextUnjoined[j] = j;
     mRunOwner.assign(runs, -1);
+    mWidestSpan = 0;
 
     const std::int32_t *starts = mRunStart.data();
     const std::int32_t *ends = mRunEnd.data();
@@ -115,10 +153,8 @@ void StainWalk::continueStains()
             continue;
         // The interval noted here stays fixed while the stain takes runs. Runs are disjoint and
         // ascending, so those overlapping it form one block: ends from a on, starts up to b.
-        const std::int32_t a = s.start;
-        const std::int32_t b = s.end;
-        const int low = static_cast<int>(std::lower_bound(ends, ends + runs, a) - ends);
-        const int high = static_cast<int>(std::upper_bound(starts, starts + runs, b) - starts) - 1;
+        const int low = firstRunEndingFrom(s.start);
+        const int high = lastRunStartingBy(s.end);
         if (low > high)
             continue;
         for (int j = findUnjoined(low); j <= high; j = findUnjoined(j + 1)) {
@@ -138,6 +174,8 @@ void StainWalk::continueStains()
             s.area += ends[j] - starts[j] + 1;
             mNextUnjoined[j] = j + 1;
         }
+        if (s.joined)
+            mWidestSpan = std::max(mWidestSpan, s.end - s.start);
     }
 }
 
@@ -156,6 +194,7 @@ void StainWalk::startNewStains(int row)
         s.hueHits = mRunHits[j];
         s.hueValid = mRunHits[j] > 0;
         s.joined = true;
+        mWidestSpan = std::max(mWidestSpan, s.end - s.start);
         mRunOwner[j] = static_cast<std::int32_t>(mStains.size());
         mStains.push_back(s);
     }
@@ -199,33 +238,48 @@ void StainWalk::collectOverlaps(int node, int nodeLow, int nodeHigh, int lastRun
 void StainWalk::mergeUnjoined()
 {
     // Only stains that were open before this line can be unjoined, and only joined stains own a
-    // leftmost run, so the tree holds exactly the candidates T.
+    // leftmost run, so the owners of leftmost runs are exactly the candidates T.
     const bool anyUnjoined =
         std::any_of(mStains.begin(), mStains.end(), [](const Stain &s) { return !s.joined; });
     const int runs = static_cast<int>(mRunStart.size());
     if (!anyUnjoined || runs == 0)
         return;
-    buildEndTree();
+    bool treeBuilt = false;
 
-    const std::int32_t *starts = mRunStart.data();
     for (size_t si = 0; si < mStains.size(); ++si) {
         if (mStains[si].joined)
             continue;
         const std::int32_t a = mStains[si].start;
         const std::int32_t b = mStains[si].end;
-        // A joined stain starts where its leftmost run starts: those starting up to b whose
-        // (possibly already merged) end reaches a overlap [a, b].
-        const int lastRun = static_cast<int>(std::upper_bound(starts, starts + runs, b) - starts) - 1;
+        // T overlaps [a, b] when it starts by b and its (possibly already merged) end reaches a.
+        // Its start then lies no further left than a minus the widest span.
+        const int lastRun = lastRunStartingBy(b);
         if (lastRun < 0)
             continue;
+        const std::int32_t leftmost = a - mWidestSpan;
+        int firstRun = firstRunEndingFrom(leftmost);
+        if (firstRun < runs && mRunStart[firstRun] < leftmost)
+            ++firstRun;
         mFound.clear();
-        collectOverlaps(1, 0, mTreeLeaves - 1, lastRun, a);
+        if (lastRun - firstRun < mScanLimit) {
+            for (int j = std::max(firstRun, 0); j <= lastRun; ++j)
+                if (mRunOwner[j] >= 0 && mStains[mRunOwner[j]].end >= a)
+                    mFound.push_back(mRunOwner[j]);
+        } else {
+            if (!treeBuilt) {
+                buildEndTree();
+                treeBuilt = true;
+            }
+            collectOverlaps(1, 0, mTreeLeaves - 1, lastRun, a);
+        }
         std::sort(mFound.begin(), mFound.end()); // list order
         for (const std::int32_t ti : mFound) {
             Stain &s = mStains[si];
             Stain &t = mStains[ti];
             t.end = s.end;
-            updateEnd(t.firstRun, t.end);
+            if (treeBuilt)
+                updateEnd(t.firstRun, t.end);
+            mWidestSpan = std::max(mWidestSpan, t.end - t.start);
             t.area += s.area;
             if (s.hueValid)
                 t.hueValid = true;

@@ -30,7 +30,9 @@ struct StainFilter
 class StainWalk
 {
 public:
-    explicit StainWalk(const StainFilter &filter);
+    // scanLimit: the merge step looks through at most this many runs one by one before it turns
+    // to its tree; the result is the same either way (tests vary it to check both paths).
+    explicit StainWalk(const StainFilter &filter, int scanLimit = 32);
 
     // Walks pixels (element 0 unused, the pixels in file order, then the closing element) and calls
     // onValid with the area of each accepted stain as it closes. cancelRequested is read at the
@@ -66,11 +68,15 @@ private:
     void judge(Stain &stain, int row, const std::function<void(Long)> &onValid);
 
     int findUnjoined(int run);
+    void indexRunsByColumn();
+    int firstRunEndingFrom(std::int32_t column) const;
+    int lastRunStartingBy(std::int32_t column) const;
     void buildEndTree();
     void updateEnd(int run, std::int32_t end);
     void collectOverlaps(int node, int nodeLow, int nodeHigh, int lastRun, std::int32_t from);
 
     StainFilter mFilter;
+    int mScanLimit;
     bool mHueValidOf[256];
     Long mRejected = 0;
 
@@ -79,6 +85,14 @@ private:
     std::vector<std::int32_t> mNextUnjoined; // skip list over taken runs (path-halved)
     std::vector<std::int32_t> mRunOwner;     // stain whose leftmost run this is, or -1
     std::vector<Stain> mStains;              // open stains, in order of birth
+
+    // On a line crowded with runs: for each column, the first run ending at or after it, so that
+    // the runs overlapping an interval are found without a search. Sparse lines search instead.
+    std::vector<std::int32_t> mRunFrom;
+    bool mColumnIndex = false;
+    // Widest [Start, End] of the joined stains in this line: bounds how far left of a column the
+    // start of a stain reaching it can lie.
+    std::int32_t mWidestSpan = 0;
 
     // Largest End of the joined stains by the position of their leftmost run, as a max tree, so
     // that the merge step finds the stains whose interval reaches a column without a full sweep.

@@ -19,10 +19,10 @@ struct WalkResult
     bool operator==(const WalkResult &o) const { return valid == o.valid && rejected == o.rejected; }
 };
 
-WalkResult Walk(const std::vector<CardPixel> &px, const StainFilter &f = {})
+WalkResult Walk(const std::vector<CardPixel> &px, const StainFilter &f = {}, int scanLimit = 32)
 {
     WalkResult r;
-    StainWalk walk(f);
+    StainWalk walk(f, scanLimit);
     const bool cancel = false;
     walk.run(px, cancel, NoProgress(), [&r](Long a) { r.valid.push_back(a); });
     r.rejected = walk.rejected();
@@ -135,10 +135,11 @@ WalkResult ReferenceWalk(const std::vector<CardPixel> &px, const StainFilter &f)
 }
 
 // Random cards of specks, discs, U shapes, rings and bars, with a few hues.
-std::vector<std::string> RandomCard(std::mt19937 &rng)
+// Wide cards give lines crowded with runs and stains spanning many of them.
+std::vector<std::string> RandomCard(std::mt19937 &rng, bool wide)
 {
     auto pick = [&rng](int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(rng); };
-    const int w = pick(1, 40), h = pick(1, 40);
+    const int w = wide ? pick(100, 300) : pick(1, 40), h = pick(1, 40);
     std::vector<std::string> lines(h, std::string(w, '.'));
     const char hues[] = {'#', 'x', 'A', 'z'};
     auto put = [&](int r, int c) {
@@ -169,7 +170,7 @@ std::vector<std::string> RandomCard(std::mt19937 &rng)
             }
             break;
         case 3: // bar
-            for (int k = 0; k < 3 * size; ++k)
+            for (int k = 0; k < (wide ? 30 : 3) * size; ++k)
                 pick(0, 1) ? put(r0, c0 + k) : put(r0 + k, c0);
             break;
         default: // comb teeth
@@ -193,7 +194,7 @@ TEST(StainWalk, MatchesTheLiteralStepsOnRandomCards)
     std::mt19937 rng(20240611);
     long stains = 0, rejected = 0;
     for (int i = 0; i < 4000; ++i) {
-        const auto lines = RandomCard(rng);
+        const auto lines = RandomCard(rng, i % 8 == 0);
         StainFilter f;
         // Ranges that take all, one or two of the four hues, so that stains without a valid pixel
         // meet valid ones in the merges.
@@ -205,7 +206,9 @@ TEST(StainWalk, MatchesTheLiteralStepsOnRandomCards)
         f.HueLimit = StainFilter::limitOf(static_cast<Byte>(std::uniform_int_distribution<int>(0, 100)(rng)));
         const auto px = PixelsOf(lines);
         const WalkResult expected = ReferenceWalk(px, f);
-        ASSERT_EQ(Walk(px, f), expected) << "card " << i;
+        // The merge lookup by tree alone, by scanning alone, and mixed as in use.
+        for (int scanLimit : {0, 1 << 20, 32})
+            ASSERT_EQ(Walk(px, f, scanLimit), expected) << "card " << i << " limit " << scanLimit;
         stains += static_cast<long>(expected.valid.size());
         rejected += expected.rejected;
     }
