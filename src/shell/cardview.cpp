@@ -12,7 +12,7 @@ CardView::CardView(QWidget *parent) : QWidget(parent)
     setMinimumSize(200, 150);
 }
 
-void CardView::setPicture(const QImage &picture)
+void CardView::setPicture(const QImage *picture)
 {
     mPicture = picture;
     update();
@@ -20,7 +20,7 @@ void CardView::setPicture(const QImage &picture)
 
 void CardView::clearPicture(const QColor &background)
 {
-    mPicture = QImage();
+    mPicture = nullptr;
     mBackground = background;
     update();
 }
@@ -41,10 +41,10 @@ void CardView::paintEvent(QPaintEvent *event)
 {
     QPainter p(this);
     p.fillRect(event->rect(), mBackground);
-    if (!mPicture.isNull()) {
+    if (mPicture && !mPicture->isNull()) {
         // Only the visible part of a large sheet is converted and drawn.
-        const QRect source = QRect(mPan, size()).intersected(mPicture.rect());
-        p.drawImage(source.topLeft() - mPan, mPicture, source);
+        const QRect source = QRect(mPan, size()).intersected(mPicture->rect());
+        p.drawImage(source.topLeft() - mPan, *mPicture, source);
     }
 }
 

@@ -13,8 +13,10 @@ class CardView : public QWidget
 public:
     explicit CardView(QWidget *parent = nullptr);
 
-    void setPicture(const QImage &picture);
-    const QImage &picture() const { return mPicture; }
+    // The view paints the caller's image, which must outlive it or be replaced: a new mask only
+    // changes that image's colour table, and no copy of a large sheet is made.
+    void setPicture(const QImage *picture);
+    const QImage *picture() const { return mPicture; }
     void clearPicture(const QColor &background);
     void setPan(int left, int top);
     QPoint pan() const { return mPan; }
@@ -32,7 +34,7 @@ protected:
     void resizeEvent(QResizeEvent *event) override;
 
 private:
-    QImage mPicture;
+    const QImage *mPicture = nullptr;
     QPoint mPan;
     QColor mBackground{240, 240, 240};
 };

@@ -356,8 +356,8 @@ void MainWindow::setEmptyState()
     ImageStrip->addTab(QStringLiteral("<No Image>"));
     mTabGuard = false;
     setCaption(kTitle);
-    mOriginalPicture = QImage();
     mShownPicture = QImage();
+    mOriginalTable.clear();
     Picture1->clearPicture(Qt::white);
     for (QWidget *w : std::initializer_list<QWidget *>{btnScanColour, btnScanColourAll, btnScan, btnScanAll,
                                                        MaskFrame, MaskCheck, BackColorOption[1],

@@ -181,8 +181,8 @@ private:
     SettingsStore &mStore;
     int mScreenHeight;
     std::unique_ptr<WindowProgress> mProgress;
-    QImage mOriginalPicture; // the card's picture as read
-    QImage mShownPicture;    // what the view paints: the picture or its mask
+    QImage mShownPicture;          // the card's picture; masking rewrites its colour table only
+    QList<QRgb> mOriginalTable;    // the colour table as read
     QPointer<InfoForm> mInfoForm;
     QuestionHook mQuestionHook;
     MessageHook mMessageHook;

@@ -190,15 +190,15 @@ bool MainWindow::loadShownPicture(const CardImage &card)
     Picture picture;
     std::string error;
     if (!ReadPicture(card.FullPath, PictureDepth::AnyDepth, picture, error)) {
-        mOriginalPicture = QImage();
         mShownPicture = QImage();
+        mOriginalTable.clear();
         // One message naming the file; the view stays grey and a decoded card still scans.
         showMessage(QStringLiteral("'") + QString::fromStdString(card.FullPath)
                     + QStringLiteral("' could not be shown.\r") + QString::fromStdString(error));
         return false;
     }
-    mOriginalPicture = toImage(picture);
-    mShownPicture = mOriginalPicture;
+    mShownPicture = toImage(picture);
+    mOriginalTable = mShownPicture.colorTable();
     return true;
 }
 
@@ -284,7 +284,7 @@ void MainWindow::onScroll()
 
 void MainWindow::PaintCard()
 {
-    Picture1->setPicture(mShownPicture);
+    Picture1->setPicture(&mShownPicture);
     Picture1->setPan(HScroll1->value(), VScroll1->value());
 }
 
@@ -325,7 +325,7 @@ void MainWindow::DrawHueHistogram()
 
 void MainWindow::BuildMask()
 {
-    if (mWs.CardCount() == 0 || mOriginalPicture.format() != QImage::Format_Indexed8)
+    if (mWs.CardCount() == 0 || mShownPicture.format() != QImage::Format_Indexed8)
         return;
     // Only the colour table changes, so a new mask costs the same on any size of card.
     const CardImage &card = mWs.Card(mWs.CurrentCard);
@@ -333,7 +333,7 @@ void MainWindow::BuildMask()
     const int low = Slider1->value();
     const int high = Slider2->value();
     const int fill = BackColorOption[1]->isChecked() ? 0 : 255;
-    QList<QRgb> table = mOriginalPicture.colorTable();
+    QList<QRgb> table = mOriginalTable;
     for (size_t i = 0; i < card.ColourTable.size() && i < static_cast<size_t>(table.size()); ++i) {
         const Long hue = card.HueOfIndex[i];
         bool masked = i == card.BackgroundIndex || i == card.DitherIndex;
@@ -345,7 +345,6 @@ void MainWindow::BuildMask()
         const auto &own = card.ColourTable[i];
         table[static_cast<int>(i)] = masked ? qRgb(fill, fill, fill) : qRgb(own[1], own[2], own[3]);
     }
-    mShownPicture = mOriginalPicture;
     mShownPicture.setColorTable(table);
 }
 
@@ -436,7 +435,8 @@ void MainWindow::onMaskCheckClicked()
     if (MaskCheck->isChecked()) {
         BuildMask();
     } else {
-        mShownPicture = mOriginalPicture;
+        if (mShownPicture.format() == QImage::Format_Indexed8)
+            mShownPicture.setColorTable(mOriginalTable);
         const QString leftOver = QString::fromStdString(mWs.TempDir) + QStringLiteral("masktemp.bmp");
         if (QFile::exists(leftOver))
             QFile::remove(leftOver);
@@ -450,12 +450,15 @@ Answer MainWindow::askQuestion(int kind, int cardIndex, Byte suggested, Byte bac
 {
     if (mQuestionHook)
         return mQuestionHook(kind, cardIndex, suggested, background);
-    QImage picture = mOriginalPicture;
+    // The preview shows the top left part of the card with its own colours.
+    QImage picture = mShownPicture.copy(0, 0, 420, 220);
+    if (picture.format() == QImage::Format_Indexed8)
+        picture.setColorTable(mOriginalTable);
     if (mWs.ShownCard != cardIndex) {
         Picture p;
         std::string error;
         if (ReadPicture(mWs.Card(cardIndex).FullPath, PictureDepth::AnyDepth, p, error))
-            picture = toImage(p);
+            picture = toImage(p).copy(0, 0, 420, 220);
     }
     ColourQuestionForm form(kind == 0 ? ColourQuestionForm::Kind::Background : ColourQuestionForm::Kind::Dither,
                             mWs.Card(cardIndex), picture, suggested, background, this);
