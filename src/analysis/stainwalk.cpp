@@ -92,19 +92,18 @@ void StainWalk::indexRunsByColumn()
 {
     const int runs = static_cast<int>(mRunStart.size());
     // Filling costs one entry per column up to the last run; worth it when runs are dense.
-    mColumnIndex = runs >= 16 && mRunEnd.back() > 0 && runs * 16 >= mRunEnd.back();
+    mColumnIndex = runs >= 16 && runs <= 32767 && mRunEnd.back() > 0 && runs * 16 >= mRunEnd.back();
     if (!mColumnIndex)
         return;
     const size_t columns = static_cast<size_t>(mRunEnd.back()) + 1;
     if (mRunFrom.size() < columns)
         mRunFrom.resize(columns);
+    std::int16_t *table = mRunFrom.data();
     std::int32_t from = 0;
     for (int j = 0; j < runs; ++j) {
         const std::int32_t end = std::min(mRunEnd[j], mRunEnd.back()); // bounded on any list
-        if (end >= from) {
-            std::fill(mRunFrom.begin() + from, mRunFrom.begin() + end + 1, j);
-            from = end + 1;
-        }
+        for (; from <= end; ++from)
+            table[from] = static_cast<std::int16_t>(j);
     }
 }
 

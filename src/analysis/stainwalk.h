@@ -88,7 +88,7 @@ private:
 
     // On a line crowded with runs: for each column, the first run ending at or after it, so that
     // the runs overlapping an interval are found without a search. Sparse lines search instead.
-    std::vector<std::int32_t> mRunFrom;
+    std::vector<std::int16_t> mRunFrom; // a line of 32767 columns holds at most 16384 runs
     bool mColumnIndex = false;
     // Widest [Start, End] of the joined stains in this line: bounds how far left of a column the
     // start of a stain reaching it can lie.
