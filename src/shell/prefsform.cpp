@@ -42,6 +42,7 @@ frmPrefs::frmPrefs(Workspace &ws, SettingsAccess &settings, QWidget *parent)
     for (const char *line : kResolutionList)
         ResCombo->addItem(QString::fromLatin1(line));
     SetUpEntryBox(ResCombo->lineEdit(), EntryKind::Free);
+    ResCombo->setMinimumWidth(ResCombo->fontMetrics().horizontalAdvance(QStringLiteral("000000")) + 40);
     ConversionLabel = new QLabel(QStringLiteral("="));
     ConversionLabel->setMinimumWidth(ConversionLabel->fontMetrics().horizontalAdvance(
         QString::fromUtf8("= 8888.88 \u00b5m/pixel")));

@@ -29,6 +29,8 @@ QGroupBox *fieldFrame(const char *caption, std::initializer_list<SprayField> fie
         auto *box = new QLineEdit;
         box->setObjectName(QString::fromLatin1(info.Key));
         SetUpEntryBox(box, info.Entry, info.MaxLength);
+        const int chars = info.Entry == EntryKind::Free ? 22 : 10;
+        box->setMinimumWidth(box->fontMetrics().horizontalAdvance(QLatin1Char('M')) * chars / 2 + 8);
         boxes[static_cast<size_t>(field)] = box;
         auto *label = new QLabel(QString::fromUtf8(info.Label));
         label->setBuddy(box);
@@ -121,8 +123,9 @@ SprayInfoForm::SprayInfoForm(Workspace &ws, SettingsAccess &settings,
     right->addWidget(sampler);
     right->addWidget(sampleArray);
     right->addLayout(buttons);
-    right->addStretch(1);
+    right->addSpacing(6);
     right->addLayout(reset);
+    right->addStretch(1);
     auto *columns = new QHBoxLayout;
     columns->addLayout(left, 1);
     columns->addLayout(right, 1);

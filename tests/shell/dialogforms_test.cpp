@@ -130,7 +130,8 @@ TEST_F(DialogForms, ResolutionFormTypedDigitEditsTheCell)
     ASSERT_TRUE(form.cellEdit()->isVisible());
     QTest::keyClick(form.cellEdit(), Qt::Key_Escape);
     EXPECT_TRUE(form.isVisible()) << "Esc ends the edit, not the dialog";
-
+    EXPECT_FALSE(form.cellEdit()->isVisible());
+    EXPECT_EQ(form.grid()->item(1, 1)->text(), "750");
 }
 
 TEST_F(DialogForms, ResolutionFormAcceptScansTheMarkedCardsOnYes)
