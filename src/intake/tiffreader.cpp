@@ -107,7 +107,7 @@ bool ReadLayout(const TiffFile &file, TiffLayout &l, Picture &picture, std::stri
     l.indexed = l.samples == 1 && (l.bits == 1 || l.bits == 2 || l.bits == 4 || l.bits == 8) &&
                 (l.photometric == PHOTOMETRIC_PALETTE || l.photometric == PHOTOMETRIC_MINISBLACK ||
                  l.photometric == PHOTOMETRIC_MINISWHITE);
-    l.depth = l.indexed ? l.bits : l.bits * l.samples;
+    l.depth = l.indexed ? l.bits : static_cast<int>(std::min<long>(long{l.bits} * l.samples, 1L << 20));
     picture.BitsPerPixel = l.depth;
     picture.Width = static_cast<int>(std::min<std::uint32_t>(l.width, 0x7FFFFFFF));
     picture.Height = static_cast<int>(std::min<std::uint32_t>(l.height, 0x7FFFFFFF));
