@@ -48,7 +48,7 @@ inline void FillCard(CardImage &card, int i, int rows)
         cum += c.VolumeFraction;
         c.CumVolumeFraction = static_cast<Single>(cum);
         if (card.Stats.Vmd == 0 && cum >= 0.5)
-            card.Stats.Vmd = c.Diameter;
+            card.Stats.Vmd = c.Diameter + 20 * std::sin(i * 1.3);
     }
     card.MinDiameter = card.SizeTable[1].Diameter;
     card.MaxDiameter = card.SizeTable.back().Diameter;

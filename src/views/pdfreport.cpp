@@ -1,0 +1,95 @@
+#include "views/pdfreport.h"
+
+#include "reports/reportpages.h"
+#include "views/qpainterreportcanvas.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QPageLayout>
+#include <QPageSize>
+#include <QPdfWriter>
+#include <QTemporaryFile>
+
+#include <filesystem>
+
+namespace velmara {
+
+namespace {
+
+constexpr int kPdfResolution = 1200;
+
+std::string WithLineFeeds(std::string text)
+{
+    for (char &ch : text)
+        if (ch == '\r')
+            ch = '\n';
+    return text;
+}
+
+} // namespace
+
+bool WritePdfReport(Workspace &ws, const std::string &path, std::string &error)
+{
+    error.clear();
+    const QFileInfo target(QString::fromStdString(path));
+    const QString folder = target.absolutePath();
+    if (!QFileInfo(folder).isDir()) {
+        error = "Cannot write \"" + path + "\": the folder does not exist.";
+        return false;
+    }
+
+    // A unique name beside the target, so that the final rename stays on one file system.
+    QString temporaryName;
+    {
+        QTemporaryFile reserve(folder + QStringLiteral("/.velmara-report-XXXXXX.pdf"));
+        reserve.setAutoRemove(false);
+        if (!reserve.open()) {
+            error = "Cannot write \"" + path + "\": " + reserve.errorString().toStdString();
+            return false;
+        }
+        temporaryName = reserve.fileName();
+    }
+
+    bool renamed = false;
+    std::string renameError;
+    {
+        QPdfWriter writer(temporaryName);
+        writer.setPageSize(QPageSize(QPageSize::Letter));
+        writer.setPageMargins(QMarginsF(0, 0, 0, 0), QPageLayout::Point);
+        writer.setResolution(kPdfResolution);
+        writer.setCreator(QStringLiteral("Velmara"));
+        writer.setTitle(QStringLiteral("Velmara report"));
+
+        auto finished = [&](bool completed) {
+            if (!completed)
+                return;
+            std::error_code ec;
+            std::filesystem::rename(temporaryName.toStdString(), path, ec);
+            renamed = !ec;
+            if (ec)
+                renameError = ec.message();
+        };
+        QPainterReportCanvas canvas(&writer, finished);
+        if (!canvas.isActive()) {
+            QFile::remove(temporaryName);
+            error = "Cannot write \"" + path + "\": the PDF could not be started.";
+            return false;
+        }
+        std::string message;
+        ReportHooks hooks;
+        hooks.ShowMessage = [&](const std::string &m) { message = m; };
+        const ReportResult result = PrintSub2(ws, canvas, true, 0, hooks, '.');
+        if (!result.Ok)
+            error = WithLineFeeds(result.Message);
+    }
+    if (!renamed) {
+        QFile::remove(temporaryName);
+        if (error.empty())
+            error = "Cannot write \"" + path + "\": " + (renameError.empty() ? "unknown error" : renameError);
+        return false;
+    }
+    return true;
+}
+
+} // namespace velmara
