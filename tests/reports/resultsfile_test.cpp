@@ -27,6 +27,22 @@ std::string ReadBytes(const fs::path &path)
     return s.str();
 }
 
+std::string *SprayField(SprayInfo &s, const std::string &key)
+{
+    const std::pair<const char *, std::string *> fields[] = {
+        {"AC_Type", &s.AC_Type}, {"AC_Registration", &s.AC_Registration}, {"AC_Owner", &s.AC_Owner},
+        {"AC_Swath", &s.AC_Swath}, {"AC_Speed", &s.AC_Speed}, {"AC_Height", &s.AC_Height},
+        {"Spray_Product", &s.Spray_Product}, {"Spray_ActiveRate", &s.Spray_ActiveRate},
+        {"Spray_SprayRate", &s.Spray_SprayRate}, {"Nozzle_Type", &s.Nozzle_Type},
+        {"Nozzle_Number", &s.Nozzle_Number}, {"Sampler_Type", &s.Sampler_Type},
+        {"Sample_Position1", &s.Sample_Position1}, {"Sample_Interval", &s.Sample_Interval},
+        {"Comment", &s.Comment}};
+    for (const auto &[name, field] : fields)
+        if (key == name)
+            return field;
+    return nullptr;
+}
+
 // Reads a sampling line written as in tests/data/reports/lines/*.cards: "set" and "spray" lines,
 // then each card with its rows (area in pixels, count, volume, diameter).
 Workspace ReadLine(const fs::path &path)
@@ -42,7 +58,6 @@ Workspace ReadLine(const fs::path &path)
         if (kind == "set" || kind == "spray") {
             const size_t eq = rest.find('=');
             const std::string key = rest.substr(0, eq), value = rest.substr(eq + 1);
-            SprayInfo &s = ws.Spray;
             if (key == "Metric") ws.Metric = value == "1";
             else if (key == "RangeLow") ws.RangeLow = ToSingle(std::stod(value));
             else if (key == "RangeHigh") ws.RangeHigh = ToSingle(std::stod(value));
@@ -56,23 +71,11 @@ Workspace ReadLine(const fs::path &path)
                     std::getline(parts, part, ',');
                     c = std::stod(part);
                 }
+            } else if (SprayField(ws.Spray, key)) {
+                *SprayField(ws.Spray, key) = value;
+            } else {
+                ADD_FAILURE() << "unknown key " << key;
             }
-            else if (key == "AC_Type") s.AC_Type = value;
-            else if (key == "AC_Registration") s.AC_Registration = value;
-            else if (key == "AC_Owner") s.AC_Owner = value;
-            else if (key == "AC_Swath") s.AC_Swath = value;
-            else if (key == "AC_Speed") s.AC_Speed = value;
-            else if (key == "AC_Height") s.AC_Height = value;
-            else if (key == "Spray_Product") s.Spray_Product = value;
-            else if (key == "Spray_ActiveRate") s.Spray_ActiveRate = value;
-            else if (key == "Spray_SprayRate") s.Spray_SprayRate = value;
-            else if (key == "Nozzle_Type") s.Nozzle_Type = value;
-            else if (key == "Nozzle_Number") s.Nozzle_Number = value;
-            else if (key == "Sampler_Type") s.Sampler_Type = value;
-            else if (key == "Sample_Position1") s.Sample_Position1 = value;
-            else if (key == "Sample_Interval") s.Sample_Interval = value;
-            else if (key == "Comment") s.Comment = value;
-            else ADD_FAILURE() << "unknown key " << key;
         } else if (kind == "card") {
             CardImage &c = ws.Card(ws.AppendCard());
             std::istringstream fields(rest);

@@ -5,6 +5,7 @@
 #include "core/workspace.h"
 
 #include <initializer_list>
+#include <string>
 
 namespace velmara::testing {
 
@@ -52,6 +53,18 @@ inline int AddCard(Workspace &ws, double areaCm2, std::initializer_list<Row> row
         c.Stats.VolumeDensity = c.TotalVolume / areaCm2;
     }
     return i;
+}
+
+// Text of the Failure that f throws; empty when it throws none.
+template <typename F>
+std::string FailureText(F &&f)
+{
+    try {
+        f();
+    } catch (const Failure &e) {
+        return e.what();
+    }
+    return {};
 }
 
 } // namespace velmara::testing

@@ -148,21 +148,3 @@ TEST(CalcSingleRange, FirstSelectedRowOverHalfIsNotInterpolatedFromZero)
     CalcSingleRange(ws, 0);
     EXPECT_EQ(ws.CardRange.Stats.Vmd, 20); // 60 percent in the first selected row
 }
-
-TEST(GetCurrentVMD, ReadsTheTableOnShow)
-{
-    Workspace ws = ThreeRowCard();
-    ws.Card(1).Stats.Vmd = 25;
-    ws.CardRange.Stats.Vmd = 11;
-    ws.CompositeAll.Stats.Vmd = 33;
-    ws.CompositeRange.Stats.Vmd = 44;
-    ws.CompositeAll.MinDiameter = 10;
-    ws.CompositeAll.MaxDiameter = 30;
-    EXPECT_EQ(GetCurrentVMD(ws), 25);
-    ws.RangeLow = 15;
-    EXPECT_EQ(GetCurrentVMD(ws), 11);
-    ws.CompositeCheck = true;
-    EXPECT_EQ(GetCurrentVMD(ws), 44);
-    ws.RangeLow = 0;
-    EXPECT_EQ(GetCurrentVMD(ws), 33);
-}
