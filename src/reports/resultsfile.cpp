@@ -79,6 +79,11 @@ Single ProfileAt(const SwathSet &set, Long index)
     return !p.Empty() && index >= p.Lower && index <= p.Upper() ? p[index] : 0.0f;
 }
 
+SwathStat StatAt(const SwathSet &set, Long w)
+{
+    return w >= 1 && w < static_cast<Long>(set.Stats.size()) ? set.Stats[w] : SwathStat{};
+}
+
 // Writes through a ColumnWriter and turns the first failure of the file into a Failure, so the
 // sections read as a plain list of lines and one handler at the top reports.
 class ResultsWriter
@@ -155,7 +160,8 @@ private:
         const auto &f = mWs.SpreadFactor;
         // A coefficient of exactly 0 takes the minus branch: "0 + 0.56d - 0d²".
         auto term = [&](double c) {
-            return c > 0 ? " + " + GeneralDouble(c, mSep) : " - " + GeneralDouble(std::fabs(c), mSep);
+            return c > 0 ? " + " + GeneralDouble(c, mSep)
+                         : " - " + GeneralDouble(std::fabs(c), mSep);
         };
         return GeneralDouble(f[0], mSep) + term(f[1]) + "d" + term(f[2]) + "d²";
     }
@@ -193,9 +199,9 @@ private:
             throw Failure(kSubscriptOutOfRange);
         const std::string whole = "0.00 -- " + num(T.Classes.back().Diameter, "0.00") + " µm";
         labelled("Droplet Size Range:", whole);
-        labelled("Selected Size Range:",
-                 mIn.ranged ? num(mWs.RangeLow, "0.00") + " -- " + num(mWs.RangeHigh, "0.00") + " µm"
-                            : whole);
+        const std::string selected =
+            num(mWs.RangeLow, "0.00") + " -- " + num(mWs.RangeHigh, "0.00") + " µm";
+        labelled("Selected Size Range:", mIn.ranged ? selected : whole);
         labelled("Drop Roundness:", FormatNumber(mWs.ShapeThreshold, "0", mSep));
         labelled("% Valid Hues:", FormatNumber(mWs.HueThreshold, "0", mSep));
         labelled("Composite VMD:", num(T.Stats.Vmd, "0.00") + (mCsv ? "µm" : " µm"));
@@ -309,7 +315,8 @@ private:
         line("Swath Analysis:");
         dashes(15);
         if (mCsv) {
-            line("Swath,,-------,Deposit,(" + u.Rate + "),-------,,-------,Drop Density,(#/cm²),-------");
+            line("Swath,,-------,Deposit,(" + u.Rate
+                 + "),-------,,-------,Drop Density,(#/cm²),-------");
             line("Width (" + u.Length + "),,COV,Mean,Max,Min,,COV,Mean,Max,Min");
         } else {
             at(1, "  Swath");
@@ -331,8 +338,8 @@ private:
         const SwathSet &density = mWs.SwathSets[2];
         const char *marker = mCsv ? "        *****" : "***";
         for (Long i = 1; i <= mWs.CardCount() - 1; ++i) {
-            const SwathStat a = i < static_cast<Long>(deposit.Stats.size()) ? deposit.Stats[i] : SwathStat{};
-            const SwathStat b = i < static_cast<Long>(density.Stats.size()) ? density.Stats[i] : SwathStat{};
+            const SwathStat a = StatAt(deposit, i);
+            const SwathStat b = StatAt(density, i);
             const Single r = mIn.rate[static_cast<size_t>(i)];
             // Single by Single products, each rounded to Single as the table's values are.
             const Single df = mIn.depositFactor;
@@ -399,7 +406,8 @@ private:
         }
         for (Long index = mIn.profileLow; index <= mIn.profileHigh; ++index) {
             const Single place = ToSingle(static_cast<double>(mIn.offset) + index);
-            const std::string position = num(ToSingle(static_cast<double>(place) * mIn.interval), form);
+            const std::string position =
+                num(ToSingle(static_cast<double>(place) * mIn.interval), form);
             const std::string a = num(mIn.depositFactor * ProfileAt(deposit, index), "0.000");
             const std::string b = num(ProfileAt(density, index), "0.000");
             if (mCsv) {

@@ -100,7 +100,8 @@ double TickStep(Single max)
     if (!(max > 0))
         return 1;
     // log10 as the quotient of natural logarithms: for 1000 it falls just short of 3.
-    const double p = std::pow(10.0, std::floor(std::log(static_cast<double>(max)) / std::log(10.0)));
+    const double decade = std::floor(std::log(static_cast<double>(max)) / std::log(10.0));
+    const double p = std::pow(10.0, decade);
     const double m = max / p;
     if (m < 1.5)
         return 0.25 * p;

@@ -27,6 +27,8 @@ std::string ReadBytes(const fs::path &path)
     return s.str();
 }
 
+Byte ToByte(const std::string &text) { return static_cast<Byte>(std::stoi(text)); }
+
 std::string *SprayField(SprayInfo &s, const std::string &key)
 {
     const std::pair<const char *, std::string *> fields[] = {
@@ -61,8 +63,8 @@ Workspace ReadLine(const fs::path &path)
             if (key == "Metric") ws.Metric = value == "1";
             else if (key == "RangeLow") ws.RangeLow = ToSingle(std::stod(value));
             else if (key == "RangeHigh") ws.RangeHigh = ToSingle(std::stod(value));
-            else if (key == "ShapeThreshold") ws.ShapeThreshold = static_cast<Byte>(std::stoi(value));
-            else if (key == "HueThreshold") ws.HueThreshold = static_cast<Byte>(std::stoi(value));
+            else if (key == "ShapeThreshold") ws.ShapeThreshold = ToByte(value);
+            else if (key == "HueThreshold") ws.HueThreshold = ToByte(value);
             else if (key == "LogAnalysis") ws.LogAnalysis = value == "1";
             else if (key == "Spread") {
                 std::istringstream parts(value);
@@ -128,8 +130,8 @@ class ResultsFileTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        mDir = fs::temp_directory_path()
-            / ("velmara-results-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+        const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
+        mDir = fs::temp_directory_path() / ("velmara-results-" + std::string(info->name()));
         fs::remove_all(mDir);
         fs::create_directories(mDir);
     }
@@ -151,7 +153,9 @@ TEST_P(GoldenLines, BothFormsMatchByteForByte)
     Workspace ws = ReadLine(kLines / (name + ".cards"));
     ws.LogAnalysis = false;
     EnterCompositeView(ws);
-    for (const auto &[format, ext] : {std::pair{ResultsFormat::Text, ".txt"}, std::pair{ResultsFormat::Csv, ".csv"}}) {
+    const std::pair<ResultsFormat, const char *> forms[] = {{ResultsFormat::Text, ".txt"},
+                                                            {ResultsFormat::Csv, ".csv"}};
+    for (const auto &[format, ext] : forms) {
         const fs::path out = mDir / (name + ext);
         const ResultsFileResult r = WriteResultsFile(ws, out.string(), format);
         ASSERT_TRUE(r.Ok) << r.Message;
@@ -180,7 +184,8 @@ TEST_F(ResultsFileTest, CompositeWithoutStainsStopsBeforeTheSizeRangeLine)
     const ResultsFileResult r = WriteResultsFile(ws, out.string(), ResultsFormat::Text);
     EXPECT_FALSE(r.Ok);
     EXPECT_EQ(r.Error, "Subscript out of range");
-    EXPECT_EQ(r.Message, "There was an error writing the data file.\r\rError: Subscript out of range");
+    EXPECT_EQ(r.Message,
+              "There was an error writing the data file.\r\rError: Subscript out of range");
     const std::string text = ReadBytes(out);
     const std::string tail = "Comment:                \r\n"
                              "--------------------------------------------------\r\n"
@@ -189,7 +194,10 @@ TEST_F(ResultsFileTest, CompositeWithoutStainsStopsBeforeTheSizeRangeLine)
                              "--------\r\n";
     ASSERT_GE(text.size(), tail.size());
     EXPECT_EQ(text.substr(text.size() - tail.size()), tail);
-    EXPECT_EQ(text.rfind("Velmara -- Orvinek Droplet Analysis Program\r\nSwath Deposit Analysis\r\n", 0), 0u);
+    EXPECT_EQ(text.rfind("Velmara -- Orvinek Droplet Analysis Program\r\n"
+                         "Swath Deposit Analysis\r\n",
+                         0),
+              0u);
 }
 
 TEST_F(ResultsFileTest, TextsThatAreNotNumbersFailBeforeTheFileIsTouched)
