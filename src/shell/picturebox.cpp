@@ -64,6 +64,9 @@ void PictureBox::paintEvent(QPaintEvent *)
 {
     QPainter p(this);
     p.drawImage(0, 0, mImage);
+    // A hairline edge over the outermost pixels so that a box in the window colour still shows.
+    p.setPen(palette().color(QPalette::Mid));
+    p.drawRect(rect().adjusted(0, 0, -1, -1));
 }
 
 void PictureBox::mousePressEvent(QMouseEvent *event)

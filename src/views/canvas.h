@@ -72,7 +72,13 @@ public:
     void polygon(const std::array<QPoint, 4> &points, QRgb outline, QRgb fill) override;
 
 private:
+    bool drawSkylineBar(const std::array<QPoint, 4> &points, QRgb outline, QRgb fill);
+    void plot(int x, int y, QRgb colour);
+
+    QImage &mImage;
     QPainter mPainter;
+    uchar *mBits = nullptr; // the image's pixels, for the bars
+    qsizetype mStride = 0;
 };
 
 class RecordingCanvas : public Canvas
