@@ -1,0 +1,53 @@
+#pragma once
+// A sampling line for the chart tests: scanned cards of two rows each, placed, with their line
+// statistics and composite, as entering the composite view leaves them.
+
+#include "statistics/cardmaker.h"
+#include "statistics/composite.h"
+#include "statistics/line.h"
+#include "statistics/range.h"
+#include "views/chartcanvas.h"
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace velmara::testing {
+
+// n cards; card i has one small drop and i large ones, so densities and deposits differ.
+inline Workspace MakeLine(int n, const std::string &first = "-50", const std::string &interval = "10",
+                          std::vector<int> unscanned = {})
+{
+    Workspace ws;
+    for (int i = 1; i <= n; ++i) {
+        bool scanned = true;
+        for (int u : unscanned)
+            scanned = scanned && u != i;
+        const int k = AddCard(ws, 2.0, {{100.0f, 1, 500000.0f}, {300.0f, static_cast<Long>(i), 14000000.0f}}, scanned);
+        ws.Card(k).Stats.Vmd = 200 + 10 * i;
+    }
+    ws.Spray.Sample_Position1 = first;
+    ws.Spray.Sample_Interval = interval;
+    ws.CompositeCheck = true;
+    CalcCompositeAll(ws);
+    ws.MaxDiameterAll = ws.ComputeMaxDiameterAll();
+    AssignCardPositions(ws);
+    ResetLineStats(ws);
+    FillLineStats(ws);
+    return ws;
+}
+
+inline bool AllFinite(const RecordingChartCanvas &c)
+{
+    for (const auto &call : c.calls)
+        for (const QPointF &p : call.points)
+            if (!std::isfinite(p.x()) || !std::isfinite(p.y()))
+                return false;
+    return c.DroppedCalls == 0;
+}
+
+// Pixel of a user coordinate under the scale the drawing left.
+inline double PixelX(const ChartCanvas &c, double x) { return c.toPixelX(x); }
+inline double PixelY(const ChartCanvas &c, double y) { return c.toPixelY(y); }
+
+} // namespace velmara::testing

@@ -1,0 +1,272 @@
+#include "chartfixture.h"
+
+#include "views/linechart.h"
+
+#include <gtest/gtest.h>
+
+using namespace velmara;
+using namespace velmara::testing;
+using Op = RecordingChartCanvas::Op;
+
+namespace {
+
+constexpr int kWidth = 700;
+constexpr int kHeight = 450;
+
+// Texts whose top stands 7 pixels below y = 0: the position axis.
+std::vector<QString> positionLabels(const RecordingChartCanvas &c)
+{
+    std::vector<QString> found;
+    const double top = PixelY(c, 0) + 7;
+    for (const auto *t : c.of(Op::Text))
+        if (t->angle == 0 && std::abs(t->points[0].y() - top) < 1e-6)
+            found.push_back(t->text);
+    return found;
+}
+
+// Horizontal lines between the line's ends in a colour and width.
+std::vector<const RecordingChartCanvas::Call *> linesOf(const RecordingChartCanvas &c, QRgb colour, int width)
+{
+    std::vector<const RecordingChartCanvas::Call *> found;
+    for (const auto *l : c.of(Op::Line))
+        if (l->colour == colour && l->width == width)
+            found.push_back(l);
+    return found;
+}
+
+} // namespace
+
+TEST(LineChartAxes, PositionLabelsFollowTheFormOfTheTypedTexts)
+{
+    {
+        Workspace ws = MakeLine(3, "-50", "10");
+        RecordingChartCanvas c(kWidth, kHeight);
+        DrawLineChart(c, ws);
+        EXPECT_EQ(positionLabels(c), (std::vector<QString>{"-50", "-40", "-30", "-20", "-10", "0"}));
+    }
+    {
+        Workspace ws = MakeLine(3, "-50", "2.5");
+        RecordingChartCanvas c(kWidth, kHeight);
+        DrawLineChart(c, ws);
+        const auto labels = positionLabels(c);
+        ASSERT_GE(labels.size(), 3u);
+        EXPECT_EQ(labels[0], "-50.0");
+        EXPECT_EQ(labels[1], "-47.5");
+        EXPECT_EQ(labels[2], "-45.0");
+    }
+    // "10.0" ends in the digit 0, as the position dialog stores it.
+    EXPECT_EQ(PositionPattern(MakeLine(2, "-50.0", "10.0")), "0");
+    EXPECT_EQ(PositionPattern(MakeLine(2, "-45", "10")), "0.0");
+}
+
+TEST(LineChartAxes, PositionLabelsThinOutBeyond25Intervals)
+{
+    {
+        Workspace ws = MakeLine(26, "0", "10"); // 25 intervals: every one labelled
+        RecordingChartCanvas c(kWidth, kHeight);
+        DrawLineChart(c, ws);
+        EXPECT_EQ(positionLabels(c).size(), 26u);
+    }
+    {
+        Workspace ws = MakeLine(27, "0", "10"); // 26 intervals: every second, k = 2
+        RecordingChartCanvas c(kWidth, kHeight);
+        DrawLineChart(c, ws);
+        const auto labels = positionLabels(c);
+        ASSERT_EQ(labels.size(), 14u);
+        EXPECT_EQ(labels[1], "20");
+        EXPECT_EQ(labels.back(), "260");
+    }
+    {
+        Workspace ws = MakeLine(1000, "0", "1");
+        RecordingChartCanvas c(kWidth, kHeight);
+        DrawLineChart(c, ws);
+        EXPECT_EQ(positionLabels(c).size(), 11u); // k = 99: 0, 99, ..., 990
+        EXPECT_TRUE(AllFinite(c));
+    }
+}
+
+TEST(LineChartAxes, LineRightOfZeroStartsAtZeroAndStopsShort)
+{
+    // Cards at 5, 15, 25: the line runs from 0, and the labels stop short of 25.
+    Workspace ws = MakeLine(3, "5", "10");
+    RecordingChartCanvas c(kWidth, kHeight);
+    DrawLineChart(c, ws);
+    EXPECT_EQ(ws.LineLeft, 0);
+    EXPECT_EQ(ws.LineRight, 25);
+    EXPECT_EQ(positionLabels(c), (std::vector<QString>{"0.0", "10.0", "20.0"}));
+    // The zero line (pen 2) is the left side of the frame.
+    const auto zero = linesOf(c, kChartBlack, 2);
+    ASSERT_EQ(zero.size(), 1u);
+    const auto frame = c.of(Op::Box);
+    ASSERT_EQ(frame.size(), 1u);
+    EXPECT_DOUBLE_EQ(zero[0]->points[0].x(), frame[0]->points[0].x());
+    EXPECT_DOUBLE_EQ(frame[0]->points[0].x(), kWidth / 12.0); // a tenth of the line as margin
+}
+
+TEST(LineChartAxes, BandLabelsAndTheirForms)
+{
+    Workspace ws = MakeLine(3);
+    RecordingChartCanvas c(kWidth, kHeight);
+    DrawLineChart(c, ws);
+    // VMD band: top 1.1 * 230 = 253, step 50; labels right-aligned 7 pixels left of the line.
+    const auto *v100 = c.findText("100");
+    ASSERT_NE(v100, nullptr);
+    const double right = v100->points[0].x() + 3 * RecordingChartCanvas::charWidthPixels(8);
+    EXPECT_NEAR(right, PixelX(c, ws.LineLeft) - 7, 1e-9);
+    EXPECT_NEAR(v100->points[0].y() + 6.5, PixelY(c, 100.0 / ws.LineMaxVmd + 2), 1e-9);
+    // Density band on the right: top 1.1 * 2 = 2.2, step 0.5 in the "0.0" form.
+    EXPECT_EQ(ws.LineMaxDensity, ToSingle(2.0 * 1.1));
+    const auto *d = c.findText("1.5");
+    ASSERT_NE(d, nullptr);
+    EXPECT_NEAR(d->points[0].x(), PixelX(c, ws.LineRight) + 7, 1e-9);
+    EXPECT_NE(c.findText("2.0"), nullptr);
+    EXPECT_EQ(c.findText("2.5"), nullptr);
+}
+
+TEST(LineChartMarkers, SizeFollowsThePitchOfTheCards)
+{
+    EXPECT_EQ(MarkerSize(700 / 1.2 / 25), QSize(20, 25)); // 23.3 pixels a card: capped at 20
+    EXPECT_EQ(MarkerSize(700 / 1.2 / 26), QSize(19, 24)); // 22.4: below 20 from 26 cards on
+    EXPECT_EQ(MarkerSize(700 / 1.2 / 170), QSize(3, 4));  // nothing left: the small marker
+    EXPECT_EQ(MarkerSize(0), QSize(3, 4));
+
+    Workspace ws = MakeLine(26, "0", "10", {4});
+    RecordingChartCanvas c(kWidth, kHeight);
+    const LineChartLayout layout = DrawLineChart(c, ws);
+    ASSERT_EQ(layout.Markers.size(), 27u);
+    EXPECT_EQ(layout.MarkerWidth, 19);
+    const QRect m = layout.Markers[4].Rect;
+    EXPECT_FALSE(layout.Markers[4].Scanned);
+    EXPECT_TRUE(layout.Markers[5].Scanned);
+    EXPECT_NEAR(m.left() + m.width() / 2.0, PixelX(c, ws.Card(4).Position), 0.5);
+    EXPECT_EQ(m.top(), static_cast<int>(std::nearbyint(PixelY(c, 0) + 25)));
+    // A pale line up through the bands at every card, drawn before the frame.
+    const auto pale = linesOf(c, kLinePlaceMark, 1);
+    EXPECT_EQ(pale.size(), 26u);
+    EXPECT_LT(pale.back(), c.of(Op::Box).front());
+}
+
+TEST(LineChartTitles, TurnedAndCentredOnTheirBands)
+{
+    Workspace ws = MakeLine(3);
+    RecordingChartCanvas c(kWidth, kHeight);
+    DrawLineChart(c, ws);
+    const auto *density = c.findText("Drop Density");
+    const auto *vmd = c.findText("VMD");
+    const auto *deposit = c.findText("Vol. Density");
+    ASSERT_TRUE(density && vmd && deposit);
+    EXPECT_EQ(density->angle, 90);
+    EXPECT_EQ(vmd->angle, 270);
+    EXPECT_EQ(deposit->angle, 270);
+    EXPECT_EQ(density->font.Name, "Arial");
+    EXPECT_TRUE(density->font.Bold);
+    EXPECT_EQ(density->font.Size, 12);
+    EXPECT_NEAR(density->points[0].x(), 15, 1e-9);
+    EXPECT_NEAR(vmd->points[0].x(), kWidth - 15, 1e-9);
+    // Reading upward the text starts below the band's middle, reading downward above it.
+    const double half = 12 * RecordingChartCanvas::charWidthPixels(12) / 2;
+    EXPECT_NEAR(density->points[0].y(), PixelY(c, 1.5) + half, 1e-9);
+    EXPECT_NEAR(vmd->points[0].y(), PixelY(c, 2.5) - 3 * RecordingChartCanvas::charWidthPixels(12) / 2, 1e-9);
+    EXPECT_NEAR(deposit->points[0].y(), PixelY(c, 0.5) - half, 1e-9);
+}
+
+TEST(LineChartValues, RangeValuesInGreyAndRedWithWholeCardBandTops)
+{
+    Workspace ws = MakeLine(3, "0", "10");
+    // Keep the large drops only.
+    ws.RangeLow = 150;
+    ws.RangeHigh = 400;
+    ASSERT_TRUE(RangeSelected(ws));
+    CalcCompositeRange(ws);
+    FillLineStats(ws);
+    RecordingChartCanvas c(kWidth, kHeight);
+    DrawLineChart(c, ws);
+
+    // The density top still covers card 3's own 2 drops/cm² (1 small and 3 large on 2 cm²).
+    EXPECT_EQ(ws.LineMaxDensity, ToSingle(2.0 * 1.1));
+    EXPECT_DOUBLE_EQ(ws.LineStats[3].DropDensity, 1.5);
+
+    const auto grey = linesOf(c, kLineGrey, 3);
+    ASSERT_EQ(grey.size(), 6u); // two pairs of cards, three bands each
+    EXPECT_EQ(grey[1]->style, ChartCanvas::Style::Solid);
+    // Density line of the first pair, from card 1 to card 2, at the range values.
+    EXPECT_NEAR(grey[1]->points[0].y(), PixelY(c, 0.5 / ws.LineMaxDensity + 1), 1e-9);
+    EXPECT_NEAR(grey[1]->points[1].y(), PixelY(c, 1.0 / ws.LineMaxDensity + 1), 1e-9);
+    EXPECT_NEAR(grey[1]->points[1].x(), PixelX(c, 10), 1e-9);
+
+    const auto red = linesOf(c, kChartRed, 1);
+    ASSERT_EQ(red.size(), 3u);
+    for (const auto *r : red)
+        EXPECT_EQ(r->style, ChartCanvas::Style::Dotted);
+    const double level = ws.CompositeRange.Stats.DropDensity;
+    EXPECT_NE(level, ws.CompositeAll.Stats.DropDensity);
+    EXPECT_NEAR(red[1]->points[0].y(), PixelY(c, level / ws.LineMaxDensity + 1), 1e-9);
+    // Red after the titles, grey last.
+    EXPECT_LT(c.findText("Vol. Density"), red[0]);
+    EXPECT_LT(red[2], grey[0]);
+}
+
+TEST(LineChartValues, UnscannedCardsAreBridged)
+{
+    Workspace ws = MakeLine(4, "0", "10", {2, 3});
+    RecordingChartCanvas c(kWidth, kHeight);
+    DrawLineChart(c, ws);
+    const auto grey = linesOf(c, kLineGrey, 3);
+    ASSERT_EQ(grey.size(), 3u);
+    EXPECT_NEAR(grey[0]->points[0].x(), PixelX(c, 0), 1e-9);
+    EXPECT_NEAR(grey[0]->points[1].x(), PixelX(c, 30), 1e-9);
+
+    Workspace single = MakeLine(3, "0", "10", {1, 3});
+    RecordingChartCanvas c2(kWidth, kHeight);
+    DrawLineChart(c2, single);
+    EXPECT_TRUE(linesOf(c2, kLineGrey, 3).empty());
+}
+
+TEST(LineChartBadInput, NothingToLabelNoLengthAndOddTexts)
+{
+    // No stain on any card: the bands have no top; values stand at their bottoms.
+    {
+        Workspace ws;
+        for (int i = 0; i < 3; ++i)
+            AddCard(ws, 2.0, {});
+        ws.Spray.Sample_Position1 = "0";
+        ws.Spray.Sample_Interval = "10";
+        ws.CompositeCheck = true;
+        CalcCompositeAll(ws);
+        AssignCardPositions(ws);
+        ResetLineStats(ws);
+        FillLineStats(ws);
+        RecordingChartCanvas c(kWidth, kHeight);
+        DrawLineChart(c, ws);
+        EXPECT_TRUE(AllFinite(c));
+        EXPECT_EQ(c.findText("0.0"), nullptr); // no band labels
+        const auto grey = linesOf(c, kLineGrey, 3);
+        ASSERT_EQ(grey.size(), 6u);
+        EXPECT_NEAR(grey[0]->points[0].y(), PixelY(c, 2), 1e-9);
+        EXPECT_NEAR(grey[2]->points[0].y(), PixelY(c, 0), 1e-9);
+    }
+    // An interval of 0: both cards on one place, one position label, a finite scale.
+    {
+        Workspace ws = MakeLine(2, "0", "0");
+        RecordingChartCanvas c(kWidth, kHeight);
+        const LineChartLayout layout = DrawLineChart(c, ws);
+        EXPECT_TRUE(AllFinite(c));
+        EXPECT_EQ(positionLabels(c), (std::vector<QString>{"0"}));
+        EXPECT_EQ(layout.Markers[1].Rect, layout.Markers[2].Rect);
+    }
+    // All positions negative, texts such as "-45" and "2.5", a huge line.
+    for (const auto &[first, interval] : std::vector<std::pair<std::string, std::string>>{
+             {"-100", "10"}, {"-45", "2.5"}, {"-1E+30", "10"}, {"abc", "10"}}) {
+        Workspace ws = MakeLine(5, "0", "10");
+        ws.Spray.Sample_Position1 = first;
+        ws.Spray.Sample_Interval = interval;
+        try {
+            AssignCardPositions(ws);
+        } catch (const Failure &) {
+        }
+        RecordingChartCanvas c(kWidth, kHeight);
+        DrawLineChart(c, ws);
+        EXPECT_TRUE(AllFinite(c)) << first << " " << interval;
+        EXPECT_LE(ws.LineRight, 0.0f + (first == "abc" ? 40 : 0));
+    }
+}

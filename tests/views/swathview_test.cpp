@@ -1,0 +1,241 @@
+#include "chartfixture.h"
+
+#include "statistics/swath.h"
+#include "views/swathview.h"
+#include "views/textforms.h"
+
+#include <gtest/gtest.h>
+
+using namespace velmara;
+using namespace velmara::testing;
+using Op = RecordingChartCanvas::Op;
+
+namespace {
+
+// n cards, every one with the same deposit (nL/cm²) and density.
+Workspace uniformLine(int n, const std::string &first = "0", const std::string &interval = "10")
+{
+    Workspace ws = MakeLine(n, first, interval);
+    for (int i = 1; i <= n; ++i)
+        ws.LineStats[static_cast<size_t>(i)] = {200, 5, 2};
+    EXPECT_TRUE(RebuildSwathTables(ws));
+    return ws;
+}
+
+int textsCalled(const RecordingChartCanvas &c, const QString &text)
+{
+    int found = 0;
+    for (const auto *t : c.of(Op::Text))
+        found += t->text == text;
+    return found;
+}
+
+} // namespace
+
+TEST(SwathCovChart, AxisTopIsAtLeastOneAndRoundsUp)
+{
+    EXPECT_DOUBLE_EQ(CovAxisTop(0.0f), 1.0);
+    EXPECT_DOUBLE_EQ(CovAxisTop(0.83f), 1.0);
+    EXPECT_DOUBLE_EQ(CovAxisTop(0.84f), 1.1);
+    EXPECT_DOUBLE_EQ(CovAxisTop(0.9f), 1.1);
+    EXPECT_DOUBLE_EQ(CovAxisTop(1.73f), 2.1);
+
+    for (const auto &[maxCov, label] : std::vector<std::pair<Single, QString>>{{0.83f, "1.0"}, {0.9f, "1.1"}}) {
+        Workspace ws = uniformLine(6);
+        ws.SwathSets[1].MaxCov = maxCov;
+        RecordingChartCanvas c(700, 450);
+        DrawSwathView(c, ws);
+        // The top's value stands at the right end of the box; the 30 percent line below it.
+        const auto *top = c.findText(label);
+        ASSERT_NE(top, nullptr) << label.toStdString();
+        const auto red = c.of(Op::Line);
+        ASSERT_FALSE(red.empty());
+        EXPECT_EQ(red[0]->colour, kChartRed);
+        EXPECT_EQ(red[0]->style, ChartCanvas::Style::Dotted);
+        // Under the COV scale (top 4.4, height -5), y = 0.3 / c.
+        const double c0 = label == "1.0" ? 1.0 : 1.1;
+        EXPECT_NEAR(red[0]->points[0].y(), (0.3 / c0 - 4.4) * 450 / -5.0, 1e-9);
+    }
+}
+
+TEST(SwathCovChart, EveryWidthHasADotAndAButtonLabelsThinOutAbove20Cards)
+{
+    Workspace ws = uniformLine(21);
+    RecordingChartCanvas c(700, 450);
+    const SwathViewLayout layout = DrawSwathView(c, ws);
+    EXPECT_EQ(c.of(Op::Circle).size(), 20u);
+    ASSERT_EQ(layout.ButtonCentreX.size(), 21u);
+    // k = 2: widths 1, 3, ... 19 labelled, in distance.
+    EXPECT_EQ(textsCalled(c, "10"), 1);
+    EXPECT_EQ(textsCalled(c, "20"), 0);
+    EXPECT_EQ(textsCalled(c, "190"), 1);
+    // x = w - 1 on a scale from -m / 10 over 1.2 m, m = 19.
+    EXPECT_NEAR(layout.ButtonCentreX[1], 700 / 12.0, 1e-9);
+    EXPECT_NEAR(layout.ButtonCentreX[20], 700 - 700 / 12.0, 1e-9);
+    // Buttons 10 pixels plus a text height under the box.
+    EXPECT_EQ(layout.ButtonTop, static_cast<int>(std::nearbyint(4.4 * 450 / 5 + 10 + 13)));
+    const auto dots = c.of(Op::Circle);
+    EXPECT_TRUE(dots[0]->filled);
+    EXPECT_EQ(dots[0]->fill, kChartRed);
+    EXPECT_EQ(dots[0]->colour, kChartBlack);
+    EXPECT_EQ(dots[0]->radius, 2);
+}
+
+TEST(SwathCovChart, WidthLabelsTakeTheFormOfTheInterval)
+{
+    Workspace ws = uniformLine(4, "0", "2.5");
+    RecordingChartCanvas c(700, 450);
+    DrawSwathView(c, ws);
+    std::vector<QString> widths; // texts 7 pixels under the COV box
+    for (const auto *t : c.of(Op::Text))
+        if (std::abs(t->points[0].y() - (4.4 * 450 / 5 + 7)) < 1e-9)
+            widths.push_back(t->text);
+    EXPECT_EQ(widths, (std::vector<QString>{"2.5", "5.0", "7.5"}));
+    EXPECT_NE(c.findText("Swath Width (m)"), nullptr);
+    ws.Metric = false;
+    RecordingChartCanvas us(700, 450);
+    DrawSwathView(us, ws);
+    EXPECT_NE(us.findText("Swath Width (ft)"), nullptr);
+    EXPECT_NE(us.findText("Position Across Block (ft)"), nullptr);
+}
+
+TEST(SwathProfile, LeftEndOfALineLeftOfZero)
+{
+    Workspace ws = uniformLine(10, "-50", "10");
+    ws.SwathSets[1].Width = 3;
+    {
+        RecordingChartCanvas c(700, 450);
+        DrawSwathView(c, ws);
+        EXPECT_EQ(ws.SwathSets[1].First(), -5);
+        EXPECT_EQ(ws.SwathSets[1].Passes, 5);
+        // The box reaches left of the block: five intervals of 26.5 pixels, labelled at -50.
+        EXPECT_EQ(textsCalled(c, "-50"), 1);
+        const auto *label = c.findText("-50");
+        EXPECT_NEAR(label->points[0].x() + 1.5 * 6, 700 / 12.0, 1e-9);
+        EXPECT_NE(c.findText("Deposit Profile  (5 passes)"), nullptr);
+    }
+    {
+        // On a picture 100 pixels wide five intervals measure less than 20 pixels: no label.
+        RecordingChartCanvas c(100, 450);
+        DrawSwathView(c, ws);
+        EXPECT_EQ(textsCalled(c, "-50"), 0);
+    }
+    // A first card at 0: the block starts at the left end, and only the first pass says "0".
+    Workspace zero = uniformLine(10, "0", "10");
+    RecordingChartCanvas c(700, 450);
+    DrawSwathView(c, zero);
+    EXPECT_EQ(textsCalled(c, "0"), 1);
+}
+
+TEST(SwathProfile, CurvesAndBlockInOrder)
+{
+    Workspace ws = uniformLine(10, "-45", "10"); // First -4, frac -0.5
+    ws.SwathSets[1].Width = 3;
+    RecordingChartCanvas c(700, 450);
+    DrawSwathView(c, ws);
+    const auto polylines = c.of(Op::Polyline);
+    ASSERT_EQ(polylines.size(), 2u);
+    EXPECT_EQ(polylines[0]->colour, kChartBlack); // the block
+    EXPECT_EQ(polylines[1]->colour, kChartRed);   // the line as measured
+    EXPECT_EQ(polylines[1]->width, 3);
+    ASSERT_EQ(polylines[1]->points.size(), 10u);
+    // Measured line from frac + First = -4.5 card intervals.
+    EXPECT_NEAR(polylines[1]->points[0].x(), c.toPixelX(-4.5), 1e-9);
+    // The box over both curves comes after them, with pen 1.
+    const auto boxes = c.of(Op::Box);
+    ASSERT_GE(boxes.size(), 3u);
+    EXPECT_GT(boxes.back(), polylines[1]);
+    EXPECT_EQ(boxes.back()->width, 1);
+    // The block is filled pale yellow from 0 to Width * Passes.
+    const auto *block = boxes[1];
+    EXPECT_TRUE(block->filled);
+    EXPECT_EQ(block->fill, 0xffffffdcu);
+    EXPECT_NEAR(block->points[1].x(), c.toPixelX(15), 1e-9);
+}
+
+TEST(SwathLabels, MeanConstantWithASwathFallingWithout)
+{
+    Workspace ws = uniformLine(10);
+    ws.Spray.AC_Swath = "30";
+    for (int w = 1; w <= 9; ++w) {
+        ws.SwathSets[1].Width = w;
+        RecordingChartCanvas c(700, 450);
+        const SwathViewLayout layout = DrawSwathView(c, ws);
+        EXPECT_EQ(layout.Drop, "0.67 L/ha") << w;
+        EXPECT_EQ(layout.Info2, "Mean:");
+    }
+    ws.Spray.AC_Swath.clear();
+    std::vector<QString> means;
+    for (int w : {1, 2, 9}) {
+        ws.SwathSets[1].Width = w;
+        RecordingChartCanvas c(700, 450);
+        means.push_back(DrawSwathView(c, ws).Drop);
+    }
+    EXPECT_EQ(means, (std::vector<QString>{"2.00 L/ha", "1.00 L/ha", "0.22 L/ha"}));
+}
+
+TEST(SwathLabels, SetsAndTheirUnits)
+{
+    Workspace ws = uniformLine(4);
+    ws.SwathSets[1].Width = 2;
+    ws.SwathSets[2].Width = 3;
+    RecordingChartCanvas c(700, 450);
+    SwathViewLayout layout = DrawSwathView(c, ws);
+    EXPECT_EQ(layout.Info1, "COV:");
+    EXPECT_EQ(layout.Info3, "Max / Min:");
+    EXPECT_EQ(layout.Vmd, "0.00");
+    EXPECT_EQ(layout.Volume, "0.40 / 0.40"); // 0.1 * 4 in each of two bins
+    ws.CurrentSwathSet = 2;
+    layout = DrawSwathView(c, ws);
+    // Drop density: no unit factor; width 3 folds cards 1 and 4 into one bin.
+    EXPECT_EQ(layout.Drop, QString("6.67 drops/cm ") + QChar(0x00B2));
+    EXPECT_EQ(layout.Volume, "10.00 / 5.00");
+    EXPECT_EQ(layout.Vmd, FixedText(ws.SwathSets[2].Stats[3].Cov, 2));
+    ws.Metric = false;
+    ws.CurrentSwathSet = 1;
+    layout = DrawSwathView(c, ws);
+    EXPECT_EQ(layout.Volume, "5.47 / 5.47"); // 1.368 * 4
+}
+
+TEST(SwathBadInput, NoIntervalFewCardsManyCards)
+{
+    {
+        Workspace ws = MakeLine(3, "0", "0");
+        EXPECT_FALSE(RebuildSwathTables(ws));
+        RecordingChartCanvas c(700, 450);
+        const SwathViewLayout layout = DrawSwathView(c, ws);
+        EXPECT_TRUE(layout.Drawn);
+        EXPECT_TRUE(AllFinite(c));
+    }
+    {
+        Workspace ws = MakeLine(2);
+        RebuildSwathTables(ws);
+        RecordingChartCanvas c(700, 450);
+        EXPECT_FALSE(DrawSwathView(c, ws).Drawn);
+        EXPECT_EQ(c.calls.size(), 1u); // the clear alone
+    }
+    {
+        // Never built: the view builds what it needs.
+        Workspace ws = MakeLine(5, "-45", "10");
+        RecordingChartCanvas c(700, 450);
+        EXPECT_TRUE(DrawSwathView(c, ws).Drawn);
+        EXPECT_TRUE(AllFinite(c));
+    }
+    {
+        Workspace ws = MakeLine(1000, "-100", "1");
+        ASSERT_TRUE(RebuildSwathTables(ws));
+        RecordingChartCanvas c(700, 450);
+        const SwathViewLayout layout = DrawSwathView(c, ws);
+        EXPECT_EQ(layout.ButtonCentreX.size(), 1000u);
+        EXPECT_EQ(c.of(Op::Circle).size(), 999u);
+        EXPECT_TRUE(AllFinite(c));
+    }
+    {
+        // A first position far out: the block is not built, the view stays whole.
+        Workspace ws = MakeLine(4, "-1000000000", "1");
+        RebuildSwathTables(ws);
+        RecordingChartCanvas c(700, 450);
+        EXPECT_TRUE(DrawSwathView(c, ws).Drawn);
+        EXPECT_TRUE(AllFinite(c));
+    }
+}
