@@ -42,8 +42,10 @@ int runScan(const Options &o)
     std::string error;
     if (!session.prepare(error))
         return fail(error);
-    session.loadImages(o.images);
+    if (!session.loadInput(error))
+        return fail(error);
     session.scanAll();
+    session.removeClips();
     Workspace &ws = session.workspace();
     CalcCompositeAll(ws);
 
@@ -138,8 +140,10 @@ int runLine(const Options &o)
         ws.RangeHigh = o.range->second;
     }
 
-    session.loadImages(o.images);
+    if (!session.loadInput(error))
+        return fail(error);
     session.scanAll();
+    session.removeClips();
     if (session.scannedCount() < 2) {
         if (!o.json)
             std::cout << CardSummary(ws);
@@ -272,6 +276,33 @@ int runLine(const Options &o)
     return status;
 }
 
+// The cut alone: the clips stay, and their names are printed.
+int runClip(const Options &o)
+{
+    Session session(o);
+    std::string error;
+    if (!session.prepare(error))
+        return fail(error);
+    if (!session.loadInput(error))
+        return fail(error);
+    Workspace &ws = session.workspace();
+    if (o.json) {
+        JsonWriter json;
+        json.beginObject();
+        WriteCardsJson(json, ws, session.refusals(), false);
+        json.key("ClipDir");
+        json.value(session.clipDir());
+        json.endObject();
+        std::cout << json.text() << "\n";
+    } else {
+        for (const std::string &clip : session.clipPaths())
+            std::cout << clip << "\n";
+    }
+    if (ws.CardCount() == 0)
+        return fail("no clip was made");
+    return kExitOk;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -289,7 +320,7 @@ int main(int argc, char **argv)
     case Command::Line:
         return runLine(*options);
     case Command::Clip:
-        return fail("'clip' is not available yet", kExitUsage);
+        return runClip(*options);
     }
     return kExitUsage;
 }

@@ -5,11 +5,16 @@
 #include "reports/scanlog.h"
 #include "settings/preferences.h"
 #include "settings/settingsstore.h"
+#include "templates/sheetcutter.h"
 
 #include <QLocale>
 #include <QString>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
 #include <set>
 
 namespace velmara::cli {
@@ -147,6 +152,78 @@ void Session::loadImages(const std::vector<std::string> &paths)
     }
     mWs.SortByName();
     mWs.CurrentCard = 1;
+}
+
+bool Session::loadInput(std::string &error)
+{
+    if (mOptions.templateName.empty()) {
+        loadImages(mOptions.images);
+        return true;
+    }
+    return loadSheets(mOptions.images, error);
+}
+
+bool Session::loadSheets(const std::vector<std::string> &sheets, std::string &error)
+{
+    namespace fs = std::filesystem;
+    if (!mOptions.clipDir.empty()) {
+        std::error_code ec;
+        fs::create_directories(mOptions.clipDir, ec);
+        if (!fs::is_directory(mOptions.clipDir)) {
+            error = "cannot make the clip folder " + mOptions.clipDir;
+            return false;
+        }
+        mClipDir = mOptions.clipDir;
+    } else {
+        // A fresh folder per run, so that runs never collide with each other or with the desktop
+        // program's clips in the same work folder.
+        std::string pattern = mWs.TempDir + "cli-XXXXXX";
+        std::error_code ec;
+        fs::create_directories(mWs.TempDir, ec);
+        if (!mkdtemp(pattern.data())) {
+            error = "cannot make a folder for the clips in " + mWs.TempDir;
+            return false;
+        }
+        mClipDir = pattern;
+        tell("clips go to " + mClipDir);
+    }
+    if (mClipDir.back() != '/')
+        mClipDir += '/';
+
+    std::vector<std::string> ordered = sheets;
+    // Sheets in name order, as the cards of a load; the clips then keep sheet and cell order.
+    std::sort(ordered.begin(), ordered.end(), [](const std::string &a, const std::string &b) {
+        return fs::path(a).filename().string() < fs::path(b).filename().string();
+    });
+    for (const std::string &sheet : ordered) {
+        SheetCutRequest request;
+        request.SheetPath = sheet;
+        request.TemplateName = mOptions.templateName;
+        request.TemplatesFile = mOptions.templatesFile;
+        request.Res = mOptions.sheetDpi.value_or(mWs.DefaultRes);
+        request.OffsetX = mOptions.offsetX;
+        request.OffsetY = mOptions.offsetY;
+        request.Cells = mOptions.cells;
+        request.ClipDir = mClipDir;
+        const CutResult cut = CutSheetFile(mWs, request);
+        for (const std::string &m : cut.Messages) {
+            mRefusals.push_back({fs::path(sheet).filename().string(), OneLine(m)});
+            tell(sheet + ": " + OneLine(m));
+        }
+        for (const std::string &clip : cut.Clips)
+            mClipPaths.push_back(mClipDir + clip);
+    }
+    mWs.CurrentCard = 1;
+    return true;
+}
+
+void Session::removeClips()
+{
+    if (mOptions.keepClips || mClipDir.empty())
+        return;
+    std::error_code ec;
+    for (const std::string &clip : mClipPaths)
+        std::filesystem::remove(clip, ec);
 }
 
 void Session::scanAll()

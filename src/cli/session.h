@@ -28,6 +28,15 @@ public:
     bool prepare(std::string &error);
     // Registers the images in the order given, then sorts the list by name. Refusals go to stderr.
     void loadImages(const std::vector<std::string> &paths);
+    // With --template: cuts each sheet, in name order, into clips that join the list in sheet and
+    // cell order (unsorted). False when no folder for the clips could be made.
+    bool loadSheets(const std::vector<std::string> &sheets, std::string &error);
+    // Loads the images or cuts the sheets, as the options say.
+    bool loadInput(std::string &error);
+    // Deletes the clip files at the end unless they are to be kept.
+    void removeClips();
+    const std::string &clipDir() const { return mClipDir; }
+    const std::vector<std::string> &clipPaths() const { return mClipPaths; }
     // Decodes and scans every card in list order, writing each scan log.
     void scanAll();
 
@@ -48,6 +57,8 @@ private:
     Workspace mWs;
     std::vector<Refusal> mRefusals;
     TerminalProgress mProgress;
+    std::string mClipDir;
+    std::vector<std::string> mClipPaths;
 };
 
 // A box text ("line one\rline two") as one line for a terminal.
