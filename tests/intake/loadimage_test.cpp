@@ -192,14 +192,3 @@ TEST_F(LoadFixture, AResolutionOfZeroOrBelowIsRefusedWithoutDividing)
                       " dpi; it must be above 0.");
     }
 }
-
-TEST_F(LoadFixture, ARefusalKeepsTheOtherCards)
-{
-    const IndexedImage im = MakeImage(3, 3, 2);
-    ASSERT_TRUE(load(bmp("1.bmp", im)).Ok);
-    EXPECT_FALSE(load("nothere.bmp").Ok);
-    ASSERT_TRUE(load(bmp("2.bmp", im)).Ok);
-    EXPECT_EQ(ws.CardCount(), 2);
-    EXPECT_EQ(ws.Card(1).FileName, "1.bmp");
-    EXPECT_EQ(ws.Card(2).FileName, "2.bmp");
-}
