@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPdfWriter>
@@ -32,6 +33,11 @@ std::string WithLineFeeds(std::string text)
 bool WritePdfReport(Workspace &ws, const std::string &path, std::string &error)
 {
     error.clear();
+    // Fonts and the PDF engine need a QGuiApplication; without one Qt would abort the program.
+    if (!qobject_cast<QGuiApplication *>(QCoreApplication::instance())) {
+        error = "The PDF report needs a QGuiApplication.";
+        return false;
+    }
     const QFileInfo target(QString::fromStdString(path));
     const QString folder = target.absolutePath();
     if (!QFileInfo(folder).isDir()) {

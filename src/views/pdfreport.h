@@ -14,7 +14,7 @@ namespace velmara {
 // name only when the job ended well, replacing an older file. Returns false when the job failed:
 // nothing new is left at path (an older file there stays untouched) and error holds the message,
 // lines broken by "\n" ("There was an error:", a blank line, five blanks and the failure's text;
-// or the reason the file could not be created).
+// or the reason the file could not be created, or the missing QGuiApplication).
 bool WritePdfReport(Workspace &ws, const std::string &path, std::string &error);
 
 } // namespace velmara
