@@ -4,6 +4,7 @@
 #include "settings/settingsstore.h"
 #include "shell/application.h"
 #include "shell/cardview.h"
+#include "shell/compositeview.h"
 #include "shell/infoform.h"
 #include "shell/picturebox.h"
 #include "shell/toolicons.h"
@@ -70,6 +71,7 @@ MainWindow::MainWindow(Workspace &ws, SettingsStore &store, int screenHeight, QW
     setObjectName(QStringLiteral("frmMain"));
     setWindowIcon(MakeToolIcon(ToolIcon::Application));
     buildControls();
+    mComposite = new CompositeView(*this, mWs, mStore);
     mProgress = std::make_unique<WindowProgress>(ProgressBar1, btnCancel);
     ResultFrame->setTitle(ResultFrameCaption(false, 1));
     setEmptyState();
@@ -342,8 +344,11 @@ QWidget *MainWindow::buildResultFrame()
     connect(ResultPic, &PictureBox::mouseMoved, this,
             [this](int buttons, int shift, double x, double y, QPoint) { onResultMoved(buttons, shift, x, y); });
     connect(ResultPic, &PictureBox::mouseReleased, this, [this](int, int, double, double, QPoint) { onResultReleased(); });
-    // The composite view is built on top of this window later; the box only shows and hides.
-    connect(CompositeCheck, &QCheckBox::clicked, this, [this](bool) {});
+    // Toggled, not clicked: loading unchecks the box in code, and that leaves the view too.
+    connect(CompositeCheck, &QCheckBox::toggled, this, [this](bool) {
+        if (mComposite)
+            mComposite->CompositeCheck_Click();
+    });
     return ResultFrame;
 }
 

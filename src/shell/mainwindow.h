@@ -32,6 +32,7 @@ class QToolButton;
 namespace velmara {
 
 class CardView;
+class CompositeView;
 class InfoForm;
 class PictureBox;
 class SettingsStore;
@@ -46,6 +47,8 @@ public:
     ~MainWindow() override;
 
     Workspace &workspace() { return mWs; }
+    // The chart and swath view shown while CompositeCheck is ticked.
+    CompositeView *compositeView() const { return mComposite; }
 
     // --- Commands, as the buttons and keys run them.
     void btnLoad_Click();
@@ -189,6 +192,7 @@ private:
     int mBusy = 0;            // commands with a pass under way
     bool mSliderGuard = false; // sliders set in code: no handlers
     bool mTabGuard = false;    // tabs rebuilt in code: no click
+    CompositeView *mComposite = nullptr; // owned as a child object
 };
 
 } // namespace velmara

@@ -10,6 +10,7 @@
 #include "shell/application.h"
 #include "shell/cardview.h"
 #include "shell/colourquestionform.h"
+#include "shell/compositeview.h"
 #include "shell/infoform.h"
 #include "shell/picturebox.h"
 #include "shell/prefsform.h"
@@ -208,8 +209,10 @@ void MainWindow::ImageStrip_Click()
         Picture1->clearPicture(Qt::white);
         return;
     }
-    if (CompositeCheck->isChecked())
-        return; // the tabs stand for the views of the composite there
+    if (CompositeCheck->isChecked()) {
+        mComposite->tabClicked(); // the tabs stand for the views of the composite there
+        return;
+    }
     mWs.CurrentCard = std::clamp(ImageStrip->currentIndex() + 1, 1, mWs.CardCount());
     const CardImage &card = mWs.Card(mWs.CurrentCard);
     if (!isMinimized() && mWs.ShownCard != mWs.CurrentCard) {
@@ -258,6 +261,8 @@ void MainWindow::applyCardState(const CardImage &card)
 
 void MainWindow::updateScrollBars()
 {
+    if (CompositeCheck->isChecked())
+        return; // the chart covers the picture; the bars keep their place for the return
     const QSize picture = mShownPicture.size();
     const QSize view = Picture1->size();
     auto setBar = [](QScrollBar *bar, int pictureSide, int viewSide) {
@@ -647,8 +652,11 @@ void MainWindow::btnPrefs_Click()
     const PrefsOutcome outcome = ShowPrefsForm(this, mWs, settings, ImageStrip->currentIndex() == 0);
     if (outcome.Effect.AssignPositions)
         AssignCardPositions(mWs);
+    if (CompositeCheck->isChecked()) {
+        mComposite->applyPrefsEffect(outcome.Effect);
+        return;
+    }
     for (PrefsRedraw redraw : outcome.Effect.Redraws) {
-        // The line chart and swath redraws belong to the composite view.
         if (redraw == PrefsRedraw::UpdateStatsLabels && mWs.CardCount() > 0
             && mWs.Card(mWs.CurrentCard).Scanned)
             UpdateStatsLabels();
@@ -660,8 +668,10 @@ void MainWindow::btnChangeRes_Click()
     Picture1->setFocus();
     if (mWs.CardCount() == 0 || passRunning())
         return;
-    if (CompositeCheck->isChecked())
-        return; // the card position dialog belongs to the composite view
+    if (CompositeCheck->isChecked()) {
+        mComposite->changePositions();
+        return;
+    }
     const QRect picture(Picture1->mapToGlobal(QPoint(0, 0)), Picture1->size());
     ShowResolutionForm(this, mWs, picture, [this](const std::vector<int> &cards) {
         btnChangeRes->setEnabled(false);
@@ -763,7 +773,8 @@ void MainWindow::GraphOption_Click(int index)
     ResultFrame->setTitle(ResultFrameCaption(CompositeCheck->isChecked(), index));
     DrawResult();
     UpdateHistogramLabels();
-    // The composite view's own refresh is added with that view.
+    if (CompositeCheck->isChecked())
+        mComposite->graphModeChanged();
 }
 
 void MainWindow::placeSizeRangeLabel(double x)
@@ -803,11 +814,15 @@ void MainWindow::onResultReleased()
     if (mWs.CardCount() == 0)
         return;
     SizeRangeLabel->hide();
-    if (!CompositeCheck->isChecked() && RangeSelected(mWs))
+    if (CompositeCheck->isChecked())
+        mComposite->refreshAtMouseUp();
+    else if (RangeSelected(mWs))
         CalcSingleRange(mWs, 0);
     mWs.CurrentVMD = GetCurrentVMD(mWs);
     DrawResult();
-    UpdateStatsLabels();
+    // The swath view has put its own texts on the statistics labels.
+    if (!mComposite->swathTabShown())
+        UpdateStatsLabels();
 }
 
 } // namespace velmara

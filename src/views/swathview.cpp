@@ -216,7 +216,9 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, Workspace &ws)
         tickDown(c, L);
         labelUnder(c, ChartText(static_cast<double>(ToSingle(L * interval)), posPattern), L, 7);
     }
-    if (c.lengthToPixelsX(D - width * passes) > 30) {
+    // The right end is labelled where it lies beyond the block; where the two coincide the block's
+    // own label already stands there, and printing it twice would smear it.
+    if (c.lengthToPixelsX(D - width * passes) > 30 && L + D != passes * width) {
         tickDown(c, L + D);
         labelUnder(c, ChartText(static_cast<double>(ToSingle((L + D) * interval)), posPattern), L + D, 7);
     }

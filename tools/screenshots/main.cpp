@@ -18,6 +18,9 @@
 
 using namespace velmara;
 
+// The composite view's states, on a line of their own (compositeshots.cpp).
+bool SaveCompositeShots(const QDir &out, int width, int height);
+
 namespace {
 
 bool save(MainWindow &window, const QDir &out, const char *name)
@@ -92,5 +95,6 @@ int main(int argc, char **argv)
     QTest::mouseRelease(graph, Qt::LeftButton, Qt::NoModifier, QPoint(60, 30));
     QTest::mouseClick(graph, Qt::RightButton, Qt::NoModifier, QPoint(180, 30));
     ok &= save(window, out, "7-range-selected");
+    ok &= SaveCompositeShots(out, width, height);
     return ok ? 0 : 1;
 }
