@@ -18,6 +18,7 @@
 
 #if VELMARA_HAVE_VIEWS && __has_include("views/pdfreport.h")
 #include "views/pdfreport.h"
+#include <QGuiApplication>
 #define VELMARA_CLI_PDF 1
 #endif
 
@@ -191,10 +192,19 @@ int runLine(const Options &o)
     std::string reportNote;
     if (!o.reportFile.empty()) {
 #ifdef VELMARA_CLI_PDF
-        std::string reportError;
-        if (status == kExitOk && !WritePdfReport(ws, o.reportFile, reportError)) {
-            session.tell("the report was not written: " + OneLine(reportError));
-            status = kExitNothing;
+        if (status == kExitOk) {
+            // Qt starts only for the report, and without a display unless one is asked for.
+            if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+                qputenv("QT_QPA_PLATFORM", "offscreen");
+            int qtArgc = 1;
+            char programName[] = "velmara-cli";
+            char *qtArgv[] = {programName, nullptr};
+            QGuiApplication app(qtArgc, qtArgv);
+            std::string reportError;
+            if (!WritePdfReport(ws, o.reportFile, reportError)) {
+                session.tell("the report was not written: " + OneLine(reportError));
+                status = kExitNothing;
+            }
         }
 #else
         session.tell("this build has no PDF report (built without Qt)");

@@ -222,7 +222,12 @@ std::optional<Options> ParseOptions(int argc, char **argv, std::string &error)
 
 std::string HelpText()
 {
-    return R"(velmara-cli: analyse spray cards without a screen.
+#if VELMARA_HAVE_VIEWS && __has_include("views/pdfreport.h")
+    const std::string reportOption = "  --report FILE.pdf      also write the four-page printed report as PDF\n";
+#else
+    const std::string reportOption; // built without Qt: no PDF report
+#endif
+    std::string text = R"(velmara-cli: analyse spray cards without a screen.
 
 Usage:
   velmara-cli scan [options] IMAGE...
@@ -258,8 +263,7 @@ Options for line:
   --out FILE             the analysis results file (default: results.txt or results.csv in the
                          folder of the first card; the path is printed)
   --format txt|csv       text or comma-separated results (default txt)
-  --report FILE.pdf      also write the four-page printed report as PDF
-
+REPORT_OPTION
 Options for multi-card sheets (scan, line, clip):
   --template NAME        cut each sheet with this card template ("<Default>" or a stored one)
   --templates FILE       the template file to read (default: templates.dat in the work folder)
@@ -272,6 +276,8 @@ Options for multi-card sheets (scan, line, clip):
 Messages go to stderr. When stderr is a terminal a progress line shows each card's decode and
 scan. The exit status is 0 when at least one card was analysed, 1 otherwise, 2 for bad usage.
 )";
+    text.replace(text.find("REPORT_OPTION"), 13, reportOption);
+    return text;
 }
 
 } // namespace velmara::cli

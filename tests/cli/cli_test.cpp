@@ -197,3 +197,38 @@ TEST_F(CliTest, SelectedRangeAppendsSizeRangeRecordsToEachScannedLog)
     for (const char *name : {"a.scn", "b.scn"})
         EXPECT_NE(readFile(dir / name).find("Droplet Size Range:"), std::string::npos) << name;
 }
+
+TEST_F(CliTest, ReportIsFourLetterPagesAndTwoCardsLeaveNoPdf)
+{
+    if (runCli("--help", dir).out.find("--report") == std::string::npos)
+        GTEST_SKIP() << "built without the PDF report";
+    const fs::path a = card("a.bmp", 6, 7.0);
+    const fs::path b = card("b.bmp", 9, 7.0);
+    const fs::path c = card("c.bmp", 14, 7.0);
+    const fs::path pdf = dir / "report.pdf";
+    CliRun r = runCli("line --report " + pdf.string() + " --out " + (dir / "r.txt").string() + " " + base()
+                          + a.string() + " " + b.string() + " " + c.string(),
+                      dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    FILE *p = popen(("pdfinfo " + pdf.string() + " 2>/dev/null").c_str(), "r");
+    std::string text;
+    std::array<char, 1024> buf;
+    size_t n;
+    while ((n = fread(buf.data(), 1, buf.size(), p)) > 0)
+        text.append(buf.data(), n);
+    pclose(p);
+    EXPECT_NE(text.find("Pages:           4"), std::string::npos) << text;
+    EXPECT_NE(text.find("612 x 792"), std::string::npos) << text;
+
+    // Two cards: the swath page cannot be drawn, so the whole job is lost; the results file stays.
+    const fs::path pdf2 = dir / "two.pdf";
+    r = runCli("line --report " + pdf2.string() + " --out " + (dir / "r2.txt").string() + " " + base() + a.string()
+                   + " " + b.string(),
+               dir);
+    EXPECT_NE(r.status, 0);
+    EXPECT_FALSE(fs::exists(pdf2));
+    EXPECT_TRUE(fs::exists(dir / "r2.txt"));
+    EXPECT_NE(r.err.find("There was an error:"), std::string::npos) << r.err;
+    for (const auto &entry : fs::directory_iterator(dir))
+        EXPECT_FALSE(entry.path().extension() == ".pdf" && entry.path() != pdf) << "left behind: " << entry.path();
+}
