@@ -250,6 +250,7 @@ QWidget *MainWindow::buildCommandPanel()
     box->addWidget(MaskFrame);
 
     connect(btnLoad, &QPushButton::clicked, this, &MainWindow::btnLoad_Click);
+    connect(btnLoadTemplate, &QToolButton::clicked, this, &MainWindow::btnLoadTemplate_Click);
     connect(btnScanColour, &QPushButton::clicked, this, &MainWindow::btnScanColour_Click);
     connect(btnScanColourAll, &QPushButton::clicked, this, &MainWindow::btnScanColourAll_Click);
     connect(btnScan, &QPushButton::clicked, this, &MainWindow::btnScan_Click);

@@ -52,6 +52,10 @@ public:
 
     // --- Commands, as the buttons and keys run them.
     void btnLoad_Click();
+    // A multi-card scan: asks for the sheet, then loadTemplateSheet (in mainwindowtemplates.cpp).
+    void btnLoadTemplate_Click();
+    // Shows the template load dialog over the sheet; its clips join the list unsorted.
+    void loadTemplateSheet(const QString &path);
     // The answer of the file dialog: one path, or several of one folder. Loads them as the dialog
     // command does, then shows the card to show.
     void loadChosenFiles(const QStringList &paths);
