@@ -23,9 +23,24 @@ public:
     void value(bool flag);
     void value(long long number);
     void value(int number) { value(static_cast<long long>(number)); }
+    void value(long number) { value(static_cast<long long>(number)); }
+    void value(const std::string &text) { value(std::string_view(text)); }
     void value(double number);
     void valueSingle(float number);
     void null();
+
+    // A member of the open object: key, then value.
+    template <typename T>
+    void field(std::string_view name, const T &v)
+    {
+        key(name);
+        value(v);
+    }
+    void fieldSingle(std::string_view name, float v)
+    {
+        key(name);
+        valueSingle(v);
+    }
 
     const std::string &text() const { return mOut; }
 

@@ -71,18 +71,12 @@ void writeSwathJson(JsonWriter &json, const Workspace &ws)
     for (int s = 1; s <= 2; ++s) {
         const SwathSet &set = ws.SwathSets[s];
         json.beginObject();
-        json.key("First");
-        json.value(static_cast<long long>(set.First()));
-        json.key("Width");
-        json.value(static_cast<long long>(set.Width));
-        json.key("MaxCov");
-        json.valueSingle(set.MaxCov);
-        json.key("Passes");
-        json.value(static_cast<long long>(set.Passes));
-        json.key("ProfileMax");
-        json.valueSingle(set.ProfileMax);
-        json.key("RateFactor");
-        json.valueSingle(SwathRateFactor(ws, s));
+        json.field("First", static_cast<long long>(set.First()));
+        json.field("Width", static_cast<long long>(set.Width));
+        json.fieldSingle("MaxCov", set.MaxCov);
+        json.field("Passes", static_cast<long long>(set.Passes));
+        json.fieldSingle("ProfileMax", set.ProfileMax);
+        json.fieldSingle("RateFactor", SwathRateFactor(ws, s));
         json.key("Deposit");
         json.beginArray();
         for (Single v : set.Deposit.Items)
@@ -98,16 +92,11 @@ void writeSwathJson(JsonWriter &json, const Workspace &ws)
         for (size_t w = 1; w < set.Stats.size(); ++w) {
             const SwathStat &st = set.Stats[w];
             json.beginObject();
-            json.key("Width");
-            json.value(static_cast<long long>(w));
-            json.key("Cov");
-            json.valueSingle(st.Cov);
-            json.key("Mean");
-            json.valueSingle(st.Mean);
-            json.key("Max");
-            json.valueSingle(st.Max);
-            json.key("Min");
-            json.valueSingle(st.Min);
+            json.field("Width", static_cast<long long>(w));
+            json.fieldSingle("Cov", st.Cov);
+            json.fieldSingle("Mean", st.Mean);
+            json.fieldSingle("Max", st.Max);
+            json.fieldSingle("Min", st.Min);
             json.endObject();
         }
         json.endArray();
@@ -216,20 +205,13 @@ int runLine(const Options &o)
         JsonWriter json;
         json.beginObject();
         WriteCardsJson(json, ws, session.refusals(), true);
-        json.key("Metric");
-        json.value(ws.Metric);
-        json.key("Sample_Position1");
-        json.value(ws.Spray.Sample_Position1);
-        json.key("Sample_Interval");
-        json.value(ws.Spray.Sample_Interval);
-        json.key("RangeLow");
-        json.valueSingle(ws.RangeLow);
-        json.key("RangeHigh");
-        json.valueSingle(ws.RangeHigh);
-        json.key("RangeSelected");
-        json.value(RangeSelected(ws));
-        json.key("MaxVmdOfCards");
-        json.valueSingle(ws.MaxVmdOfCards);
+        json.field("Metric", ws.Metric);
+        json.field("Sample_Position1", ws.Spray.Sample_Position1);
+        json.field("Sample_Interval", ws.Spray.Sample_Interval);
+        json.fieldSingle("RangeLow", ws.RangeLow);
+        json.fieldSingle("RangeHigh", ws.RangeHigh);
+        json.field("RangeSelected", RangeSelected(ws));
+        json.fieldSingle("MaxVmdOfCards", ws.MaxVmdOfCards);
         json.key("CompositeAll");
         WriteSizeStatsJson(json, ws.CompositeAll);
         json.key("CompositeRange");
@@ -240,10 +222,8 @@ int runLine(const Options &o)
         writeSwathJson(json, ws);
         json.key("ResultsFile");
         json.beginObject();
-        json.key("Path");
-        json.value(outPath);
-        json.key("Format");
-        json.value(o.csv ? "csv" : "txt");
+        json.field("Path", outPath);
+        json.field("Format", o.csv ? "csv" : "txt");
         json.endObject();
         json.key("LogsAppended");
         json.beginArray();
@@ -300,8 +280,7 @@ int runClip(const Options &o)
         JsonWriter json;
         json.beginObject();
         WriteCardsJson(json, ws, session.refusals(), false);
-        json.key("ClipDir");
-        json.value(session.clipDir());
+        json.field("ClipDir", session.clipDir());
         json.endObject();
         std::cout << json.text() << "\n";
     } else {

@@ -9,12 +9,9 @@ namespace {
 void writeStats(JsonWriter &json, const CardStats &s)
 {
     json.beginObject();
-    json.key("Vmd");
-    json.value(s.Vmd);
-    json.key("DropDensity");
-    json.value(s.DropDensity);
-    json.key("VolumeDensity");
-    json.value(s.VolumeDensity);
+    json.field("Vmd", s.Vmd);
+    json.field("DropDensity", s.DropDensity);
+    json.field("VolumeDensity", s.VolumeDensity);
     json.endObject();
 }
 
@@ -24,22 +21,14 @@ void writeClasses(JsonWriter &json, const std::vector<SizeClass> &rows)
     for (size_t r = 1; r < rows.size(); ++r) {
         const SizeClass &c = rows[r];
         json.beginObject();
-        json.key("AreaPx");
-        json.value(static_cast<long long>(c.AreaPx));
-        json.key("Count");
-        json.value(static_cast<long long>(c.Count));
-        json.key("Volume");
-        json.valueSingle(c.Volume);
-        json.key("Diameter");
-        json.valueSingle(c.Diameter);
-        json.key("VolumeFraction");
-        json.valueSingle(c.VolumeFraction);
-        json.key("CumVolumeFraction");
-        json.valueSingle(c.CumVolumeFraction);
-        json.key("NumberFraction");
-        json.valueSingle(c.NumberFraction);
-        json.key("CumNumberFraction");
-        json.valueSingle(c.CumNumberFraction);
+        json.field("AreaPx", static_cast<long long>(c.AreaPx));
+        json.field("Count", static_cast<long long>(c.Count));
+        json.fieldSingle("Volume", c.Volume);
+        json.fieldSingle("Diameter", c.Diameter);
+        json.fieldSingle("VolumeFraction", c.VolumeFraction);
+        json.fieldSingle("CumVolumeFraction", c.CumVolumeFraction);
+        json.fieldSingle("NumberFraction", c.NumberFraction);
+        json.fieldSingle("CumNumberFraction", c.CumNumberFraction);
         json.endObject();
     }
     json.endArray();
@@ -91,20 +80,13 @@ void WriteSizeStatsJson(JsonWriter &json, const SizeStats &s)
     json.beginObject();
     json.key("Stats");
     writeStats(json, s.Stats);
-    json.key("TotalVolume");
-    json.value(s.TotalVolume);
-    json.key("AreaCm2");
-    json.value(s.AreaCm2);
-    json.key("DropCount");
-    json.value(s.DropCount);
-    json.key("MinDiameter");
-    json.value(s.MinDiameter);
-    json.key("MaxDiameter");
-    json.valueSingle(s.MaxDiameter);
-    json.key("MaxClassCount");
-    json.value(static_cast<long long>(s.MaxClassCount));
-    json.key("MaxClassVolume");
-    json.value(s.MaxClassVolume);
+    json.field("TotalVolume", s.TotalVolume);
+    json.field("AreaCm2", s.AreaCm2);
+    json.field("DropCount", s.DropCount);
+    json.field("MinDiameter", s.MinDiameter);
+    json.fieldSingle("MaxDiameter", s.MaxDiameter);
+    json.field("MaxClassCount", static_cast<long long>(s.MaxClassCount));
+    json.field("MaxClassVolume", s.MaxClassVolume);
     json.key("Classes");
     writeClasses(json, s.Classes);
     json.endObject();
@@ -124,55 +106,31 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
         for (int r = 1; r <= c.SizeRows(); ++r)
             stains += c.SizeTable[r].Count;
         json.beginObject();
-        json.key("Index");
-        json.value(i);
-        json.key("FileName");
-        json.value(c.FileName);
-        json.key("FullPath");
-        json.value(c.FullPath);
-        json.key("Dpi");
-        json.value(static_cast<long long>(c.Dpi));
-        json.key("WidthPx");
-        json.value(static_cast<long long>(c.WidthPx));
-        json.key("HeightPx");
-        json.value(static_cast<long long>(c.HeightPx));
-        json.key("MicronsPerPixelX");
-        json.value(c.MicronsPerPixelX);
-        json.key("AreaCm2");
-        json.value(c.AreaCm2);
-        json.key("BackgroundIndex");
-        json.value(static_cast<int>(c.BackgroundIndex));
-        json.key("DitherIndex");
-        json.value(static_cast<int>(c.DitherIndex));
-        json.key("ForegroundPixels");
-        json.value(c.PixelsReady ? foreground : 0);
-        json.key("PixelsReady");
-        json.value(c.PixelsReady);
-        json.key("Scanned");
-        json.value(c.Scanned);
-        json.key("StainCount");
-        json.value(stains);
-        json.key("RejectedCount");
-        json.value(static_cast<long long>(c.RejectedCount));
-        json.key("Vmd");
-        json.value(c.Stats.Vmd);
-        json.key("DropDensity");
-        json.value(c.Stats.DropDensity);
-        json.key("VolumeDensity");
-        json.value(c.Stats.VolumeDensity);
-        json.key("TotalVolume");
-        json.value(c.TotalVolume);
-        json.key("MinDiameter");
-        json.valueSingle(c.MinDiameter);
-        json.key("MaxDiameter");
-        json.valueSingle(c.MaxDiameter);
-        json.key("Deposit");
-        json.value(c.Stats.VolumeDensity * ws.DepositFactor[u]);
-        json.key("DepositUnit");
-        json.value(ws.DepositUnit[u]);
+        json.field("Index", i);
+        json.field("FileName", c.FileName);
+        json.field("FullPath", c.FullPath);
+        json.field("Dpi", static_cast<long long>(c.Dpi));
+        json.field("WidthPx", static_cast<long long>(c.WidthPx));
+        json.field("HeightPx", static_cast<long long>(c.HeightPx));
+        json.field("MicronsPerPixelX", c.MicronsPerPixelX);
+        json.field("AreaCm2", c.AreaCm2);
+        json.field("BackgroundIndex", static_cast<int>(c.BackgroundIndex));
+        json.field("DitherIndex", static_cast<int>(c.DitherIndex));
+        json.field("ForegroundPixels", c.PixelsReady ? foreground : 0);
+        json.field("PixelsReady", c.PixelsReady);
+        json.field("Scanned", c.Scanned);
+        json.field("StainCount", stains);
+        json.field("RejectedCount", static_cast<long long>(c.RejectedCount));
+        json.field("Vmd", c.Stats.Vmd);
+        json.field("DropDensity", c.Stats.DropDensity);
+        json.field("VolumeDensity", c.Stats.VolumeDensity);
+        json.field("TotalVolume", c.TotalVolume);
+        json.fieldSingle("MinDiameter", c.MinDiameter);
+        json.fieldSingle("MaxDiameter", c.MaxDiameter);
+        json.field("Deposit", c.Stats.VolumeDensity * ws.DepositFactor[u]);
+        json.field("DepositUnit", ws.DepositUnit[u]);
         if (withLine) {
-            json.key("Position");
-            json.valueSingle(c.Position);
+            json.fieldSingle("Position", c.Position);
             json.key("LineStats");
             writeStats(json, static_cast<size_t>(i) < ws.LineStats.size() ? ws.LineStats[i] : CardStats{});
         }
@@ -185,10 +143,8 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
     json.beginArray();
     for (const Refusal &r : refusals) {
         json.beginObject();
-        json.key("FileName");
-        json.value(r.FileName);
-        json.key("Message");
-        json.value(r.Message);
+        json.field("FileName", r.FileName);
+        json.field("Message", r.Message);
         json.endObject();
     }
     json.endArray();
