@@ -88,6 +88,39 @@ protected:
     }
 };
 
+// A card's marker under the line: an empty bordered box, white for a scanned card. Painted by
+// hand: a line of 1000 cards makes 1000 of them, and labels with palettes cost far more.
+class CardMarkerBox : public QLabel
+{
+public:
+    explicit CardMarkerBox(QWidget *parent) : QLabel(parent)
+    {
+        setAttribute(Qt::WA_OpaquePaintEvent);
+        setMouseTracking(true);
+        hide();
+    }
+    void setFill(QRgb fill)
+    {
+        if (fill != mFill) {
+            mFill = fill;
+            update();
+        }
+    }
+    QRgb fill() const { return mFill; }
+
+protected:
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter p(this);
+        p.fillRect(rect(), QColor::fromRgb(mFill));
+        p.setPen(Qt::black);
+        p.drawRect(rect().adjusted(0, 0, -1, -1));
+    }
+
+private:
+    QRgb mFill = kChartWhite;
+};
+
 QLabel *valueLabel(QWidget *parent)
 {
     auto *label = new QLabel(parent);
@@ -422,9 +455,7 @@ void CompositeView::DrawLineChart()
         QLabel *label = CardLabel[static_cast<size_t>(i)];
         const CardMarker &m = layout.Markers[static_cast<size_t>(i)];
         label->setGeometry(m.Rect);
-        QPalette pal = label->palette();
-        pal.setColor(QPalette::Window, m.Scanned ? QColor(Qt::white) : QColor::fromRgb(kUnscannedMarker));
-        label->setPalette(pal);
+        static_cast<CardMarkerBox *>(label)->setFill(m.Scanned ? kChartWhite : kUnscannedMarker);
         label->show();
     }
     for (size_t i = static_cast<size_t>(n) + 1; i < CardLabel.size(); ++i)
@@ -563,14 +594,9 @@ void CompositeView::hideCardLabels()
 void CompositeView::ensureCardLabels(int count)
 {
     while (CardLabel.size() < static_cast<size_t>(count) + 1) {
-        auto *label = new QLabel(mSurface);
-        label->setFrameShape(QFrame::Box);
-        label->setLineWidth(1);
-        label->setAutoFillBackground(true);
-        label->setMouseTracking(true);
+        auto *label = new CardMarkerBox(mSurface);
         label->setProperty(kCardIndexProperty, static_cast<int>(CardLabel.size()));
         label->installEventFilter(this);
-        label->hide();
         CardLabel.push_back(label);
     }
 }

@@ -158,15 +158,25 @@ QFont PainterChartCanvas::qtFont(const ChartFont &font)
     return f;
 }
 
+const QFontMetricsF &PainterChartCanvas::metrics(const ChartFont &font) const
+{
+    if (!mMetrics || font.Name != mMetricsFont.Name || font.Size != mMetricsFont.Size || font.Bold != mMetricsFont.Bold) {
+        mMetricsFont = font;
+        mFont = std::make_unique<QFont>(qtFont(font));
+        mMetrics = std::make_unique<QFontMetricsF>(*mFont, &mImage);
+    }
+    return *mMetrics;
+}
+
 double PainterChartCanvas::textWidthPixels(const QString &text) const
 {
-    return QFontMetricsF(qtFont(Font), &mImage).horizontalAdvance(text);
+    return metrics(Font).horizontalAdvance(text);
 }
 
 double PainterChartCanvas::textHeightPixels(const QString &text) const
 {
     Q_UNUSED(text)
-    return QFontMetricsF(qtFont(Font), &mImage).height();
+    return metrics(Font).height();
 }
 
 void PainterChartCanvas::clear(QRgb background)
@@ -234,32 +244,32 @@ void PainterChartCanvas::pixelEllipse(QPointF centre, double radius, QRgb outlin
 
 void PainterChartCanvas::pixelPolyline(const std::vector<QPointF> &points, QRgb colour, int width)
 {
-    std::vector<QPointF> kept;
-    kept.reserve(points.size());
-    for (const QPointF &p : points)
-        kept.push_back(held(p));
+    // Segment by segment: a profile of thousands of points folds over itself, and filling it as
+    // one stroked path costs far more than drawing its pieces.
+    std::vector<QLineF> segments;
+    segments.reserve(points.size());
+    for (size_t i = 1; i < points.size(); ++i)
+        segments.emplace_back(held(points[i - 1]), held(points[i]));
     QPen pen(QColor::fromRgb(colour));
     pen.setWidth(std::max(1, width));
-    pen.setJoinStyle(Qt::RoundJoin);
     pen.setCapStyle(Qt::RoundCap);
     mPainter.setPen(pen);
-    mPainter.setRenderHint(QPainter::Antialiasing, true);
-    mPainter.drawPolyline(kept.data(), static_cast<int>(kept.size()));
+    mPainter.setRenderHint(QPainter::Antialiasing, false);
+    mPainter.drawLines(segments.data(), static_cast<int>(segments.size()));
 }
 
 void PainterChartCanvas::pixelText(QPointF topLeft, const QString &text, const ChartFont &font, QRgb colour,
                                    int angle)
 {
-    const QFont f = qtFont(font);
-    const QFontMetricsF metrics(f, &mImage);
-    mPainter.setFont(f);
+    const QFontMetricsF &m = metrics(font);
+    mPainter.setFont(*mFont);
     mPainter.setPen(QColor::fromRgb(colour));
     mPainter.save();
     mPainter.translate(held(topLeft));
     // Angles turn counter-clockwise on the screen; the painter turns clockwise.
     if (angle != 0)
         mPainter.rotate(-angle);
-    mPainter.drawText(QPointF(0, metrics.ascent()), text);
+    mPainter.drawText(QPointF(0, m.ascent()), text);
     mPainter.restore();
 }
 

@@ -10,6 +10,8 @@
 
 #include "views/canvas.h"
 
+#include <QFont>
+#include <QFontMetricsF>
 #include <QImage>
 #include <QPainter>
 #include <QPointF>
@@ -132,8 +134,13 @@ protected:
 
 private:
     void setPen(QRgb colour, int width, Style style);
+    // Font lookups are slow next to drawing: the font and metrics of the last chart font are kept.
+    const QFontMetricsF &metrics(const ChartFont &font) const;
     QImage &mImage;
     QPainter mPainter;
+    mutable ChartFont mMetricsFont;
+    mutable std::unique_ptr<QFont> mFont;
+    mutable std::unique_ptr<QFontMetricsF> mMetrics;
 };
 
 class RecordingChartCanvas : public ChartCanvas

@@ -352,7 +352,10 @@ TEST_F(CompositeTest, UnscannedCardsKeysAndResize)
     enter();
     ASSERT_TRUE(view->isOn());
     ASSERT_FALSE(ws.Card(2).Scanned);
-    EXPECT_EQ(view->CardLabel[2]->palette().color(QPalette::Window), QColor(255, 200, 200));
+    const QImage marker = view->CardLabel[2]->grab().toImage();
+    EXPECT_EQ(marker.pixelColor(marker.width() / 2, marker.height() / 2), QColor(255, 200, 200));
+    const QImage scanned = view->CardLabel[1]->grab().toImage();
+    EXPECT_EQ(scanned.pixelColor(scanned.width() / 2, scanned.height() / 2), QColor(Qt::white));
     moveOnto(view->CardLabel[2]);
     EXPECT_FALSE(view->CalloutsShown);
     EXPECT_EQ(ws.LineStats[2].Vmd, 0);
