@@ -61,11 +61,11 @@ constexpr int kSheetTop = 75;
 constexpr int kRowTop = 12;       // the row of boxes across
 constexpr int kColumnTop = 110;   // the first box down
 constexpr int kColumnStep = 35;
-constexpr int kLabelWidth = 52;
+constexpr int kLabelWidth = 58;
 constexpr int kBoxWidth = 56;
 constexpr int kBoxHeight = 22;
 constexpr int kSpinWidth = 16;
-constexpr int kAcrossStep = 140;
+constexpr int kAcrossStep = 146;
 
 } // namespace
 
@@ -90,7 +90,7 @@ TemplateManagerForm::~TemplateManagerForm() = default;
 
 void TemplateManagerForm::buildControls()
 {
-    setFixedSize(640, 552);
+    setFixedSize(664, 552);
 
     auto *templateLabel = new QLabel(QStringLiteral("Template:"), this);
     templateLabel->setGeometry(10, 10, 190, 18);

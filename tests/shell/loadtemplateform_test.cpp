@@ -1,0 +1,442 @@
+// The template load dialog over the sample sheet (nine cards of the default template at 300 dpi,
+// from the top left corner, so the default grid fits it exactly), the cut it makes, and the main
+// window's command around it. With VELMARA_SHOTS=<dir> set, TemplateShots saves pictures of both
+// template dialogs into <dir>.
+
+#include "settings/settingsstore.h"
+#include "shell/loadtemplateform.h"
+#include "shell/mainwindow.h"
+#include "shell/templatemanagerform.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+using namespace velmara;
+
+namespace {
+
+const char *const kSheet = VELMARA_SOURCE_DIR "/samples/sheet/sheet3x3.gif";
+
+void EnsureApp()
+{
+    if (QApplication::instance())
+        return;
+    static int argc = 1;
+    static char name[] = "test_shell";
+    static char *argv[] = {name, nullptr};
+    new QApplication(argc, argv);
+}
+
+// Runs the event loop until cond holds or two seconds pass.
+template <typename F>
+bool WaitFor(F cond)
+{
+    QElapsedTimer t;
+    t.start();
+    while (!cond() && t.elapsed() < 2000)
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+    return cond();
+}
+
+class LoadForm : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        EnsureApp();
+        ASSERT_TRUE(dir.isValid());
+        ws.TempDir = dir.path().toStdString() + "/";
+    }
+    std::unique_ptr<LoadTemplateForm> open(int res = 300, const char *sheet = kSheet, int screen = 768)
+    {
+        auto form = std::make_unique<LoadTemplateForm>(ws, settings, screen);
+        form->TemplateFile = sheet;
+        form->Res = res;
+        form->setMessageHook([this](const QString &t) { messages << t; });
+        form->show();
+        WaitFor([&] { return form->pictureLoaded() || !form->loadError().empty(); });
+        return form;
+    }
+    // A press in the middle of cell n.
+    static void clickCell(LoadTemplateForm &form, int n)
+    {
+        const GridCell c = form.grid().cell(n);
+        const QPoint p(static_cast<int>(form.grid().inchesToViewX(c.Left + c.Width / 2)),
+                       static_cast<int>(form.grid().inchesToViewY(c.Top + c.Height / 2)));
+        QTest::mouseClick(form.Picture1, Qt::LeftButton, {}, p);
+    }
+    static void typeRes(LoadTemplateForm &form, const char *text)
+    {
+        form.ResCombo->setFocus();
+        form.ResCombo->lineEdit()->selectAll();
+        QTest::keyClicks(form.ResCombo->lineEdit(), text);
+        QTest::keyClick(form.ResCombo->lineEdit(), Qt::Key_Return);
+    }
+
+    QTemporaryDir dir;
+    Workspace ws;
+    MemorySettings settings;
+    QStringList messages;
+};
+
+} // namespace
+
+TEST_F(LoadForm, ActivationShowsTheWholeSheetUnderTheGrid)
+{
+    auto form = open();
+    ASSERT_TRUE(form->pictureLoaded()) << form->loadError();
+    EXPECT_EQ(form->windowTitle(), "Load Card Template");
+    EXPECT_EQ(form->ResCombo->currentText(), "300");
+    EXPECT_FALSE(form->LoadingLabel->isVisible());
+    // 1725 x 2700 pixels: the box keeps its height and takes the sheet's ratio.
+    EXPECT_EQ(form->Picture1->height(), 520);
+    EXPECT_EQ(form->Picture1->width(), 332);
+    EXPECT_EQ(form->shownPicture().size(), form->Picture1->size());
+    // 1725 pixels come back from hundredths of a millimetre as 1725.02, plus 0.5, rounded: 1726.
+    EXPECT_NEAR(form->grid().scaleWidth(), 1726 / 300.0, 1e-5);
+    EXPECT_EQ(form->grid().cellCount(), 9);
+    EXPECT_TRUE(form->btnOK->isEnabled());
+    EXPECT_TRUE(form->btnOK->isDefault());
+
+    // The red border of cell 5 is painted where the grid puts it.
+    const QImage shot = form->Picture1->grab().toImage();
+    const GridCell c5 = form->grid().cell(5);
+    const int x = static_cast<int>(std::lround(form->grid().inchesToViewX(c5.Left)));
+    const int y = static_cast<int>(std::lround(form->grid().inchesToViewY(c5.Top + c5.Height / 2)));
+    EXPECT_EQ(shot.pixelColor(x, y), QColor(255, 0, 0));
+}
+
+TEST_F(LoadForm, ShiftsMoveTheGridByScreenPixelsAndNeverRescaleThePicture)
+{
+    auto form = open();
+    const qint64 cached = form->shownPicture().cacheKey();
+    // The grid spans the sheet exactly: any step right or up puts a cell off it.
+    QTest::keyClick(form.get(), Qt::Key_Right);
+    EXPECT_EQ(form->grid().offsetX(), 1);
+    EXPECT_FALSE(form->btnOK->isEnabled());
+    form->ShiftButton[4]->click();
+    EXPECT_TRUE(form->btnOK->isEnabled());
+    QTest::keyClick(form->ResCombo->lineEdit(), Qt::Key_Up); // whatever has the focus
+    EXPECT_EQ(form->grid().offsetY(), -1);
+    EXPECT_FALSE(form->btnOK->isEnabled());
+    form->ShiftButton[3]->click();
+    form->ShiftButton[3]->click();
+    EXPECT_EQ(form->grid().offsetY(), 1);
+    EXPECT_FALSE(form->btnOK->isEnabled()) << "the bottom row now passes the lower edge";
+    QTest::keyClick(form.get(), Qt::Key_Up);
+    EXPECT_TRUE(form->btnOK->isEnabled());
+    EXPECT_EQ(form->shownPicture().cacheKey(), cached);
+}
+
+TEST_F(LoadForm, AClickTogglesTheCellUnderItOnly)
+{
+    auto form = open();
+    clickCell(*form, 5);
+    EXPECT_FALSE(form->grid().selected(5));
+    EXPECT_TRUE(form->grid().selected(4));
+    // A deselected cell is drawn dotted: some of its border pixels are left as the scan shows.
+    const QImage shot = form->Picture1->grab().toImage();
+    const GridCell c5 = form->grid().cell(5);
+    const int x = static_cast<int>(std::lround(form->grid().inchesToViewX(c5.Left)));
+    const int y0 = static_cast<int>(std::lround(form->grid().inchesToViewY(c5.Top)));
+    int red = 0;
+    for (int y = y0 + 2; y < y0 + 42; ++y)
+        red += shot.pixelColor(x, y) == QColor(255, 0, 0);
+    EXPECT_GT(red, 5);
+    EXPECT_LT(red, 35);
+    clickCell(*form, 5);
+    EXPECT_TRUE(form->grid().selected(5));
+    // In the gap between cells 1 and 2 nothing changes.
+    const GridCell c1 = form->grid().cell(1);
+    QTest::mouseClick(form->Picture1, Qt::LeftButton, {},
+                      QPoint(static_cast<int>(form->grid().inchesToViewX(c1.Left + c1.Width + 0.125)), 40));
+    for (int n = 1; n <= 9; ++n)
+        EXPECT_TRUE(form->grid().selected(n)) << n;
+}
+
+TEST_F(LoadForm, EnterInResComboAppliesTheResolutionAndBadTextBringsTheLastBack)
+{
+    auto form = open();
+    form->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(form.get()));
+    typeRes(*form, "600");
+    EXPECT_FALSE(form->btnOK->isDefault()) << "Enter belongs to the box while it has the focus";
+    EXPECT_TRUE(form->isVisible()) << "Enter did not press OK";
+    EXPECT_EQ(form->Res, 600);
+    // At twice the resolution the same sheet is half as many inches: the grid takes twice the share.
+    EXPECT_NEAR(form->grid().scaleWidth(), 45641 / 26.46 / 600, 1e-4);
+    EXPECT_FALSE(form->btnOK->isEnabled());
+    for (const char *bad : {"abc", "0", "40000", "6e2"}) {
+        typeRes(*form, bad);
+        EXPECT_EQ(form->Res, 600) << bad;
+        EXPECT_EQ(form->ResCombo->currentText(), "600") << bad;
+    }
+    EXPECT_TRUE(messages.isEmpty());
+    // Choosing from the list applies at once.
+    form->ResCombo->setCurrentIndex(0);
+    emit form->ResCombo->activated(0);
+    EXPECT_EQ(form->Res, 150);
+    EXPECT_TRUE(form->btnOK->isEnabled());
+    form->Picture1->setFocus();
+    QApplication::processEvents();
+    EXPECT_TRUE(form->btnOK->isDefault());
+}
+
+TEST_F(LoadForm, TemplatesButtonTakesTheManagersValuesAndSelectsEveryCellAgain)
+{
+    auto form = open();
+    clickCell(*form, 2);
+    form->setManagerRunner([](TemplateManagerForm &manager) {
+        EXPECT_EQ(manager.comboTemplates->currentText(), "<Default>");
+        manager.spinDown(TemplateBox::HNum)->click();
+        manager.btnAccept->click();
+    });
+    form->btnTemplates->click();
+    EXPECT_EQ(form->TemplateNumH, 2);
+    EXPECT_EQ(form->TemplateName, "<No Name>");
+    EXPECT_EQ(form->grid().cellCount(), 6);
+    EXPECT_TRUE(form->grid().selected(2));
+    EXPECT_EQ(form->ResCombo->currentText(), "300");
+
+    clickCell(*form, 1);
+    form->setManagerRunner([](TemplateManagerForm &manager) {
+        // The load dialog's "<No Name>" is not in the list: it stands there in memory.
+        EXPECT_EQ(manager.comboTemplates->currentText(), "<No Name>");
+        manager.spinDown(TemplateBox::VNum)->click();
+        manager.btnCancel->click();
+    });
+    form->btnTemplates->click();
+    EXPECT_EQ(form->TemplateNumV, 3);
+    EXPECT_TRUE(form->grid().selected(1)) << "also after Cancel";
+}
+
+TEST_F(LoadForm, OkCutsEachSelectedCellWithTheBlueMarkAndStoresTheTemplate)
+{
+    ws.LastClipIndex = 4;
+    auto form = open();
+    clickCell(*form, 3);
+    std::vector<std::pair<int, int>> marked; // card added, cell marked at that moment
+    form->setCardAddedHook([&](int card) { marked.emplace_back(card, form->cellInWork()); });
+    form->btnOK->click();
+    EXPECT_EQ(form->result(), QDialog::Accepted);
+    ASSERT_EQ(ws.CardCount(), 8);
+    const std::vector<std::pair<int, int>> expected = {{1, 1}, {2, 2}, {3, 4}, {4, 5}, {5, 6},
+                                                       {6, 7}, {7, 8}, {8, 9}};
+    EXPECT_EQ(marked, expected);
+    EXPECT_EQ(form->cellInWork(), 0);
+    EXPECT_EQ(ws.Card(1).FileName, "clip05.bmp");
+    EXPECT_EQ(ws.Card(3).FileName, "clip08.bmp") << "the skipped cell keeps its number";
+    EXPECT_EQ(ws.LastClipIndex, 13);
+    EXPECT_FALSE(QFile::exists(dir.filePath("clip07.bmp")));
+    // A quarter inch less than the cell, at 300 dpi.
+    EXPECT_EQ(ws.Card(1).WidthPx, 450);
+    EXPECT_EQ(ws.Card(1).HeightPx, 750);
+    EXPECT_TRUE(messages.isEmpty()) << messages.join("|").toStdString();
+
+    const std::vector<std::string> keys = {"TemplateName", "TemplateNumH", "TemplateNumV", "TemplateSizeH",
+                                           "TemplateSizeV", "TemplateSpaceH", "TemplateSpaceV"};
+    for (const std::string &k : keys)
+        EXPECT_TRUE(settings.Has("Settings", k)) << k;
+    EXPECT_EQ(settings.GetSetting("Settings", "TemplateSizeV", ""), "2.75");
+    EXPECT_EQ(settings.GetSetting("Settings", "TemplateSpaceV", ""), "0.375");
+    EXPECT_EQ(settings.GetSetting("Settings", "TemplateName", ""), "<Default>");
+}
+
+TEST_F(LoadForm, NothingSelectedStillUsesUpTheNumbersAndCancelCutsNothing)
+{
+    {
+        auto form = open();
+        for (int n = 1; n <= 9; ++n)
+            clickCell(*form, n);
+        form->btnOK->click();
+        EXPECT_EQ(ws.CardCount(), 0);
+        EXPECT_EQ(ws.LastClipIndex, 9);
+        EXPECT_TRUE(settings.Has("Settings", "TemplateNumH"));
+    }
+    MemorySettings untouched;
+    LoadTemplateForm form(ws, untouched, 768);
+    form.TemplateFile = kSheet;
+    form.Res = 300;
+    form.show();
+    ASSERT_TRUE(WaitFor([&] { return form.pictureLoaded(); }));
+    QTest::keyClick(&form, Qt::Key_Escape);
+    EXPECT_EQ(form.result(), QDialog::Rejected);
+    EXPECT_EQ(ws.CardCount(), 0);
+    EXPECT_EQ(ws.LastClipIndex, 9);
+    EXPECT_TRUE(untouched.Writes().empty());
+}
+
+TEST_F(LoadForm, StoredSettingsOutsideTheirRangesFallBack)
+{
+    settings.SaveSetting("Settings", "TemplateName", "Field B");
+    settings.SaveSetting("Settings", "TemplateNumH", "7");
+    settings.SaveSetting("Settings", "TemplateNumV", "2");
+    settings.SaveSetting("Settings", "TemplateSizeH", "abc");
+    settings.SaveSetting("Settings", "TemplateSizeV", "0");
+    settings.SaveSetting("Settings", "TemplateSpaceH", "-1");
+    settings.SaveSetting("Settings", "TemplateSpaceV", "0.5");
+    LoadTemplateForm form(ws, settings, 600);
+    EXPECT_EQ(form.TemplateName, "Field B");
+    EXPECT_EQ(form.TemplateNumH, 3);
+    EXPECT_EQ(form.TemplateNumV, 2);
+    EXPECT_EQ(form.TemplateSizeH, 1.75f);
+    EXPECT_EQ(form.TemplateSizeV, 2.75f);
+    EXPECT_EQ(form.TemplateSpaceH, 0.25f);
+    EXPECT_EQ(form.TemplateSpaceV, 0.5f);
+}
+
+TEST_F(LoadForm, SmallScreenAndUnreadableSheet)
+{
+    auto small = open(300, kSheet, 600);
+    EXPECT_EQ(small->Picture1->height(), 450);
+    small->reject();
+
+    const QByteArray notAPicture = dir.filePath("sheet.bmp").toLocal8Bit();
+    QFile f(QString::fromLocal8Bit(notAPicture));
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("not a picture");
+    f.close();
+    auto form = open(300, notAPicture.constData());
+    EXPECT_FALSE(form->pictureLoaded());
+    EXPECT_FALSE(form->loadError().empty());
+    EXPECT_TRUE(WaitFor([&] { return !form->isVisible(); }));
+    EXPECT_EQ(form->result(), QDialog::Rejected);
+}
+
+// The main window's command: the dialog is driven while it runs modally.
+TEST_F(LoadForm, MainWindowAddsTheClipsUnsortedAndShowsTheLast)
+{
+    auto store = std::make_unique<SettingsStore>(dir.filePath(QStringLiteral("settings.ini")));
+    store->SaveSetting("Prefs", "DefaultRes", "300");
+    MainWindow window(ws, *store, 768);
+    QStringList windowMessages;
+    window.setMessageHook([&](const QString &t) { windowMessages << t; });
+    window.show();
+    QDir sheets(dir.filePath(QStringLiteral("sheets")));
+    ASSERT_TRUE(sheets.mkpath(QStringLiteral(".")));
+    ASSERT_TRUE(QFile::copy(QString::fromLatin1(kSheet), sheets.filePath(QStringLiteral("sheet3x3.gif"))));
+
+    bool driven = false;
+    QTimer::singleShot(0, [&] {
+        auto *form = qobject_cast<LoadTemplateForm *>(QApplication::activeModalWidget());
+        if (!form || !WaitFor([&] { return form->pictureLoaded(); })) {
+            ADD_FAILURE() << "no load dialog with its sheet";
+            if (QWidget *modal = QApplication::activeModalWidget())
+                modal->close();
+            return;
+        }
+        EXPECT_EQ(form->Res, 300);
+        clickCell(*form, 1);
+        driven = true;
+        form->btnOK->click();
+    });
+    window.loadTemplateSheet(sheets.filePath(QStringLiteral("sheet3x3.gif")));
+    EXPECT_TRUE(driven);
+    ASSERT_EQ(ws.CardCount(), 8);
+    EXPECT_EQ(window.ImageStrip->count(), 8);
+    EXPECT_EQ(window.ImageStrip->tabText(0), "clip02.bmp");
+    EXPECT_EQ(ws.CurrentCard, 8);
+    EXPECT_EQ(window.ImageStrip->currentIndex(), 7);
+    EXPECT_EQ(ws.InitialDir, sheets.absolutePath().toStdString() + "/");
+    EXPECT_EQ(store->GetSetting("Settings", "TemplateNumH", ""), "3");
+    EXPECT_TRUE(windowMessages.isEmpty()) << windowMessages.join("|").toStdString();
+
+    // A sheet that cannot be read: "Error: " and the reason, then as after Cancel.
+    const QString bad = sheets.filePath(QStringLiteral("bad.gif"));
+    QFile f(bad);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("GIF89a");
+    f.close();
+    window.loadTemplateSheet(bad);
+    ASSERT_EQ(windowMessages.size(), 1);
+    EXPECT_TRUE(windowMessages[0].startsWith("Error: ")) << windowMessages[0].toStdString();
+    EXPECT_EQ(ws.CardCount(), 8);
+    EXPECT_EQ(ws.CurrentCard, 8);
+}
+
+TEST_F(LoadForm, TemplateShots)
+{
+    const QByteArray shots = qgetenv("VELMARA_SHOTS");
+    if (shots.isEmpty())
+        GTEST_SKIP() << "VELMARA_SHOTS not set";
+    const QString out = QString::fromLocal8Bit(shots);
+    QDir().mkpath(out);
+    auto save = [&](QWidget &w, const QString &name) {
+        QApplication::processEvents();
+        EXPECT_TRUE(w.grab().save(out + "/" + name + ".png")) << name.toStdString();
+    };
+
+    struct SilentHost : TemplateManagerHost
+    {
+        void showMessage(const std::string &) override {}
+        bool askYesNo(const std::string &) override { return false; }
+        std::string askText(const std::string &, const std::string &) override { return {}; }
+    } host;
+    {
+        TemplateManagerForm manager(ws.TempDir, DefaultTemplate(), &host);
+        manager.show();
+        manager.activateWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(&manager));
+        save(manager, "templatemanager_default");
+        const TemplateBox boxes[] = {TemplateBox::HSize, TemplateBox::HSpace, TemplateBox::VSize,
+                                     TemplateBox::VSpace};
+        for (int i = 0; i < 4; ++i) {
+            manager.box(boxes[i])->setFocus();
+            save(manager, QStringLiteral("templatemanager_mark%1").arg(i + 1));
+        }
+        manager.comboTemplates->setFocus();
+        for (TemplateBox b : {TemplateBox::HNum, TemplateBox::VNum})
+            for (int i = 0; i < 2; ++i)
+                manager.spinUp(b)->click();
+        save(manager, "templatemanager_5x5");
+        for (TemplateBox b : {TemplateBox::HNum, TemplateBox::VNum})
+            for (int i = 0; i < 4; ++i)
+                manager.spinDown(b)->click();
+        save(manager, "templatemanager_1x1");
+    }
+    auto form = open();
+    save(*form, "loadtemplate_grid");
+    clickCell(*form, 2);
+    clickCell(*form, 6);
+    save(*form, "loadtemplate_cells_off");
+    for (int i = 0; i < 6; ++i)
+        form->ShiftButton[2]->click();
+    save(*form, "loadtemplate_past_edge");
+    EXPECT_FALSE(form->btnOK->isEnabled());
+}
+
+// With VELMARA_BIG_SHEET=<file> set (a 1200-dpi letter sheet, say), times the opening of the
+// dialog and one shift step, each against its budget.
+TEST_F(LoadForm, LargeSheetTiming)
+{
+    const QByteArray big = qgetenv("VELMARA_BIG_SHEET");
+    if (big.isEmpty())
+        GTEST_SKIP() << "VELMARA_BIG_SHEET not set";
+    QElapsedTimer t;
+    t.start();
+    auto form = open(1200, big.constData());
+    ASSERT_TRUE(form->pictureLoaded()) << form->loadError();
+    QApplication::processEvents();
+    const qint64 opened = t.elapsed();
+    t.restart();
+    form->ShiftButton[3]->click();
+    form->Picture1->repaint();
+    const qint64 shifted = t.nsecsElapsed() / 1000;
+    std::printf("open and show %lld ms, one shift step %lld us\n", static_cast<long long>(opened),
+                static_cast<long long>(shifted));
+    EXPECT_LT(opened, 1500);
+    EXPECT_LT(shifted, 5000);
+}

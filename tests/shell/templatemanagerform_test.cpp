@@ -1,0 +1,308 @@
+// The template manager dialog drives its rules: typed keys, arrows, focus, Save, the Delete key
+// and Accept, and the sheet it paints.
+
+#include "shell/templatemanagerform.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+#include <deque>
+
+using namespace velmara;
+
+namespace {
+
+void EnsureApp()
+{
+    if (QApplication::instance())
+        return;
+    static int argc = 1;
+    static char name[] = "test_shell";
+    static char *argv[] = {name, nullptr};
+    new QApplication(argc, argv);
+}
+
+// Answers the manager's boxes by script and keeps what they said.
+struct ScriptHost : TemplateManagerHost
+{
+    void showMessage(const std::string &text) override { messages.push_back(text); }
+    bool askYesNo(const std::string &text) override
+    {
+        questions.push_back(text);
+        return yes;
+    }
+    std::string askText(const std::string &prompt, const std::string &) override
+    {
+        prompts.push_back(prompt);
+        if (answers.empty())
+            return {};
+        std::string a = answers.front();
+        answers.pop_front();
+        return a;
+    }
+    std::vector<std::string> messages, questions, prompts;
+    std::deque<std::string> answers;
+    bool yes = true;
+};
+
+class ManagerForm : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        EnsureApp();
+        ASSERT_TRUE(dir.isValid());
+    }
+    std::string tempDir() const { return dir.path().toStdString() + "/"; }
+    QString file() const { return dir.filePath(QStringLiteral("templates.dat")); }
+    QByteArray fileBytes() const
+    {
+        QFile f(file());
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+    }
+    std::unique_ptr<TemplateManagerForm> open(const CardTemplate &current = DefaultTemplate())
+    {
+        auto form = std::make_unique<TemplateManagerForm>(tempDir(), current, &host);
+        form->show();
+        QApplication::processEvents();
+        return form;
+    }
+    static QString text(TemplateManagerForm &f, TemplateBox b) { return f.box(b)->text(); }
+    // Replaces the text of a box as the user would, then leaves it with Tab.
+    static void retype(TemplateManagerForm &f, TemplateBox b, const char *typed)
+    {
+        QLineEdit *box = f.box(b);
+        box->setFocus();
+        box->selectAll();
+        QTest::keyClicks(box, typed);
+        QTest::keyClick(box, Qt::Key_Tab);
+    }
+
+    QTemporaryDir dir;
+    ScriptHost host;
+};
+
+} // namespace
+
+TEST_F(ManagerForm, OpensOnTheDefaultAndDrawsTheSheetToScale)
+{
+    auto form = open();
+    EXPECT_EQ(form->windowTitle(), "Template Manager");
+    ASSERT_EQ(form->comboTemplates->count(), 1);
+    EXPECT_EQ(form->comboTemplates->currentText(), "<Default>");
+    EXPECT_EQ(text(*form, TemplateBox::HNum), "3");
+    EXPECT_EQ(text(*form, TemplateBox::HSize), "1.75");
+    EXPECT_EQ(text(*form, TemplateBox::HSpace), "0.25");
+    EXPECT_EQ(text(*form, TemplateBox::VSize), "2.75");
+    EXPECT_EQ(text(*form, TemplateBox::VSpace), "0.375");
+    EXPECT_FALSE(form->btnSave->isVisible());
+    EXPECT_EQ(form->lblHSize->text(), " 5.75\" ");
+    EXPECT_EQ(form->lblVSize->text(), "9.0\"");
+
+    // 9 / 5.75 is taller than 11 / 8.5: the sheet is 440 high; its grey shows in the gaps and its
+    // cards are white.
+    const TemplateLayout &L = form->rules().layout();
+    EXPECT_EQ(L.Sheet.Height, 440);
+    const QImage shot = form->grab().toImage();
+    const PixelRect &c1 = L.Cards[0];
+    EXPECT_EQ(shot.pixelColor(c1.Right() + L.GapHPx / 2, c1.Top + 20), QColor(224, 224, 224));
+    EXPECT_EQ(shot.pixelColor(c1.Left + c1.Width / 2, c1.Top + c1.Height / 2), QColor(Qt::white));
+    // The label breaks the bracket under the sheet: its middle is not drawn over.
+    EXPECT_TRUE(form->lblHSize->geometry().contains(L.HSize.X, L.Sheet.Bottom() + 10));
+}
+
+TEST_F(ManagerForm, UnknownCurrentTemplateIsAppendedAndSelected)
+{
+    CardTemplate current{"Field X", 2, 2.0f, 0.5f, 4, 1.5f, 0.25f};
+    auto form = open(current);
+    ASSERT_EQ(form->comboTemplates->count(), 2);
+    EXPECT_EQ(form->comboTemplates->currentIndex(), 1);
+    EXPECT_EQ(form->comboTemplates->currentText(), "Field X");
+    EXPECT_EQ(text(*form, TemplateBox::VNum), "4");
+    EXPECT_EQ(text(*form, TemplateBox::HSize), "2");
+    EXPECT_FALSE(QFile::exists(file())) << "stands in memory only";
+    // Choosing the default puts its values back into the boxes.
+    form->comboTemplates->setCurrentIndex(0);
+    EXPECT_EQ(text(*form, TemplateBox::VNum), "3");
+    EXPECT_FALSE(form->btnSave->isVisible());
+}
+
+TEST_F(ManagerForm, TypedTextIsFilteredAndTheLeaveRulesHoldTheRanges)
+{
+    auto form = open();
+    retype(*form, TemplateBox::HNum, "x2.");
+    EXPECT_EQ(text(*form, TemplateBox::HNum), "2") << "no letters and no point in a count";
+    EXPECT_EQ(form->rules().box(TemplateBox::HNum).Value, 2);
+    EXPECT_TRUE(form->btnSave->isVisible());
+    EXPECT_EQ(form->rules().layout().Cards.size(), 6u);
+
+    retype(*form, TemplateBox::VNum, "9");
+    EXPECT_EQ(text(*form, TemplateBox::VNum), "3") << "outside 1 to 5: the spinner's value comes back";
+    retype(*form, TemplateBox::HSize, "8.6");
+    EXPECT_EQ(text(*form, TemplateBox::HSize), "1.75");
+    retype(*form, TemplateBox::HSize, "2.5.1");
+    EXPECT_EQ(text(*form, TemplateBox::HSize), "2.51") << "a second point is dropped";
+    EXPECT_EQ(form->rules().box(TemplateBox::HSize).Value, 2510);
+}
+
+TEST_F(ManagerForm, ArrowKeysAndSpinnerButtonsStepToTheRangeEnds)
+{
+    auto form = open();
+    QLineEdit *size = form->box(TemplateBox::HSize);
+    QTest::keyClick(size, Qt::Key_Up);
+    EXPECT_EQ(size->text(), "2");
+    QTest::keyClick(size, Qt::Key_Down);
+    QTest::keyClick(size, Qt::Key_Down);
+    EXPECT_EQ(size->text(), "1.5");
+    for (int i = 0; i < 40; ++i)
+        form->spinUp(TemplateBox::HSize)->click();
+    EXPECT_EQ(size->text(), "8.5");
+    retype(*form, TemplateBox::HSize, "0.2");
+    QTest::keyClick(size, Qt::Key_Down);
+    EXPECT_EQ(size->text(), "0.05") << "a step that would pass the minimum ends on it";
+
+    QLineEdit *count = form->box(TemplateBox::VNum);
+    QTest::keyClick(count, Qt::Key_Up);
+    QTest::keyClick(count, Qt::Key_Up);
+    QTest::keyClick(count, Qt::Key_Up);
+    EXPECT_EQ(count->text(), "5");
+}
+
+TEST_F(ManagerForm, OneCardAcrossRestsTheGapAcross)
+{
+    auto form = open();
+    form->spinDown(TemplateBox::HNum)->click();
+    form->spinDown(TemplateBox::HNum)->click();
+    EXPECT_EQ(text(*form, TemplateBox::HNum), "1");
+    EXPECT_FALSE(form->box(TemplateBox::HSpace)->isEnabled());
+    EXPECT_FALSE(form->spinUp(TemplateBox::HSpace)->isEnabled());
+    EXPECT_TRUE(form->box(TemplateBox::VSpace)->isEnabled());
+    EXPECT_EQ(text(*form, TemplateBox::HSpace), "0.25") << "keeps its value";
+    EXPECT_EQ(form->lblHSize->text(), " 1.75\" ");
+    form->spinUp(TemplateBox::HNum)->click();
+    EXPECT_TRUE(form->box(TemplateBox::HSpace)->isEnabled());
+}
+
+TEST_F(ManagerForm, FocusDrawsTheMarksOfItsBoxWithALeaderFromIt)
+{
+    auto form = open();
+    form->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(form.get()));
+    const struct {
+        TemplateBox box;
+        DimensionField field;
+        bool below; // the leader starts below the box, else right of its spinner
+    } cases[] = {{TemplateBox::HSize, DimensionField::HSize, true},
+                 {TemplateBox::HSpace, DimensionField::HSpace, true},
+                 {TemplateBox::VSize, DimensionField::VSize, false},
+                 {TemplateBox::VSpace, DimensionField::VSpace, false}};
+    for (const auto &c : cases) {
+        form->box(c.box)->setFocus();
+        QApplication::processEvents();
+        const DimensionMarks &marks = form->rules().marks();
+        EXPECT_EQ(marks.Field, c.field);
+        ASSERT_TRUE(marks.HasLeader);
+        const QRect g = form->box(c.box)->geometry();
+        if (c.below) {
+            EXPECT_EQ(marks.Leader.Y1, g.bottom() + 1);
+            EXPECT_EQ(marks.Leader.X1, g.center().x() + 1);
+        } else {
+            EXPECT_EQ(marks.Leader.X1, form->spinUp(c.box)->geometry().right() + 1);
+            EXPECT_NEAR(marks.Leader.Y1, g.center().y(), 1);
+        }
+        // Painted: the leader ends on the middle of a bracket drawn along the first card.
+        const QImage shot = form->grab().toImage();
+        const int along = c.below ? 0 : 1;
+        EXPECT_EQ(shot.pixelColor(marks.Leader.X2 + 2 * (1 - along), marks.Leader.Y2 + 2 * along),
+                  QColor(Qt::black));
+    }
+    // A count box and the list show the sheet's brackets alone.
+    form->box(TemplateBox::HNum)->setFocus();
+    QApplication::processEvents();
+    EXPECT_FALSE(form->rules().marks().HasLeader);
+    form->box(TemplateBox::VSize)->setFocus();
+    form->comboTemplates->setFocus();
+    QApplication::processEvents();
+    EXPECT_FALSE(form->rules().marks().HasLeader);
+    EXPECT_EQ(form->rules().marks().Brackets.size(), 6u);
+}
+
+TEST_F(ManagerForm, SaveNamesAndWritesThenDeleteKeyRemovesTheFile)
+{
+    auto form = open();
+    retype(*form, TemplateBox::HNum, "2");
+    ASSERT_TRUE(form->btnSave->isVisible());
+    host.answers = {"this name is far too long", "  Field A "};
+    form->btnSave->click();
+    EXPECT_EQ(host.prompts.size(), 2u) << "a refused name asks again without a message";
+    EXPECT_TRUE(host.messages.empty());
+    EXPECT_EQ(fileBytes(), QByteArray("\"Field A\",2,1.75,0.25,3,2.75,0.375\r\n"));
+    ASSERT_EQ(form->comboTemplates->count(), 2);
+    EXPECT_EQ(form->comboTemplates->currentText(), "Field A");
+    EXPECT_FALSE(form->btnSave->isVisible());
+
+    // Saving the same dimensions again only points at the stored one.
+    retype(*form, TemplateBox::HNum, "3");
+    retype(*form, TemplateBox::HNum, "2");
+    form->btnSave->click();
+    ASSERT_EQ(host.messages.size(), 1u);
+    EXPECT_EQ(host.messages[0], "Template 'Field A' has the same dimensions as the one you're saving.");
+
+    // The Delete key on the default does nothing; on a stored template it asks first.
+    form->comboTemplates->setCurrentIndex(0);
+    QTest::keyClick(form->comboTemplates, Qt::Key_Delete);
+    EXPECT_TRUE(host.questions.empty());
+    form->comboTemplates->setCurrentIndex(1);
+    host.yes = false;
+    QTest::keyClick(form->comboTemplates, Qt::Key_Delete);
+    EXPECT_EQ(form->comboTemplates->count(), 2);
+    host.yes = true;
+    QTest::keyClick(form->comboTemplates, Qt::Key_Delete);
+    ASSERT_EQ(host.questions.size(), 2u);
+    EXPECT_EQ(host.questions[1], "Are you sure you want to delete this template?");
+    EXPECT_EQ(form->comboTemplates->count(), 1);
+    EXPECT_EQ(form->comboTemplates->currentIndex(), 0);
+    EXPECT_FALSE(QFile::exists(file()));
+}
+
+TEST_F(ManagerForm, AcceptHandsOverTheBoxesAndCancelNothing)
+{
+    {
+        auto form = open();
+        retype(*form, TemplateBox::VSpace, "0.5");
+        form->btnAccept->click();
+        ASSERT_TRUE(form->accepted().has_value());
+        EXPECT_EQ(form->result(), QDialog::Accepted);
+        EXPECT_EQ(form->accepted()->Name, "<No Name>") << "only the built-in in the list";
+        EXPECT_EQ(form->accepted()->SpaceV, 0.5f);
+        EXPECT_EQ(form->accepted()->NumH, 3);
+    }
+    {
+        QFile f(file());
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write("\"Field A\",2,1.75,0.25,3,2.75,0.375\r\n");
+    }
+    {
+        auto form = open(CardTemplate{"Field A", 1, 1, 1, 1, 1, 1});
+        EXPECT_EQ(form->comboTemplates->currentText(), "Field A");
+        EXPECT_EQ(text(*form, TemplateBox::HNum), "2") << "the stored values, not the load dialog's";
+        form->btnAccept->click();
+        EXPECT_EQ(form->accepted()->Name, "Field A");
+    }
+    {
+        auto form = open();
+        retype(*form, TemplateBox::HNum, "5");
+        QTest::keyClick(form.get(), Qt::Key_Escape);
+        EXPECT_EQ(form->result(), QDialog::Rejected);
+        EXPECT_FALSE(form->accepted().has_value());
+    }
+}
