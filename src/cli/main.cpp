@@ -276,6 +276,8 @@ int runClip(const Options &o)
     if (!session.loadInput(error))
         return fail(error);
     Workspace &ws = session.workspace();
+    if (ws.CardCount() == 0)
+        session.removeClips(); // only an empty folder of our own goes
     if (o.json) {
         JsonWriter json;
         json.beginObject();

@@ -219,11 +219,15 @@ bool Session::loadSheets(const std::vector<std::string> &sheets, std::string &er
 
 void Session::removeClips()
 {
-    if (mOptions.keepClips || mClipDir.empty())
+    if (mClipDir.empty())
         return;
     std::error_code ec;
-    for (const std::string &clip : mClipPaths)
-        std::filesystem::remove(clip, ec);
+    if (!mOptions.keepClips)
+        for (const std::string &clip : mClipPaths)
+            std::filesystem::remove(clip, ec);
+    // A folder of our own making that ended up empty (nothing was cut) is not worth keeping.
+    if (mOptions.clipDir.empty() && std::filesystem::is_empty(mClipDir, ec))
+        std::filesystem::remove(mClipDir, ec);
 }
 
 void Session::scanAll()
