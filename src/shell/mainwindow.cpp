@@ -350,6 +350,8 @@ QWidget *MainWindow::buildResultFrame()
         if (mComposite)
             mComposite->CompositeCheck_Click();
     });
+    connect(btnWriteComposite, &QToolButton::clicked, this, &MainWindow::btnWriteComposite_Click);
+    connect(btnPrint, &QToolButton::clicked, this, &MainWindow::btnPrint_Click);
     return ResultFrame;
 }
 

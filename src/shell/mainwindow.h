@@ -7,6 +7,7 @@
 #include "core/workspace.h"
 #include "intake/decode.h"
 #include "shell/windowprogress.h"
+#include "shell/writecompositecommand.h"
 
 #include <QImage>
 #include <QMainWindow>
@@ -35,6 +36,7 @@ class CardView;
 class CompositeView;
 class InfoForm;
 class PictureBox;
+class PrinterAccess;
 class SettingsStore;
 
 class MainWindow : public QMainWindow
@@ -69,6 +71,11 @@ public:
     void removeSelectedCard();
     void clearAllCards();
     void GraphOption_Click(int index);
+    // The composite view's file commands (mainwindowresults.cpp): the results file, the report.
+    void btnWriteComposite_Click();
+    void btnPrint_Click();
+    // Tests answer the dialogs of those two commands through these.
+    void setResultsCommandHooks(ResultsCommandHooks hooks) { mResultsHooks = std::move(hooks); }
 
     // Selects tab of card index (1-based), running ImageStrip_Click also when it is selected.
     void selectCard(int index);
@@ -169,6 +176,8 @@ private:
     void refreshAfterScan();
     bool sprayRecordStep();
     void updateCompositeVisibility();
+    void scanCardsInView(const std::vector<int> &cards);
+    void refreshCompositeView();
 
     void sliderMoving(int which);
     void sliderChanged();
@@ -197,6 +206,8 @@ private:
     bool mSliderGuard = false; // sliders set in code: no handlers
     bool mTabGuard = false;    // tabs rebuilt in code: no click
     CompositeView *mComposite = nullptr; // owned as a child object
+    ResultsCommandHooks mResultsHooks;
+    std::shared_ptr<PrinterAccess> mPrinters; // made at the first report: the chosen printer stays
 };
 
 } // namespace velmara
