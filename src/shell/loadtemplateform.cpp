@@ -152,7 +152,10 @@ LoadTemplateForm::LoadTemplateForm(Workspace &ws, SettingsAccess &settings, int 
     qApp->installEventFilter(this);
 }
 
-LoadTemplateForm::~LoadTemplateForm() = default;
+LoadTemplateForm::~LoadTemplateForm()
+{
+    qApp->removeEventFilter(this);
+}
 
 void LoadTemplateForm::buildControls()
 {
