@@ -11,6 +11,7 @@ packages=(
   xvfb xauth
   fonts-dejavu-core fonts-liberation
   poppler-utils
+  python3
 )
 # Benchmark peer and fuzzing: wanted, but the build goes on without them.
 optional=(libopencv-imgproc-dev clang libclang-rt-14-dev)
