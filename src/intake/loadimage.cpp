@@ -172,7 +172,7 @@ LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::stri
     // A resolution of 0 or below would divide by zero below; the user must set another one.
     if (ws.DefaultRes <= 0)
         return refuse("Error: The default image resolution (DefaultRes) is " + std::to_string(ws.DefaultRes) +
-                      " dpi; it must be above 0.");
+                      " dpi; set a resolution above 0 under Preferences (--dpi for the command line).");
 
     card.WidthPx = probe.width;
     card.HeightPx = probe.height;

@@ -189,6 +189,6 @@ TEST_F(LoadFixture, AResolutionOfZeroOrBelowIsRefusedWithoutDividing)
         ws.DefaultRes = res;
         EXPECT_EQ(refusal(bmp("r.bmp", MakeImage(3, 3, 2))),
                   "Error: The default image resolution (DefaultRes) is " + std::to_string(res) +
-                      " dpi; it must be above 0.");
+                      " dpi; set a resolution above 0 under Preferences (--dpi for the command line).");
     }
 }
