@@ -445,6 +445,20 @@ def noise_card(seed, w, h, share):
     return [[rng.choice(inks) if rng.random() < share else 0 for _ in range(w)] for _ in range(h)]
 
 
+def comb_card(teeth, height):
+    """Teeth in every other column under a bar: the walk meets the teeth first, as many stains,
+    and the bar then merges them into the first. A second comb hangs from the bottom with its
+    teeth between the first comb's, to meet it nowhere but at corners."""
+    w = 2 * teeth + 1
+    rows = [[1] * w]
+    rows += [[1 if x % 2 == 0 else 0 for x in range(w)] for _ in range(height)]
+    rows += [[0] * w]
+    rows += [[2 if x % 2 == 1 and y < height - 1 else 0 for x in range(w)] for y in range(height)]
+    rows += [[0] + [2] * (w - 2) + [0]]
+    rows += [[6 if (x + y) % 2 else 0 for x in range(w)] for y in range(6)]  # a chequerboard
+    return rows
+
+
 def dithered_card(seed, w, h):
     """Background index 3 dithered with index 8, a few red blobs, grey dust."""
     rng = random.Random(seed)
@@ -492,6 +506,14 @@ def make_cards(folder, cardgen, samples):
     rows = [[(x * 7 + y * 13) % 256 if (x + y) % 5 else 0 for x in range(37)] for y in range(29)]
     write_bmp(os.path.join(folder, 'full.bmp'), rows, palette=full, colours_used=0)
     write_bmp(os.path.join(folder, 'dot.bmp'), [[1]])
+    write_bmp(os.path.join(folder, 'comb.bmp'), comb_card(150, 9))
+    # 32 stains of 32 areas: number shares of 3.125 %, 9.375 %... are exact ties in binary,
+    # which the number forms round away from zero.
+    write_bmp(os.path.join(folder, 'ties.bmp'),
+              [[1 if x < k // 2 and k % 2 == 0 else 0 for x in range(33)] for k in range(2, 66)])
+    write_bmp(os.path.join(folder, 'crowd_a.bmp'), noise_card(21, 320, 160, 0.5))
+    write_bmp(os.path.join(folder, 'crowd_b.bmp'), noise_card(22, 701, 40, 0.35))
+    write_bmp(os.path.join(folder, 'crowd_c.bmp'), noise_card(23, 250, 120, 0.62))
     write_bmp(os.path.join(folder, 'column.bmp'), [[1], [1], [0], [2], [2], [2], [0]])
     # Background and dither choice at their boundaries (width 20: 100 sampled bytes).
     write_bmp(os.path.join(folder, 'bg_tie.bmp'),  # index 3 only equals index 0: 0 stays
