@@ -404,7 +404,7 @@ def write_bmp(path, rows, palette=PALETTE, colours_used=None, gap=0, gap_index=0
 
 def picture(text):
     """ASCII art: '.' is index 0, a digit or letter is that colour index (base 36)."""
-    lines = [line for line in text.strip('\n').split('\n')]
+    lines = text.strip('\n').split('\n')
     w = max(len(line) for line in lines)
     return [[0 if ch in '. ' else int(ch, 36) for ch in line.ljust(w, '.')] for line in lines]
 
@@ -446,16 +446,17 @@ def noise_card(seed, w, h, share):
 
 
 def comb_card(teeth, height):
-    """Teeth in every other column under a bar: the walk meets the teeth first, as many stains,
-    and the bar then merges them into the first. A second comb hangs from the bottom with its
-    teeth between the first comb's, to meet it nowhere but at corners."""
+    """Lines are walked bottom up. The upper comb hangs its teeth from a bar: the teeth come
+    first, as many stains, and the bar's run goes to the first of them while the others merge.
+    The lower comb stands on its bar: one stain swallows all the teeth's runs of a line. At the
+    bottom a chequerboard, whose pixels touch only at corners."""
     w = 2 * teeth + 1
     rows = [[1] * w]
     rows += [[1 if x % 2 == 0 else 0 for x in range(w)] for _ in range(height)]
     rows += [[0] * w]
-    rows += [[2 if x % 2 == 1 and y < height - 1 else 0 for x in range(w)] for y in range(height)]
-    rows += [[0] + [2] * (w - 2) + [0]]
-    rows += [[6 if (x + y) % 2 else 0 for x in range(w)] for y in range(6)]  # a chequerboard
+    rows += [[2 if x % 2 == 1 else 0 for x in range(w)] for _ in range(height)]
+    rows += [[0] + [2] * (w - 2) + [0], [0] * w]
+    rows += [[6 if (x + y) % 2 else 0 for x in range(w)] for y in range(6)]
     return rows
 
 
@@ -496,8 +497,8 @@ def make_cards(folder, cardgen, samples):
     write_bmp(os.path.join(folder, 'blank.bmp'), [[0] * 16 for _ in range(9)])
     for seed, (w, h) in enumerate(((61, 47), (42, 33), (13, 90), (97, 8))):
         write_bmp(os.path.join(folder, 'noise%d.bmp' % seed), noise_card(seed, w, h, 0.42 + seed / 20))
-    # Short colour table, and a gap between it and the pixels.
-    write_bmp(os.path.join(folder, 'dither.bmp'), dithered_card(7, 45, 30), colours_used=None, gap=6)
+    # A dithered background, and a gap of zeros between colour table and pixels.
+    write_bmp(os.path.join(folder, 'dither.bmp'), dithered_card(7, 45, 30), gap=6)
     # Six colours: indexes 7 to 9 lie beyond the table and take the hue 0.
     write_bmp(os.path.join(folder, 'short.bmp'), noise_card(11, 23, 19, 0.3), palette=PALETTE[:6],
               colours_used=6)
@@ -574,6 +575,9 @@ RUNS = [
     # Also the imperial deposit unit.
     ('constant', ['--dpi', '317'], '[Prefs]\nSpreadFactor0=150\nSpreadFactor1=0\nMetric=False\n',
      {'dpi': 317, 'spread': (150.0, 0.0, 0.0), 'metric': False}),
+    # Negative drop diameters for the smallest stains: minus signs in the number forms.
+    ('negative', ['--dpi', '600'], '[Prefs]\nSpreadFactor0=-40\n',
+     {'dpi': 600, 'spread': (-40.0, 0.56, 0.0)}),
     # Diameters too wide for their column push the rest of a row onto the next line.
     ('wide', ['--dpi', '600'], '[Prefs]\nSpreadFactor1=0\nSpreadFactor2=5000\n',
      {'dpi': 600, 'spread': (0.0, 0.0, 5000.0)}),
