@@ -40,7 +40,7 @@ std::optional<Options> ParseOptions(int argc, char **argv, std::string &error)
 {
     Options o;
     if (argc < 2) {
-        error = "no command given (try 'velmara-cli --help')";
+        error = "no command given";
         return std::nullopt;
     }
     const std::string cmd = argv[1];
