@@ -14,6 +14,10 @@
 
 #include <filesystem>
 
+#if defined(__unix__) || defined(__APPLE__)
+#include <sys/stat.h>
+#endif
+
 namespace velmara {
 
 namespace {
@@ -26,6 +30,25 @@ std::string WithLineFeeds(std::string text)
         if (ch == '\r')
             ch = '\n';
     return text;
+}
+
+// The mode the report takes: that of the file it replaces, else that of any new file (the process's
+// file creation mask applied). The temporary file beside it is made for the owner alone.
+std::filesystem::perms ReportPermissions(const std::string &path)
+{
+    namespace fs = std::filesystem;
+    std::error_code ec;
+    const fs::file_status old = fs::status(path, ec);
+    if (!ec && fs::is_regular_file(old))
+        return old.permissions();
+    fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read
+                     | fs::perms::group_write | fs::perms::others_read | fs::perms::others_write;
+#if defined(__unix__) || defined(__APPLE__)
+    const mode_t mask = ::umask(0);
+    ::umask(mask);
+    mode &= ~static_cast<fs::perms>(mask & 0777);
+#endif
+    return mode;
 }
 
 } // namespace
@@ -71,6 +94,7 @@ bool WritePdfReport(Workspace &ws, const std::string &path, std::string &error)
             if (!completed)
                 return;
             std::error_code ec;
+            std::filesystem::permissions(temporaryName.toStdString(), ReportPermissions(path), ec);
             std::filesystem::rename(temporaryName.toStdString(), path, ec);
             renamed = !ec;
             if (ec)

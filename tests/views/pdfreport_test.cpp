@@ -18,6 +18,8 @@
 #include <memory>
 #include <sstream>
 
+#include <sys/stat.h>
+
 using namespace velmara;
 using namespace velmara::testing;
 namespace fs = std::filesystem;
@@ -106,6 +108,26 @@ TEST_F(PdfReportTest, FourLetterPagesWithTheTitles)
                                  "Composite Results", "Swath Analysis", "Drop Size (µm)",
                                  "(#/cm²)", "\"gusty\", 2 µm² drift"})
         EXPECT_NE(text.find(expected), std::string::npos) << expected;
+}
+
+// The report is made under a temporary name that only its owner may read; the finished file
+// must not keep that mode, or others could not open a report written for them.
+TEST_F(PdfReportTest, FinishedFileTakesTheModeOfANewFileOrOfTheOneItReplaces)
+{
+    const mode_t oldMask = ::umask(022);
+    const fs::path path = dir / "line.pdf";
+    std::string error;
+    ASSERT_TRUE(WritePdfReport(ws, path.string(), error)) << error;
+    const fs::perms rw = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read
+                         | fs::perms::others_read;
+    EXPECT_EQ(fs::status(path).permissions(), rw);
+
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read
+                              | fs::perms::group_write);
+    ASSERT_TRUE(WritePdfReport(ws, path.string(), error)) << error;
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms::owner_read | fs::perms::owner_write
+                                                  | fs::perms::group_read | fs::perms::group_write);
+    ::umask(oldMask);
 }
 
 TEST_F(PdfReportTest, FailedJobLeavesNothingAndSaysWhy)
