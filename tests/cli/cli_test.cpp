@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <sys/wait.h>
+#include <vector>
 
 namespace fs = std::filesystem;
 using namespace velmara::cardgen;
@@ -231,4 +233,195 @@ TEST_F(CliTest, ReportIsFourLetterPagesAndTwoCardsLeaveNoPdf)
     EXPECT_NE(r.err.find("There was an error:"), std::string::npos) << r.err;
     for (const auto &entry : fs::directory_iterator(dir))
         EXPECT_FALSE(entry.path().extension() == ".pdf" && entry.path() != pdf) << "left behind: " << entry.path();
+}
+
+// --- Multi-card sheets cut by a card template.
+
+namespace {
+
+// At 80 dpi the default grid falls on whole pixels: pitch 160 across and 250 down, clips of
+// 120 x 200 pixels, so a card of that size placed at the pitch is exactly one clip.
+constexpr int kSheetDpi = 80;
+
+std::vector<IndexedImage> NineCards()
+{
+    std::vector<IndexedImage> cards;
+    for (int n = 1; n <= 9; ++n) {
+        CardSpec spec;
+        spec.width = 120;
+        spec.height = 200;
+        spec.paletteSize = 16;
+        spec.colours = {{1, ColourOfHue(240)}, {2, ColourOfHue(20)}};
+        IndexedImage card = MakeCard(spec);
+        Rng rng(static_cast<std::uint64_t>(n));
+        ScatterSpec scatter;
+        scatter.coverage = 0.03;
+        scatter.maxRadius = 2 + n;
+        scatter.separate = true;
+        scatter.discIndexes = {1, 2};
+        Scatter(card, scatter, rng);
+        cards.push_back(std::move(card));
+    }
+    return cards;
+}
+
+// A letter sheet at 80 dpi with the cards on the default grid from its top left corner.
+IndexedImage LetterSheet(const std::vector<IndexedImage> &cards, int width = 680)
+{
+    SheetSpec spec = SheetFromInches(kSheetDpi, 3, 3, 1.75, 2.75, 0.25, 0.375, 0, 0);
+    spec.width = width;
+    spec.height = 880;
+    return MakeSheet(spec, cards);
+}
+
+// The "SizeTable" array of the card of that file name in the JSON answer; empty when absent.
+std::string SizeTableOf(const std::string &json, const std::string &fileName)
+{
+    const size_t card = json.find("\"FileName\":\"" + fileName + "\"");
+    if (card == std::string::npos)
+        return {};
+    const size_t table = json.find("\"SizeTable\":[", card);
+    if (table == std::string::npos)
+        return {};
+    return json.substr(table, json.find(']', table) - table + 1);
+}
+
+std::string ClipName(int n) { return (n < 10 ? "clip0" : "clip") + std::to_string(n) + ".bmp"; }
+
+class CliSheetTest : public CliTest
+{
+protected:
+    // The size table of each card scanned alone, as velmara-cli gives it.
+    std::vector<std::string> tablesAlone(const std::vector<IndexedImage> &cards)
+    {
+        std::string files;
+        for (size_t n = 0; n < cards.size(); ++n) {
+            const fs::path p = dir / ("card" + std::to_string(n + 1) + ".bmp");
+            EXPECT_TRUE(WriteBmp(cards[n], p.string()));
+            files += " " + p.string();
+        }
+        const CliRun r = runCli("scan --json --no-log " + base() + files, dir);
+        EXPECT_EQ(r.status, 0) << r.err;
+        std::vector<std::string> tables;
+        for (size_t n = 0; n < cards.size(); ++n) {
+            tables.push_back(SizeTableOf(r.out, "card" + std::to_string(n + 1) + ".bmp"));
+            EXPECT_GT(tables.back().size(), 40u) << "card " << n + 1;
+        }
+        return tables;
+    }
+};
+
+} // namespace
+
+TEST_F(CliSheetTest, ClipsOfEightAndTwentyFourBitSheetsScanLikeTheirCardsAlone)
+{
+    const auto cards = NineCards();
+    const auto alone = tablesAlone(cards);
+    const IndexedImage sheet = LetterSheet(cards);
+    ASSERT_TRUE(WriteBmp(sheet, (dir / "sheet8.bmp").string()));
+    ASSERT_TRUE(WriteBmp24(ToRgb(sheet), (dir / "sheet24.bmp").string()));
+    const fs::path clips = dir / "clips";
+    const CliRun r = runCli("scan --json " + base() + "--template '<Default>' --sheet-dpi 80 --clip-dir "
+                                + clips.string() + " " + (dir / "sheet8.bmp").string() + " "
+                                + (dir / "sheet24.bmp").string(),
+                            dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    // Sheets in name order: "sheet24.bmp" before "sheet8.bmp", each taking nine numbers.
+    for (int n = 1; n <= 18; ++n)
+        EXPECT_EQ(SizeTableOf(r.out, ClipName(n)), alone[static_cast<size_t>((n - 1) % 9)]) << ClipName(n);
+    // The clips go at the end; their scan logs stay in the clip folder.
+    EXPECT_FALSE(fs::exists(clips / "clip01.bmp"));
+    EXPECT_TRUE(fs::exists(clips / "clip01.scn"));
+    EXPECT_TRUE(fs::exists(clips / "clip18.scn"));
+}
+
+TEST_F(CliSheetTest, CellsNumbersAndASheetTheGridLeaves)
+{
+    auto cards = NineCards();
+    const auto alone = tablesAlone(cards);
+    ASSERT_TRUE(WriteBmp(LetterSheet(cards), (dir / "a.bmp").string()));
+    std::reverse(cards.begin(), cards.end());
+    ASSERT_TRUE(WriteBmp(LetterSheet(cards), (dir / "b.bmp").string()));
+    // One pixel too narrow for the third column at 80 dpi.
+    ASSERT_TRUE(WriteBmp(LetterSheet(cards, 439), (dir / "narrow.bmp").string()));
+    const fs::path clips = dir / "clips";
+    const CliRun r = runCli("scan --json " + base() + "--template '<Default>' --sheet-dpi 80 --cells 9,1 --clip-dir "
+                                + clips.string() + " " + (dir / "narrow.bmp").string() + " "
+                                + (dir / "b.bmp").string() + " " + (dir / "a.bmp").string(),
+                            dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    // a.bmp first; every cell uses up its number, cut or not, and the off sheet cuts nothing.
+    EXPECT_EQ(SizeTableOf(r.out, "clip01.bmp"), alone[0]);
+    EXPECT_EQ(SizeTableOf(r.out, "clip09.bmp"), alone[8]);
+    EXPECT_EQ(SizeTableOf(r.out, "clip10.bmp"), alone[8]);
+    EXPECT_EQ(SizeTableOf(r.out, "clip18.bmp"), alone[0]);
+    EXPECT_LT(r.out.find("\"clip09.bmp\""), r.out.find("\"clip10.bmp\""));
+    for (const char *unused : {"clip02.bmp", "clip11.bmp", "clip19.bmp"})
+        EXPECT_EQ(r.out.find(std::string("\"") + unused + "\""), std::string::npos) << unused;
+    // The refusal names the sheet, the template, the first cell off it and the sheet's size.
+    EXPECT_NE(r.err.find("narrow.bmp"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("'<Default>'"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("cell 3 "), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("5.49 by 11.00 inches at 80 dpi"), std::string::npos) << r.err;
+
+    const CliRun bad = runCli("clip " + base() + "--template '<Default>' --cells 10 --clip-dir " + clips.string()
+                                  + " " + (dir / "a.bmp").string(),
+                              dir);
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_NE(bad.err.find("Cell 10 is not in template '<Default>', which has 9 cells."), std::string::npos)
+        << bad.err;
+}
+
+TEST_F(CliSheetTest, StoredTemplatesAreReadNeverWrittenAndTheDefaultFolderIsFresh)
+{
+    const fs::path work = dir / "work";
+    fs::create_directories(work);
+    std::ofstream(settings, std::ios::binary) << "[Settings]\r\nRootDir=" << work.string() << "/\r\n";
+    // A corrupt line, then a stored template of two cells across, one down.
+    const std::string stored = "\"Broken\",9,1,1,1,1,1\r\n\"Pair\",2,1.75,0.25,1,2.75,0.375\r\n";
+    std::ofstream(work / "templates.dat", std::ios::binary) << stored;
+    const auto cards = NineCards();
+    ASSERT_TRUE(WriteBmp(LetterSheet(cards), (dir / "sheet.bmp").string()));
+
+    // 'clip' keeps its clips in a fresh folder under the work folder and lists them.
+    CliRun r = runCli("clip " + base() + "--template Pair --sheet-dpi 80 " + (dir / "sheet.bmp").string(), dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::vector<fs::path> listed;
+    std::istringstream lines(r.out);
+    for (std::string line; std::getline(lines, line);)
+        listed.emplace_back(line);
+    ASSERT_EQ(listed.size(), 2u) << r.out;
+    EXPECT_EQ(listed[0].filename(), "clip01.bmp");
+    EXPECT_EQ(listed[1].filename(), "clip02.bmp");
+    const fs::path fresh = listed[0].parent_path();
+    EXPECT_EQ(fresh.parent_path(), work);
+    EXPECT_TRUE(fs::exists(listed[1]));
+    EXPECT_NE(r.err.find(fresh.string()), std::string::npos) << "the folder is told: " << r.err;
+    EXPECT_NE(r.err.find("Line 1"), std::string::npos) << "the corrupt line is named: " << r.err;
+    // The store is read only: no rewrite, no copy.
+    EXPECT_EQ(readFile(work / "templates.dat"), stored);
+    EXPECT_FALSE(fs::exists(work / "templates.dat.bak"));
+
+    // A second run never meets the first one's clips.
+    r = runCli("scan --no-log " + base() + "--template Pair --sheet-dpi 80 " + (dir / "sheet.bmp").string(), dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("clip01.bmp"), std::string::npos) << r.out;
+    size_t folders = 0;
+    for (const auto &entry : fs::directory_iterator(work))
+        folders += entry.is_directory();
+    EXPECT_EQ(folders, 1u) << "the scan's folder ended empty and went";
+    EXPECT_TRUE(fs::exists(listed[0])) << "the earlier clips are untouched";
+
+    // A template file named on the command line, and --keep-clips.
+    const fs::path other = dir / "other.dat";
+    std::ofstream(other, std::ios::binary) << "\"Column\",1,1.75,0.25,3,2.75,0.375";
+    const fs::path clips = dir / "kept";
+    r = runCli("scan --no-log --keep-clips " + base() + "--templates " + other.string()
+                   + " --template Column --sheet-dpi 80 --clip-dir " + clips.string() + " "
+                   + (dir / "sheet.bmp").string(),
+               dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    for (int n = 1; n <= 3; ++n)
+        EXPECT_TRUE(fs::exists(clips / ClipName(n))) << n;
+    EXPECT_FALSE(fs::exists(clips / "clip04.bmp"));
 }
