@@ -201,16 +201,18 @@ bool WriteBmp(const IndexedImage &image, const std::string &path, const BmpOptio
 bool WriteBmp24(const RgbImage &image, const std::string &path, int dpi = 600, std::string *error = nullptr);
 
 // colourResolution goes into the screen descriptor (the program accepts only 8); the colour table
-// is padded with black to a power of two.
+// is padded with black to a power of two. interlaced stores the rows in the four passes of an
+// interlaced GIF (every 8th from 0, every 8th from 4, every 4th from 2, every 2nd from 1).
 bool WriteGif(const IndexedImage &image, const std::string &path, int colourResolution = 8,
-              std::string *error = nullptr);
+              std::string *error = nullptr, bool interlaced = false);
 
 // An 8-bit palette TIFF (the colour map always has 256 entries) or a 24-bit RGB one; uncompressed
-// unless lzw is set.
+// unless lzw is set. A tileSize above 0 (a multiple of 16) stores square tiles of that many pixels
+// instead of strips; tiles reaching past the picture are padded with zeros.
 bool WriteTif(const IndexedImage &image, const std::string &path, int dpi = 600, bool lzw = false,
-              std::string *error = nullptr);
+              std::string *error = nullptr, int tileSize = 0);
 bool WriteTif24(const RgbImage &image, const std::string &path, int dpi = 600, bool lzw = false,
-                std::string *error = nullptr);
+                std::string *error = nullptr, int tileSize = 0);
 
 // By the name's ending (".bmp", ".gif", ".tif", in any case); false for another ending.
 bool WriteCard(const IndexedImage &image, const std::string &path, int dpi = 600, std::string *error = nullptr);

@@ -176,7 +176,8 @@ bool WriteBmp24(const RgbImage &image, const std::string &path, int dpi, std::st
     }, error);
 }
 
-bool WriteGif(const IndexedImage &image, const std::string &path, int colourResolution, std::string *error)
+bool WriteGif(const IndexedImage &image, const std::string &path, int colourResolution, std::string *error,
+              bool interlaced)
 {
     if (!validIndexed(image) || image.width > 65535 || image.height > 65535)
         return report(error, "not a valid picture for GIF");
@@ -199,10 +200,16 @@ bool WriteGif(const IndexedImage &image, const std::string &path, int colourReso
     }
     ColorMapObject *map = GifMakeMapObject(tableSize, colours.data());
     bool ok = map && EGifPutScreenDesc(gif, image.width, image.height, std::clamp(colourResolution, 1, 8), 0, map) == GIF_OK
-              && EGifPutImageDesc(gif, 0, 0, image.width, image.height, false, nullptr) == GIF_OK;
+              && EGifPutImageDesc(gif, 0, 0, image.width, image.height, interlaced, nullptr) == GIF_OK;
+    std::vector<int> order;
+    for (int pass = 0; pass < (interlaced ? 4 : 1); ++pass) {
+        static constexpr int kStart[4] = {0, 4, 2, 1}, kStep[4] = {8, 8, 4, 2};
+        for (int y = interlaced ? kStart[pass] : 0; y < image.height; y += interlaced ? kStep[pass] : 1)
+            order.push_back(y);
+    }
     std::vector<GifPixelType> line(static_cast<size_t>(image.width));
-    for (int y = 0; ok && y < image.height; ++y) {
-        std::copy_n(image.row(y), image.width, line.data());
+    for (size_t k = 0; ok && k < order.size(); ++k) {
+        std::copy_n(image.row(order[k]), image.width, line.data());
         ok = EGifPutLine(gif, line.data(), image.width) == GIF_OK;
     }
     if (!ok)
@@ -219,7 +226,7 @@ bool WriteGif(const IndexedImage &image, const std::string &path, int colourReso
 namespace {
 
 bool writeTiff(const std::string &path, int width, int height, int samples, const IndexedImage *indexed,
-               const RgbImage *rgb, int dpi, bool lzw, std::string *error)
+               const RgbImage *rgb, int dpi, bool lzw, int tileSize, std::string *error)
 {
     TIFF *tif = TIFFOpen(path.c_str(), "w");
     if (!tif)
@@ -234,7 +241,12 @@ bool writeTiff(const std::string &path, int width, int height, int samples, cons
     TIFFSetField(tif, TIFFTAG_XRESOLUTION, static_cast<float>(dpi));
     TIFFSetField(tif, TIFFTAG_YRESOLUTION, static_cast<float>(dpi));
     TIFFSetField(tif, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
-    TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tif, 0));
+    if (tileSize > 0) {
+        TIFFSetField(tif, TIFFTAG_TILEWIDTH, static_cast<std::uint32_t>(tileSize));
+        TIFFSetField(tif, TIFFTAG_TILELENGTH, static_cast<std::uint32_t>(tileSize));
+    } else {
+        TIFFSetField(tif, TIFFTAG_ROWSPERSTRIP, TIFFDefaultStripSize(tif, 0));
+    }
     if (indexed) {
         TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_PALETTE);
         // An 8-bit colour map always has 256 entries, 16 bits per component.
@@ -249,11 +261,29 @@ bool writeTiff(const std::string &path, int width, int height, int samples, cons
         TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
     }
     const size_t rowBytes = static_cast<size_t>(width) * static_cast<size_t>(samples);
-    std::vector<std::uint8_t> line(rowBytes);
+    const auto source = [&](int y) {
+        return indexed ? indexed->row(y) : rgb->data.data() + rowBytes * static_cast<size_t>(y);
+    };
     bool ok = true;
+    if (tileSize > 0) {
+        const size_t tileRow = static_cast<size_t>(tileSize) * static_cast<size_t>(samples);
+        std::vector<std::uint8_t> tile(tileRow * static_cast<size_t>(tileSize));
+        for (int ty = 0; ok && ty < height; ty += tileSize)
+            for (int tx = 0; ok && tx < width; tx += tileSize) {
+                std::fill(tile.begin(), tile.end(), 0);
+                const size_t across = static_cast<size_t>(std::min(tileSize, width - tx)) * static_cast<size_t>(samples);
+                for (int y = 0; y < tileSize && ty + y < height; ++y)
+                    std::copy_n(source(ty + y) + static_cast<size_t>(tx) * static_cast<size_t>(samples), across,
+                                tile.data() + tileRow * static_cast<size_t>(y));
+                ok = TIFFWriteTile(tif, tile.data(), static_cast<std::uint32_t>(tx), static_cast<std::uint32_t>(ty), 0, 0) >= 0;
+            }
+        ok = TIFFFlush(tif) == 1 && ok;
+        TIFFClose(tif);
+        return ok ? true : report(error, "cannot write '" + path + "'");
+    }
+    std::vector<std::uint8_t> line(rowBytes);
     for (int y = 0; ok && y < height; ++y) {
-        const std::uint8_t *src = indexed ? indexed->row(y) : rgb->data.data() + rowBytes * static_cast<size_t>(y);
-        std::copy_n(src, rowBytes, line.data());
+        std::copy_n(source(y), rowBytes, line.data());
         ok = TIFFWriteScanline(tif, line.data(), static_cast<std::uint32_t>(y), 0) == 1;
     }
     ok = TIFFFlush(tif) == 1 && ok;
@@ -263,18 +293,20 @@ bool writeTiff(const std::string &path, int width, int height, int samples, cons
 
 } // namespace
 
-bool WriteTif(const IndexedImage &image, const std::string &path, int dpi, bool lzw, std::string *error)
+bool WriteTif(const IndexedImage &image, const std::string &path, int dpi, bool lzw, std::string *error,
+              int tileSize)
 {
-    if (!validIndexed(image))
+    if (!validIndexed(image) || tileSize % 16 != 0)
         return report(error, "not a valid picture");
-    return writeTiff(path, image.width, image.height, 1, &image, nullptr, dpi, lzw, error);
+    return writeTiff(path, image.width, image.height, 1, &image, nullptr, dpi, lzw, tileSize, error);
 }
 
-bool WriteTif24(const RgbImage &image, const std::string &path, int dpi, bool lzw, std::string *error)
+bool WriteTif24(const RgbImage &image, const std::string &path, int dpi, bool lzw, std::string *error,
+                int tileSize)
 {
-    if (!validRgb(image))
+    if (!validRgb(image) || tileSize % 16 != 0)
         return report(error, "not a valid picture");
-    return writeTiff(path, image.width, image.height, 3, nullptr, &image, dpi, lzw, error);
+    return writeTiff(path, image.width, image.height, 3, nullptr, &image, dpi, lzw, tileSize, error);
 }
 
 bool WriteCard(const IndexedImage &image, const std::string &path, int dpi, std::string *error)
