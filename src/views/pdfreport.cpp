@@ -110,8 +110,11 @@ bool WritePdfReport(Workspace &ws, const std::string &path, std::string &error)
         ReportHooks hooks;
         hooks.ShowMessage = [&](const std::string &m) { message = m; };
         const ReportResult result = PrintSub2(ws, canvas, true, 0, hooks, '.');
-        if (!result.Ok)
+        if (!result.Ok) {
             error = WithLineFeeds(result.Message);
+            // The job was killed: an older report under this name would pass for this line's.
+            QFile::remove(QString::fromStdString(path));
+        }
     }
     if (!renamed) {
         QFile::remove(temporaryName);

@@ -12,7 +12,8 @@ namespace velmara {
 // Writes the report of the composite view held in ws (composites, LineStats and swath tables
 // built) to path. The file is written under a temporary name in the same folder and takes its
 // name only when the job ended well, replacing an older file. Returns false when the job failed:
-// nothing new is left at path (an older file there stays untouched) and error holds the message,
+// nothing is left at path (an older report there is removed too, since it would pass for this
+// line's) and error holds the message,
 // lines broken by "\n" ("There was an error:", a blank line, five blanks and the failure's text;
 // or the reason the file could not be created, or the missing QGuiApplication).
 bool WritePdfReport(Workspace &ws, const std::string &path, std::string &error);
