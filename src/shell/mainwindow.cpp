@@ -27,6 +27,7 @@
 #include <QScrollBar>
 #include <QSlider>
 #include <QTabBar>
+#include <QTimer>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -81,6 +82,10 @@ MainWindow::MainWindow(Workspace &ws, SettingsStore &store, int screenHeight, QW
 MainWindow::~MainWindow()
 {
     qApp->removeEventFilter(this);
+    // The composite view filters events of our children; it must go before they are torn down
+    // (and send their last events) while this object is no longer a MainWindow.
+    delete mComposite;
+    mComposite = nullptr;
 }
 
 void MainWindow::buildControls()
@@ -579,10 +584,13 @@ void MainWindow::changeEvent(QEvent *event)
 
 void MainWindow::closeEvent(QCloseEvent *event)
 {
-    // A pass under way is cancelled first; the window closes once it has ended.
+    // A pass under way is cancelled first; the window closes once it has ended. The close is
+    // tried again a little later rather than queued at once, so that a box shown inside the pass
+    // doesn't spin on it.
     if (passRunning()) {
         mWs.CancelRequested = true;
         event->ignore();
+        QTimer::singleShot(100, this, &QWidget::close);
         return;
     }
     if (mInfoForm)
