@@ -41,7 +41,7 @@ const QString kTitle = QStringLiteral("Orvinek Velmara");
 QFont smallFont(const Workspace &ws)
 {
     QFont f = QApplication::font();
-    f.setPointSizeF(ws.UiFontSize + 1);
+    f.setPointSizeF(ws.UiFontSize);
     return f;
 }
 

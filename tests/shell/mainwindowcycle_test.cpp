@@ -273,4 +273,7 @@ TEST_F(CycleTest, CaptionsAccessKeysAndGraphScales)
     EXPECT_EQ(window->ResultPic->size(), QSize(290, 70));
     EXPECT_DOUBLE_EQ(window->ResultPic->scale().Height, -1.0);
 
+    // "MS Sans Serif" 8 becomes the system's sans face at 8 points.
+    EXPECT_DOUBLE_EQ(window->Label1->font().pointSizeF(), 8.0);
+    EXPECT_DOUBLE_EQ(window->ResultLabelX1->font().pointSizeF(), 8.0);
 }
