@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <filesystem>
 #include <tuple>
 
@@ -15,20 +17,15 @@ namespace {
 
 TEST(RgbToHue, SamplesAndGreys)
 {
-    EXPECT_EQ(RgbToHue(255, 0, 0), 0);
-    EXPECT_EQ(RgbToHue(255, 255, 0), 42);
-    EXPECT_EQ(RgbToHue(0, 255, 0), 85);
-    EXPECT_EQ(RgbToHue(0, 255, 255), 127);
-    EXPECT_EQ(RgbToHue(0, 0, 255), 170);
-    EXPECT_EQ(RgbToHue(255, 0, 255), 212);
-    EXPECT_EQ(RgbToHue(255, 128, 0), 21);
-    EXPECT_EQ(RgbToHue(200, 100, 50), 14);
-    // Without saturation the fixed code -2 gives a trifle below two thirds: 169, not 170.
-    EXPECT_EQ(RgbToHue(0, 0, 0), 169);
-    EXPECT_EQ(RgbToHue(255, 255, 255), 169);
-    EXPECT_EQ(RgbToHue(77, 77, 77), 169);
-    // Just below red wraps round to the top of the scale.
-    EXPECT_EQ(RgbToHue(255, 0, 1), 254);
+    const std::pair<std::array<Byte, 3>, int> cases[] = {
+        {{255, 0, 0}, 0}, {{255, 255, 0}, 42}, {{0, 255, 0}, 85}, {{0, 255, 255}, 127}, {{0, 0, 255}, 170},
+        {{255, 0, 255}, 212}, {{255, 128, 0}, 21}, {{200, 100, 50}, 14},
+        // Without saturation the fixed code -2 gives a trifle below two thirds: 169, not 170.
+        {{0, 0, 0}, 169}, {{255, 255, 255}, 169}, {{77, 77, 77}, 169},
+        // Just below red wraps round to the top of the scale.
+        {{255, 0, 1}, 254}};
+    for (const auto &[rgb, hue] : cases)
+        EXPECT_EQ(RgbToHue(rgb[0], rgb[1], rgb[2]), hue) << int(rgb[0]) << "," << int(rgb[1]) << "," << int(rgb[2]);
 }
 
 std::tuple<Byte, Byte, Integer, Integer> Fields(const CardPixel &p)
@@ -86,9 +83,10 @@ struct DecodeFixture : ::testing::Test
     Workspace ws;
     FixedAnswers answers;
 
-    int add(const std::string &name, const IndexedImage &im, const BmpOptions &o = {})
+    int add(const std::string &name, const IndexedImage &im) { return add(name, Bmp(im)); }
+    int add(const std::string &name, const Bytes &bitmap)
     {
-        WriteBytes(dir.file(name), BmpBytes(im, o));
+        WriteBytes(dir.file(name), bitmap);
         const LoadResult r = LoadImage(ws, name, dir.folder());
         EXPECT_TRUE(r.Ok) << r.Message;
         return r.CardIndex;
@@ -126,8 +124,6 @@ TEST_F(DecodeFixture, PixelListInFileOrderWithClosingElement)
 
     ASSERT_EQ(card.ColourTable.size(), 4u);
     EXPECT_EQ(card.ColourTable[3], (std::array<Byte, 4>{0, 255, 255, 0}));
-    EXPECT_EQ(card.HueOfIndex[1], 0);
-    EXPECT_EQ(card.HueOfIndex[2], 170);
     EXPECT_EQ(card.HueCount[170], 3);
     EXPECT_EQ(card.HueCount[42], 1);
     EXPECT_EQ(card.HueCount[0], 1);
@@ -158,146 +154,111 @@ TEST_F(DecodeFixture, EveryPaddingWidthGivesTheSameListAsTheImage)
     }
 }
 
-TEST_F(DecodeFixture, ShortColourTableLeavesHueZeroAboveIt)
+TEST_F(DecodeFixture, ShortTableAndBlankCard)
 {
     IndexedImage im = MakeImage(8, 6, 3);
     im.palette[1] = {0, 0, 255};
     im.pixels[0] = 1;
-    im.pixels[1] = 7; // beyond the table of 3
+    im.pixels[1] = 7; // beyond the table of 3: hue 0
     const int i = add("short.bmp", im);
+    const int blank = add("blank.bmp", MakeImage(7, 3, 2, 0));
     ASSERT_TRUE(decode(i).Ok);
-    const CardImage &card = ws.Card(i);
-    EXPECT_EQ(card.ColourTable.size(), 3u);
-    EXPECT_EQ(card.HueOfIndex[7], 0);
-    ExpectPixels(card.Pixels, {{}, {170, 1, 1, 1}, {0, 7, 1, 2}, {static_cast<Byte>(card.HueOfIndex[0]), 0, 1, 8}});
+    ASSERT_TRUE(decode(blank).Ok);
+    EXPECT_EQ(ws.Card(i).ColourTable.size(), 3u);
+    const auto hue0 = [&](int card) { return static_cast<Byte>(ws.Card(card).HueOfIndex[0]); };
+    ExpectPixels(ws.Card(i).Pixels, {{}, {170, 1, 1, 1}, {0, 7, 1, 2}, {hue0(i), 0, 1, 8}});
+    ExpectPixels(ws.Card(blank).Pixels, {{}, {hue0(blank), 0, 0, 7}}); // only the closing element
 }
 
-TEST_F(DecodeFixture, TheSampleReadsTheGapAndThePixelsComeFromTheOffset)
-{
-    IndexedImage im = MakeImage(4, 10, 16);
-    im.pixels[0] = 5;
-    BmpOptions gap;
-    gap.gap = 12;
-    gap.gapByte = 9; // 12 of the 20 sampled bytes are 9: the sample points at index 9
-    const int i = add("gap.bmp", im, gap);
-    FixedAnswers no(Answer::No, Answer::No);
-    ASSERT_TRUE(decode(i, no).Ok);
-    EXPECT_EQ(no.BackgroundAsked, 1);
-    const CardImage &card = ws.Card(i);
-    EXPECT_EQ(card.BackgroundIndex, 0);
-    ExpectPixels(card.Pixels, ExpectedPixels(im, card));
-    EXPECT_EQ(card.Pixels.size(), 3u); // the gap's bytes are no pixels
-}
-
-TEST_F(DecodeFixture, BackgroundQuestion)
+TEST_F(DecodeFixture, BackgroundAndDitherQuestions)
 {
     // Index 4 covers the bottom five rows: it outnumbers index 0 in the sample.
-    IndexedImage im = MakeImage(6, 8, 8, 4);
-    for (int x = 0; x < 6; ++x)
-        im.pixels[x] = 0;
-    im.pixels[10] = 2;
-
-    const int a = add("a.bmp", im);
-    FixedAnswers yes(Answer::Yes, Answer::No);
-    ASSERT_TRUE(decode(a, yes).Ok);
-    EXPECT_EQ(yes.BackgroundAsked, 1);
-    EXPECT_EQ(ws.Card(a).BackgroundIndex, 4);
-    EXPECT_EQ(ws.Card(a).DitherIndex, 4); // nothing confirmed: the background's own index
-    EXPECT_EQ(ws.Card(a).Pixels.size(), 2u + 6 + 1); // the top row of 0s and the 2
-    EXPECT_FALSE(ws.DisableBackgroundWarning);
-
-    const int b = add("b.bmp", im);
-    FixedAnswers no(Answer::No, Answer::No);
-    ASSERT_TRUE(decode(b, no).Ok);
-    EXPECT_EQ(ws.Card(b).BackgroundIndex, 0);
-    EXPECT_EQ(ws.Card(b).Pixels.size(), 2u + 6 * 7); // index 0 stays background though 4 dominates
-
-    const int c = add("c.bmp", im);
-    const int d = add("d.bmp", im);
-    FixedAnswers all(Answer::YesToAll, Answer::No);
-    ASSERT_TRUE(decode(c, all).Ok);
-    EXPECT_TRUE(ws.DisableBackgroundWarning);
-    ASSERT_TRUE(decode(d, all).Ok);
-    EXPECT_EQ(all.BackgroundAsked, 1); // the later card isn't asked
-    EXPECT_EQ(ws.Card(d).BackgroundIndex, 4);
-}
-
-TEST_F(DecodeFixture, NoBackgroundQuestionWhenIndexZeroHoldsItsOwn)
-{
+    IndexedImage fourLeads = MakeImage(6, 8, 8, 4);
+    std::fill_n(fourLeads.pixels.begin(), 6, 0);
+    fourLeads.pixels[10] = 2;
     // In the 5 x 4 sample index 3 and index 0 have ten bytes each: a tie keeps index 0.
-    IndexedImage im = MakeImage(4, 6, 4, 0);
+    IndexedImage tie = MakeImage(4, 6, 4, 0);
     for (int y = 1; y < 6; ++y)
-        for (int x = 0; x < 2; ++x)
-            im.pixels[static_cast<size_t>(y) * 4 + x] = 3;
-    const int i = add("tie.bmp", im);
-    ASSERT_TRUE(decode(i).Ok);
-    EXPECT_EQ(answers.BackgroundAsked, 0);
-    EXPECT_EQ(ws.Card(i).BackgroundIndex, 0);
-
-    // With the warning disabled a leading index is taken without a question.
-    ws.DisableBackgroundWarning = true;
-    IndexedImage lead = MakeImage(4, 6, 4, 2);
-    const int j = add("lead.bmp", lead);
-    ASSERT_TRUE(decode(j).Ok);
-    EXPECT_EQ(answers.BackgroundAsked, 0);
-    EXPECT_EQ(ws.Card(j).BackgroundIndex, 2);
-    EXPECT_EQ(ws.Card(j).Pixels.size(), 2u);
-}
-
-TEST_F(DecodeFixture, DitherQuestion)
-{
+        tie.row(y)[0] = tie.row(y)[1] = 3;
+    const IndexedImage lead = MakeImage(4, 6, 4, 2);
+    // 12 of the 20 sampled bytes lie in the gap before the pixels and point at index 9.
+    IndexedImage gapped = MakeImage(4, 10, 16);
+    gapped.pixels[0] = 5;
+    cardgen::BmpOptions gap;
+    gap.gapBytes = 12;
+    Bytes gapBitmap = cardgen::EncodeBmp(gapped, gap);
+    std::fill_n(gapBitmap.begin() + 54 + 4 * 16, 12, 9);
     // 12 x 10, background 0; the 60 sampled bytes are the bottom five rows. Index 6 fills 7 of them,
     // index 5 fills 6 (a ratio of exactly 0.1, not above): 6 is Top, 5 is Second.
-    IndexedImage im = MakeImage(12, 10, 8, 0);
-    const auto put = [&](int n, Byte v, int column) {
-        for (int k = 0; k < n; ++k)
-            im.pixels[static_cast<size_t>(5 + k % 5) * 12 + k / 5 * 2 + column] = v;
-    };
-    put(7, 6, 0);
-    put(6, 5, 1);
-    im.pixels[3] = 1;
-    const int exact = add("exact.bmp", im);
-    ASSERT_TRUE(decode(exact).Ok);
-    EXPECT_EQ(answers.DitherAsked, 0); // 0.1 is not above 0.1
-
+    IndexedImage exact = MakeImage(12, 10, 8, 0);
+    for (int k = 0; k < 7; ++k)
+        exact.row(5 + k % 5)[k / 5 * 2] = 6;
+    for (int k = 0; k < 6; ++k)
+        exact.row(5 + k % 5)[k / 5 * 2 + 1] = 5;
+    exact.pixels[3] = 1;
     // One more 5: a tie of 7 makes the lower index 5 Top and 6 Second, at a ratio above 0.1.
-    im.pixels[static_cast<size_t>(9) * 12 + 11] = 5;
-    const int yes = add("yes.bmp", im);
-    FixedAnswers y(Answer::Yes, Answer::Yes);
-    ASSERT_TRUE(decode(yes, y).Ok);
-    EXPECT_EQ(y.DitherAsked, 1);
-    EXPECT_EQ(ws.Card(yes).BackgroundIndex, 0);
-    EXPECT_EQ(ws.Card(yes).DitherIndex, 6);
-    ExpectPixels(ws.Card(yes).Pixels, ExpectedPixels(im, ws.Card(yes)));
-    for (size_t k = 1; k + 1 < ws.Card(yes).Pixels.size(); ++k)
-        EXPECT_NE(ws.Card(yes).Pixels[k].PaletteIndex, 6);
+    IndexedImage dithered = exact;
+    dithered.row(9)[11] = 5;
 
-    const int no = add("no.bmp", im);
-    FixedAnswers n(Answer::Yes, Answer::No);
-    ASSERT_TRUE(decode(no, n).Ok);
-    EXPECT_EQ(ws.Card(no).DitherIndex, 0);
-
-    const int all1 = add("all1.bmp", im);
-    const int all2 = add("all2.bmp", im);
-    FixedAnswers a(Answer::Yes, Answer::YesToAll);
-    ASSERT_TRUE(decode(all1, a).Ok);
-    ASSERT_TRUE(decode(all2, a).Ok);
-    EXPECT_EQ(a.DitherAsked, 1);
-    EXPECT_TRUE(ws.DisableDitherWarning);
-    EXPECT_EQ(ws.Card(all1).DitherIndex, 6);
-    EXPECT_EQ(ws.Card(all2).DitherIndex, 0); // suppressed: the background's index
+    const Answer Y = Answer::Yes, N = Answer::No;
+    const struct
+    {
+        const char *name;
+        const IndexedImage &image;
+        Bytes bitmap;
+        Answer background, dither;
+        bool warningOff;
+        int askedBackground, askedDither, backgroundIndex, ditherIndex; // -1: not checked
+    } cases[] = {
+        // Nothing confirmed as dither: the background's own index.
+        {"kept.bmp", fourLeads, Bmp(fourLeads), Y, N, false, 1, -1, 4, 4},
+        {"refused.bmp", fourLeads, Bmp(fourLeads), N, N, false, 1, -1, 0, -1},
+        {"tie.bmp", tie, Bmp(tie), Y, Y, false, 0, -1, 0, -1},
+        // With the warning off a leading index is taken without a question.
+        {"quiet.bmp", lead, Bmp(lead), Y, Y, true, 0, -1, 2, -1},
+        {"gap.bmp", gapped, gapBitmap, N, N, false, 1, -1, 0, -1},
+        {"exact.bmp", exact, Bmp(exact), Y, Y, false, 0, 0, 0, -1},
+        {"dither.bmp", dithered, Bmp(dithered), Y, Y, false, 0, 1, 0, 6},
+        {"nodither.bmp", dithered, Bmp(dithered), Y, N, false, 0, 1, 0, 0},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        ws.DisableBackgroundWarning = c.warningOff;
+        FixedAnswers answer(c.background, c.dither);
+        const int i = add(c.name, c.bitmap);
+        ASSERT_TRUE(decode(i, answer).Ok);
+        const CardImage &card = ws.Card(i);
+        for (const auto &[got, want] : {std::pair{answer.BackgroundAsked, c.askedBackground},
+                                        {answer.DitherAsked, c.askedDither}, {int(card.BackgroundIndex), c.backgroundIndex},
+                                        {int(card.DitherIndex), c.ditherIndex}})
+            if (want >= 0) {
+                EXPECT_EQ(got, want);
+            }
+        ExpectPixels(card.Pixels, ExpectedPixels(c.image, card));
+    }
 }
 
-TEST_F(DecodeFixture, AllBackgroundCardHasOnlyTheClosingElement)
+TEST_F(DecodeFixture, YesToAllStopsTheQuestionForLaterCards)
 {
-    const int i = add("blank.bmp", MakeImage(7, 3, 2, 0));
-    ASSERT_TRUE(decode(i).Ok);
-    const CardImage &card = ws.Card(i);
-    ASSERT_EQ(card.Pixels.size(), 2u);
-    EXPECT_EQ(card.Pixels[1].Row, 0);
-    EXPECT_EQ(card.Pixels[1].Column, 7);
-    EXPECT_EQ(card.Pixels[1].PaletteIndex, 0);
-    EXPECT_EQ(card.Pixels[1].Hue, card.HueOfIndex[0]);
+    IndexedImage fourLeads = MakeImage(6, 8, 8, 4);
+    std::fill_n(fourLeads.pixels.begin(), 6, 0);
+    FixedAnswers all(Answer::YesToAll, Answer::No);
+    ASSERT_TRUE(decode(add("a.bmp", fourLeads), all).Ok);
+    EXPECT_TRUE(ws.DisableBackgroundWarning);
+    ASSERT_TRUE(decode(add("b.bmp", fourLeads), all).Ok);
+    EXPECT_EQ(all.BackgroundAsked, 1);
+    EXPECT_EQ(ws.Card(2).BackgroundIndex, 4);
+
+    IndexedImage dithered = MakeImage(12, 10, 8, 0);
+    for (int k = 0; k < 7; ++k)
+        dithered.row(5 + k % 5)[k / 5 * 2] = 6, dithered.row(5 + k % 5)[k / 5 * 2 + 1] = 5;
+    FixedAnswers a(Answer::Yes, Answer::YesToAll);
+    ASSERT_TRUE(decode(add("c.bmp", dithered), a).Ok);
+    ASSERT_TRUE(decode(add("d.bmp", dithered), a).Ok);
+    EXPECT_EQ(a.DitherAsked, 1);
+    EXPECT_TRUE(ws.DisableDitherWarning);
+    EXPECT_EQ(ws.Card(3).DitherIndex, 6);
+    EXPECT_EQ(ws.Card(4).DitherIndex, 0); // suppressed: the background's index
 }
 
 TEST_F(DecodeFixture, CancelLeavesTheCardLoadedAndTheNextPassStartsAfresh)
@@ -335,9 +296,7 @@ TEST_F(DecodeFixture, AVanishedOrShortenedFileLeavesTheCardLoaded)
     const int cut = add("cut.bmp", im);
     const int fine = add("fine.bmp", im);
     std::filesystem::remove(dir.file("gone.bmp"));
-    BmpOptions o;
-    o.truncateTo = 54 + 16 + 20;
-    WriteBytes(dir.file("cut.bmp"), BmpBytes(im, o));
+    WriteBytes(dir.file("cut.bmp"), Bmp(im, {}, 54 + 16 + 20));
 
     DecodeResult r = decode(gone);
     EXPECT_FALSE(r.Ok);
@@ -358,8 +317,8 @@ TEST_F(DecodeFixture, GifAndTifGiveTheSameTablesAndPixelsAsTheBitmap)
             if ((x + 2 * y) % 5 == 0)
                 im.pixels[static_cast<size_t>(y) * im.width + x] = static_cast<Byte>(40 + x * y);
     const int bmp = add("same.bmp", im);
-    WriteGif(dir.file("same.gif"), im);
-    WriteTiff(dir.file("same.tif"), im);
+    ASSERT_TRUE(cardgen::WriteGif(im, dir.file("same.gif")));
+    ASSERT_TRUE(cardgen::WriteTif(im, dir.file("same.tif"), 600, /*lzw=*/true));
     const int gif = LoadImage(ws, "same.gif", dir.folder()).CardIndex;
     const int tif = LoadImage(ws, "same.tif", dir.folder()).CardIndex;
     ASSERT_GT(gif, 0);

@@ -14,9 +14,9 @@ struct LoadFixture : ::testing::Test
     TempFolder dir;
     Workspace ws;
 
-    std::string bmp(const std::string &name, const IndexedImage &im, const BmpOptions &o = {})
+    std::string put(const std::string &name, const Bytes &bytes)
     {
-        WriteBytes(dir.file(name), BmpBytes(im, o));
+        WriteBytes(dir.file(name), bytes);
         return name;
     }
     LoadResult load(const std::string &name) { return LoadImage(ws, name, dir.folder()); }
@@ -31,163 +31,119 @@ struct LoadFixture : ::testing::Test
     }
 };
 
+std::string SizeMessage(const std::string &size)
+{
+    return "Error: The picture is " + size + " pixels; a card must have 1 to 32767 lines and columns.";
+}
+
 } // namespace
 
-TEST_F(LoadFixture, RegistersTheCardWithResolutionAndArea)
+TEST_F(LoadFixture, RegistersTheCardAtTheDefaultResolution)
 {
-    ws.CompositeCheck = true;
-    const LoadResult r = load(bmp("card.bmp", MakeImage(2400, 2400, 2)));
-    ASSERT_TRUE(r.Ok) << r.Message;
-    EXPECT_EQ(r.CardIndex, 1);
-    EXPECT_FALSE(ws.CompositeCheck);
-    const CardImage &card = ws.Card(1);
-    EXPECT_EQ(card.FullPath, dir.folder() + "card.bmp");
-    EXPECT_EQ(card.FileName, "card.bmp");
-    EXPECT_EQ(card.WidthPx, 2400);
-    EXPECT_EQ(card.HeightPx, 2400);
-    EXPECT_EQ(card.Dpi, 1200);
     // 1200 dpi is about 21.17 micrometres a pixel, computed as ((1 / 1200) / 12 / 3.2808) * 1e6.
-    EXPECT_DOUBLE_EQ(card.MicronsPerPixelX, ((1.0 / 1200) / 12 / 3.2808) * 1000000);
-    EXPECT_NEAR(card.MicronsPerPixelX, 21.1669, 1e-4);
-    EXPECT_EQ(card.MicronsPerPixelY, card.MicronsPerPixelX);
-    EXPECT_NEAR(card.AreaCm2, 25.81, 0.01);
-    EXPECT_FALSE(card.PixelsReady);
-    EXPECT_FALSE(card.Scanned);
-    EXPECT_EQ(card.Position, 0);
+    const struct
+    {
+        int dpi, width, height;
+        double microns, areaCm2;
+    } cases[] = {{1200, 2400, 2400, 21.1669, 25.81}, {600, 10, 20, 42.3338, 0.0035843}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.dpi);
+        ws.CompositeCheck = true;
+        ws.DefaultRes = c.dpi;
+        const std::string name = "card" + std::to_string(c.dpi) + ".bmp";
+        const LoadResult r = load(put(name, Bmp(MakeImage(c.width, c.height, 2))));
+        ASSERT_TRUE(r.Ok) << r.Message;
+        EXPECT_FALSE(ws.CompositeCheck);
+        const CardImage &card = ws.Card(r.CardIndex);
+        EXPECT_EQ(card.FullPath, dir.folder() + name);
+        EXPECT_EQ(card.FileName, name);
+        EXPECT_EQ(card.WidthPx, c.width);
+        EXPECT_EQ(card.HeightPx, c.height);
+        EXPECT_EQ(card.Dpi, c.dpi);
+        EXPECT_DOUBLE_EQ(card.MicronsPerPixelX, ((1.0 / c.dpi) / 12 / 3.2808) * 1000000);
+        EXPECT_NEAR(card.MicronsPerPixelX, c.microns, 1e-4);
+        EXPECT_EQ(card.MicronsPerPixelY, card.MicronsPerPixelX);
+        EXPECT_NEAR(card.AreaCm2, c.areaCm2, c.areaCm2 * 1e-3);
+        EXPECT_FALSE(card.PixelsReady || card.Scanned);
+        EXPECT_EQ(card.Position, 0);
+    }
 }
 
-TEST_F(LoadFixture, TheResolutionComesFromDefaultRes)
-{
-    ws.DefaultRes = 600;
-    ASSERT_TRUE(load(bmp("a.bmp", MakeImage(10, 20, 2))).Ok);
-    EXPECT_EQ(ws.Card(1).Dpi, 600);
-    EXPECT_NEAR(ws.Card(1).MicronsPerPixelX, 42.3338, 1e-4);
-}
-
-TEST_F(LoadFixture, FileNameEndings)
-{
-    const IndexedImage im = MakeImage(4, 4, 2);
-    EXPECT_TRUE(load(bmp("UPPER.BMP", im)).Ok);
-    EXPECT_TRUE(load(bmp("nodotbmp", im)).Ok); // merely ending in the letters passes
-
-    const LoadResult tiff = load(bmp("scan.tiff", im));
-    EXPECT_FALSE(tiff.Ok);
-    EXPECT_EQ(tiff.Message, "'scan.tiff' is an unsupported file type.");
-    EXPECT_TRUE(tiff.Exclamation);
-    EXPECT_EQ(refusal("notes.txt"), "'notes.txt' is an unsupported file type.");
-    EXPECT_EQ(refusal("mp"), "'mp' is an unsupported file type.");
-}
-
-TEST_F(LoadFixture, TheSamePathTwiceIsRefusedButTheSameNameElsewhereLoads)
-{
-    const IndexedImage im = MakeImage(4, 4, 2);
-    ASSERT_TRUE(load(bmp("a.bmp", im)).Ok);
-    EXPECT_EQ(refusal("a.bmp"), "'a.bmp' has\ralready been opened.");
-
-    TempFolder other;
-    WriteBytes(other.file("a.bmp"), BmpBytes(im));
-    const LoadResult r = LoadImage(ws, other.file("a.bmp"));
-    ASSERT_TRUE(r.Ok) << r.Message;
-    EXPECT_EQ(ws.CardCount(), 2);
-    EXPECT_EQ(ws.Card(2).FileName, "a.bmp");
-    EXPECT_EQ(ws.Card(2).FullPath, other.file("a.bmp"));
-}
-
-TEST_F(LoadFixture, DepthRefusalsNameTheDepth)
-{
-    const IndexedImage im = MakeImage(4, 4, 2);
-    BmpOptions deep;
-    deep.bitsField = 24;
-    EXPECT_EQ(refusal(bmp("deep.bmp", im, deep)), "This file is encoded at 24 bits per\rpixel and cannot be analysed.");
-
-    WriteGif(dir.file("seven.gif"), MakeImage(4, 4, 256), 7);
-    EXPECT_EQ(refusal("seven.gif"), "This file is encoded at 7 bits per\rpixel and cannot be analysed.");
-
-    std::vector<Byte> rgb(4 * 4 * 3, 100);
-    WriteRgbTiff(dir.file("rgb.tif"), 4, 4, rgb);
-    EXPECT_EQ(refusal("rgb.tif"), "This file is encoded at 24 bits per\rpixel and cannot be analysed.");
-}
-
-TEST_F(LoadFixture, GifAndTifRegisterFromTheirHeaders)
+TEST_F(LoadFixture, GifAndTifRegisterFromTheirHeadersAndEndingsAreCaseBlind)
 {
     const IndexedImage im = MakeImage(33, 17, 256);
-    WriteGif(dir.file("c.gif"), im);
-    WriteTiff(dir.file("c.tif"), im);
-    for (const char *name : {"c.gif", "c.tif"}) {
+    ASSERT_TRUE(cardgen::WriteGif(im, dir.file("c.gif")));
+    ASSERT_TRUE(cardgen::WriteTif(im, dir.file("c.tif")));
+    Bytes lower = ReadBytes(dir.file("c.gif"));
+    lower[0] = 'g'; // the signature is compared in lower case
+    // Merely ending in the letters passes.
+    for (const std::string &name : {std::string("c.gif"), std::string("c.tif"), put("lower.gif", lower),
+                                    put("UPPER.BMP", Bmp(im)), put("nodotbmp", Bmp(im))}) {
         SCOPED_TRACE(name);
         const LoadResult r = load(name);
         ASSERT_TRUE(r.Ok) << r.Message;
         EXPECT_EQ(ws.Card(r.CardIndex).WidthPx, 33);
         EXPECT_EQ(ws.Card(r.CardIndex).HeightPx, 17);
     }
-
-    std::vector<Byte> bytes = ReadBytes(dir.file("c.gif"));
-    bytes[3] = 'x'; // "GIFx9a"
-    WriteBytes(dir.file("bad.gif"), bytes);
-    EXPECT_EQ(refusal("bad.gif"), "'bad.gif' does not seem to be a valid GIF image.");
-    bytes[0] = 'g', bytes[3] = '8'; // the signature is compared in lower case
-    WriteBytes(dir.file("lower.gif"), bytes);
-    EXPECT_TRUE(load("lower.gif").Ok);
-    WriteBytes(dir.file("tiny.gif"), {'G', 'I', 'F'});
-    EXPECT_EQ(refusal("tiny.gif"), "'tiny.gif' does not seem to be a valid GIF image.");
-
-    WriteBytes(dir.file("text.tif"), std::vector<Byte>(100, 'z'));
-    EXPECT_EQ(refusal("text.tif").rfind("Error: ", 0), 0u);
 }
 
-TEST_F(LoadFixture, DamagedAndMissingFilesGiveAnErrorAndNoCard)
+TEST_F(LoadFixture, RefusalsNameTheFaultAndAddNoCard)
 {
     const IndexedImage im = MakeImage(6, 5, 4);
-    ASSERT_TRUE(load(bmp("good.bmp", im)).Ok);
-
-    EXPECT_EQ(refusal("missing.bmp"), "Error: File not found");
-    WriteBytes(dir.file("stub.bmp"), std::vector<Byte>(20, 0));
-    EXPECT_EQ(refusal("stub.bmp"), "Error: The file is too short to be a picture.");
-
-    BmpOptions cut;
-    cut.truncateTo = 54 + 16 + 8;
-    EXPECT_EQ(refusal(bmp("cut.bmp", im, cut)), "Error: The file is shorter than its header says; it may be truncated.");
-    BmpOptions offset;
-    offset.pixelOffsetField = 1 << 30;
-    EXPECT_EQ(refusal(bmp("offset.bmp", im, offset)),
-              "Error: The file is shorter than its header says; it may be truncated.");
-    BmpOptions colours;
-    colours.coloursField = 300;
-    EXPECT_EQ(refusal(bmp("colours.bmp", im, colours)), "Error: The colour table of the bitmap is damaged.");
-    BmpOptions longTable;
-    longTable.coloursField = 200; // the table would run past the end of this small file
-    EXPECT_EQ(refusal(bmp("table.bmp", MakeImage(1, 1, 2), longTable)),
-              "Error: The file is shorter than its header says; it may be truncated.");
+    ASSERT_TRUE(load(put("good.bmp", Bmp(im))).Ok);
+    ASSERT_TRUE(cardgen::WriteGif(MakeImage(4, 4, 256), dir.file("seven.gif"), 7));
+    ASSERT_TRUE(cardgen::WriteTif24(cardgen::RgbImage{4, 4, Bytes(4 * 4 * 3, 100)}, dir.file("rgb.tif")));
+    ASSERT_TRUE(cardgen::WriteGif(MakeImage(4, 4, 256), dir.file("eight.gif")));
+    Bytes badGif = ReadBytes(dir.file("eight.gif"));
+    badGif[3] = 'x'; // "GIFx9a"
+    const std::string truncated = "Error: The file is shorter than its header says; it may be truncated.";
+    const std::pair<std::string, std::string> cases[] = {
+        {put("scan.tiff", Bmp(im)), "'scan.tiff' is an unsupported file type."},
+        {put("notes.txt", Bmp(im)), "'notes.txt' is an unsupported file type."},
+        {put("mp", Bmp(im)), "'mp' is an unsupported file type."},
+        {"good.bmp", "'good.bmp' has\ralready been opened."},
+        {put("deep.bmp", Bmp(im, {{28, 24}})), "This file is encoded at 24 bits per\rpixel and cannot be analysed."},
+        {"seven.gif", "This file is encoded at 7 bits per\rpixel and cannot be analysed."},
+        {"rgb.tif", "This file is encoded at 24 bits per\rpixel and cannot be analysed."},
+        {put("bad.gif", badGif), "'bad.gif' does not seem to be a valid GIF image."},
+        {put("tiny.gif", {'G', 'I', 'F'}), "'tiny.gif' does not seem to be a valid GIF image."},
+        {"missing.bmp", "Error: File not found"},
+        {put("stub.bmp", Bytes(20, 0)), "Error: The file is too short to be a picture."},
+        {put("cut.bmp", Bmp(im, {}, 54 + 16 + 8)), truncated},
+        {put("offset.bmp", Bmp(im, {{10, 1 << 30}})), truncated},
+        {put("colours.bmp", Bmp(im, {{46, 300}})), "Error: The colour table of the bitmap is damaged."},
+        // The table would run past the end of this small file.
+        {put("table.bmp", Bmp(MakeImage(1, 1, 2), {{46, 200}})), truncated},
+        {put("w0.bmp", Bmp(im, {{18, 0}})), SizeMessage("0 by 5")},
+        {put("h-3.bmp", Bmp(im, {{22, -3}})), SizeMessage("6 by -3")},
+        {put("w32768.bmp", Bmp(im, {{18, 32768}})), SizeMessage("32768 by 5")},
+        {put("h40000.bmp", Bmp(im, {{22, 40000}})), SizeMessage("6 by 40000")},
+        {put("wide.gif", {'G', 'I', 'F', '8', '9', 'a', 0x00, 0x90, 0x05, 0x00, 0xF7}), SizeMessage("36864 by 5")},
+    };
+    for (const auto &[name, message] : cases)
+        EXPECT_EQ(refusal(name), message) << name;
+    EXPECT_TRUE(load("scan.tiff").Exclamation);
+    put("text.tif", Bytes(100, 'z'));
+    EXPECT_EQ(refusal("text.tif").rfind("Error: ", 0), 0u);
     EXPECT_EQ(ws.CardCount(), 1);
 }
 
-TEST_F(LoadFixture, SizesOutsideOneTo32767AreRefused)
+TEST_F(LoadFixture, TheSameNameInAnotherFolderLoads)
 {
-    const IndexedImage im = MakeImage(3, 3, 2);
-    const auto sized = [&](long w, long h) {
-        BmpOptions o;
-        o.widthField = w;
-        o.heightField = h;
-        return refusal(bmp("s.bmp", im, o));
-    };
-    EXPECT_EQ(sized(0, 3), "Error: The picture is 0 by 3 pixels; a card must have 1 to 32767 lines and columns.");
-    EXPECT_EQ(sized(3, -3), "Error: The picture is 3 by -3 pixels; a card must have 1 to 32767 lines and columns.");
-    EXPECT_EQ(sized(32768, 3),
-              "Error: The picture is 32768 by 3 pixels; a card must have 1 to 32767 lines and columns.");
-    EXPECT_EQ(sized(3, 40000),
-              "Error: The picture is 3 by 40000 pixels; a card must have 1 to 32767 lines and columns.");
-
-    std::vector<Byte> gif = {'G', 'I', 'F', '8', '9', 'a', 0x00, 0x90, 0x05, 0x00, 0xF7};
-    WriteBytes(dir.file("wide.gif"), gif); // 36864 by 5
-    EXPECT_EQ(refusal("wide.gif"),
-              "Error: The picture is 36864 by 5 pixels; a card must have 1 to 32767 lines and columns.");
+    ASSERT_TRUE(load(put("a.bmp", Bmp(MakeImage(4, 4, 2)))).Ok);
+    TempFolder other;
+    WriteBytes(other.file("a.bmp"), Bmp(MakeImage(4, 4, 2)));
+    const LoadResult r = LoadImage(ws, other.file("a.bmp"));
+    ASSERT_TRUE(r.Ok) << r.Message;
+    EXPECT_EQ(ws.Card(2).FileName, "a.bmp");
+    EXPECT_EQ(ws.Card(2).FullPath, other.file("a.bmp"));
 }
 
 TEST_F(LoadFixture, AResolutionOfZeroOrBelowIsRefusedWithoutDividing)
 {
     for (int res : {0, -300}) {
         ws.DefaultRes = res;
-        EXPECT_EQ(refusal(bmp("r.bmp", MakeImage(3, 3, 2))),
+        EXPECT_EQ(refusal(put("r.bmp", Bmp(MakeImage(3, 3, 2)))),
                   "Error: The default image resolution (DefaultRes) is " + std::to_string(res) +
                       " dpi; set a resolution above 0 under Preferences (--dpi for the command line).");
     }
