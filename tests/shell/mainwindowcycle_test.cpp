@@ -7,6 +7,7 @@
 #include "shell/cardview.h"
 #include "shell/mainwindow.h"
 #include "shell/picturebox.h"
+#include "shell/sprayinfoform.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -276,4 +277,43 @@ TEST_F(CycleTest, CaptionsAccessKeysAndGraphScales)
     // "MS Sans Serif" 8 becomes the system's sans face at 8 points.
     EXPECT_DOUBLE_EQ(window->Label1->font().pointSizeF(), 8.0);
     EXPECT_DOUBLE_EQ(window->ResultLabelX1->font().pointSizeF(), 8.0);
+}
+
+// With the spray record asked for, declining it ends the scan command before anything moves;
+// without the scan log the question isn't put at all.
+TEST_F(CycleTest, DeclinedSprayRecordLeavesEverythingAsItWas)
+{
+    loadThree();
+    window->selectCard(1);
+    window->btnScanColour_Click();
+    ws.LogAnalysis = true;
+    ws.LogSprayInfo = true;
+    int asked = 0;
+    auto decline = [&] {
+        if (auto *form = qobject_cast<SprayInfoForm *>(QApplication::activeModalWidget())) {
+            ++asked;
+            form->reject();
+        }
+    };
+    QTimer::singleShot(0, decline);
+    window->btnScanAll_Click();
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(ws.ScannedCount(), 0);
+    EXPECT_FALSE(ws.Card(2).PixelsReady);
+    EXPECT_EQ(ws.CurrentCard, 1);
+    EXPECT_TRUE(window->btnChangeRes->isEnabled());
+    EXPECT_FALSE(window->ResultFrame->isVisibleTo(window.get()));
+
+    QTimer::singleShot(0, decline);
+    window->btnScan_Click();
+    EXPECT_EQ(asked, 2);
+    EXPECT_FALSE(ws.Card(1).Scanned);
+
+    ws.LogAnalysis = false;
+    QTimer::singleShot(0, decline);
+    window->btnScan_Click();
+    QApplication::processEvents();
+    EXPECT_EQ(asked, 2);
+    EXPECT_TRUE(ws.Card(1).Scanned);
+    EXPECT_FALSE(QFile::exists(path("card01.scn"))); // no log asked for
 }
