@@ -317,3 +317,18 @@ TEST_F(CycleTest, DeclinedSprayRecordLeavesEverythingAsItWas)
     EXPECT_TRUE(ws.Card(1).Scanned);
     EXPECT_FALSE(QFile::exists(path("card01.scn"))); // no log asked for
 }
+
+// The message loop runs between two files of a choice, so Cancel stops the loading there; the
+// card to show is still the last name chosen, and when it wasn't reached the current card stays.
+TEST_F(CycleTest, CancelBetweenTheFilesOfOneChoice)
+{
+    QTimer::singleShot(0, window->btnCancel, &QPushButton::click);
+    window->loadChosenFiles({path("card03.bmp"), path("card02.bmp"), path("card01.bmp")});
+    ASSERT_EQ(ws.CardCount(), 1);
+    EXPECT_EQ(ws.Card(1).FileName, "card01.bmp");
+    EXPECT_EQ(ws.CurrentCard, 1);
+    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp -- 600 dpi");
+    EXPECT_FALSE(window->btnCancel->isEnabled());
+    EXPECT_FALSE(ws.CancelRequested);
+    EXPECT_EQ(ws.InitialDir, dir.path().toStdString() + "/");
+}
