@@ -6,6 +6,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <tuple>
 
 namespace velmara::testing {
 
@@ -53,6 +54,12 @@ inline int AddCard(Workspace &ws, double areaCm2, std::initializer_list<Row> row
         c.Stats.VolumeDensity = c.TotalVolume / areaCm2;
     }
     return i;
+}
+
+// The three figures of a card as one comparable value.
+inline std::tuple<double, double, double> Figures(const CardStats &s)
+{
+    return {s.Vmd, s.DropDensity, s.VolumeDensity};
 }
 
 // Text of the Failure that f throws; empty when it throws none.

@@ -10,6 +10,7 @@
 
 using namespace velmara;
 using velmara::testing::AddCard;
+using velmara::testing::Figures;
 
 namespace {
 
@@ -21,42 +22,29 @@ double NominalVolumeNl(int bin)
 
 } // namespace
 
-TEST(CalcCompositeAll, BinsRoundHalfToEven)
+TEST(CalcCompositeAll, TenthBinsRoundHalfToEvenAndMergeAcrossCards)
 {
     Workspace ws;
-    AddCard(ws, 1.0, {{12.25f, 2, 500}});
-    AddCard(ws, 1.0, {{12.75f, 3, 600}});
+    AddCard(ws, 1.5, {{12.25f, 2, 500}, {12.31f, 4, 500}, {40.04f, 1, 9000}});
+    AddCard(ws, 2.5, {{12.34f, 6, 700}, {12.75f, 3, 600}});
     CalcCompositeAll(ws);
     const auto &rows = ws.CompositeAll.Classes;
-    ASSERT_EQ(rows.size(), 3u);
-    EXPECT_EQ(rows[1].Diameter, 12.2f);
-    EXPECT_EQ(rows[1].Count, 2);
-    EXPECT_EQ(rows[2].Diameter, 12.8f);
-    EXPECT_EQ(rows[2].Count, 3);
+    ASSERT_EQ(rows.size(), 5u);
+    const std::pair<Single, Long> bins[] = {{0, 0}, {12.2f, 2}, {12.3f, 10}, {12.8f, 3}, {40, 1}};
+    for (size_t k = 1; k < rows.size(); ++k)
+        EXPECT_EQ(std::pair(rows[k].Diameter, rows[k].Count), bins[k]) << k;
     EXPECT_NEAR(rows[1].Volume, 9.50776e-4, 1e-9); // sphere of diameter 12.2 in nanolitres
-    EXPECT_FLOAT_EQ(rows[2].Volume, ToSingle(NominalVolumeNl(128)));
-    EXPECT_EQ(ws.CompositeAll.MaxDiameter, 12.75f);
+    EXPECT_FLOAT_EQ(rows[3].Volume, ToSingle(NominalVolumeNl(128)));
+    EXPECT_EQ(ws.CompositeAll.MaxDiameter, 40.04f) << "the largest drop, not its bin";
     EXPECT_EQ(ws.CompositeAll.MinDiameter, static_cast<double>(12.2f));
-}
-
-TEST(CalcCompositeAll, ClassesOfOneBinMergeAcrossCards)
-{
-    Workspace ws;
-    AddCard(ws, 1.5, {{12.31f, 4, 500}, {40, 1, 9000}});
-    AddCard(ws, 2.5, {{12.34f, 6, 700}});
-    CalcCompositeAll(ws);
-    const auto &rows = ws.CompositeAll.Classes;
-    ASSERT_EQ(rows.size(), 3u);
-    EXPECT_EQ(rows[1].Diameter, 12.3f);
-    EXPECT_EQ(rows[1].Count, 10);
-    EXPECT_EQ(ws.CompositeAll.DropCount, 11);
+    EXPECT_EQ(ws.CompositeAll.DropCount, 16);
     EXPECT_EQ(ws.CompositeAll.AreaCm2, 4.0);
-    EXPECT_DOUBLE_EQ(ws.CompositeAll.Stats.DropDensity, 11 / 4.0);
-    EXPECT_FLOAT_EQ(rows[1].NumberFraction, 10.0f / 11);
+    EXPECT_DOUBLE_EQ(ws.CompositeAll.Stats.DropDensity, 16 / 4.0);
+    EXPECT_FLOAT_EQ(rows[2].NumberFraction, 10.0f / 16);
     // VolumeFraction divides by the cards' own total, not by the sum of nominal volumes.
-    const double total = (4 * 500.0 + 9000 + 6 * 700.0) / 1000000;
+    const double total = (2 * 500.0 + 4 * 500.0 + 9000 + 6 * 700.0 + 3 * 600.0) / 1000000;
     EXPECT_DOUBLE_EQ(ws.CompositeAll.TotalVolume, total);
-    EXPECT_FLOAT_EQ(rows[1].VolumeFraction, ToSingle(rows[1].Volume * 10.0 / total));
+    EXPECT_FLOAT_EQ(rows[2].VolumeFraction, ToSingle(rows[2].Volume * 10.0 / total));
     EXPECT_DOUBLE_EQ(ws.CompositeAll.Stats.VolumeDensity, total / 4.0);
 }
 
@@ -74,6 +62,25 @@ TEST(CalcCompositeAll, UnscannedCardsAreLeftOutAndEmptyCardsAddArea)
     EXPECT_EQ(ws.CompositeAll.AreaCm2, 2.0);
     EXPECT_DOUBLE_EQ(ws.CompositeAll.Stats.DropDensity, 2.5);
     EXPECT_EQ(ws.MaxVmdOfCards, ToSingle(19.87654321));
+
+    // No stain anywhere: no rows at all, zero figures, MinDiameter as it was.
+    Workspace empty;
+    AddCard(empty, 1.0, {});
+    empty.CompositeAll.MinDiameter = 7;
+    empty.CompositeAll.Stats = {5, 6, 7};
+    CalcCompositeAll(empty);
+    EXPECT_TRUE(empty.CompositeAll.Classes.empty());
+    EXPECT_EQ(Figures(empty.CompositeAll.Stats), Figures({}));
+    EXPECT_EQ(empty.CompositeAll.MinDiameter, 7);
+
+    // No scanned card at all: the densities keep their old values.
+    Workspace none;
+    AddCard(none, 1.0, {{20, 5, 4000}}, /*scanned=*/false);
+    none.CompositeAll.Stats = {5, 6, 7};
+    CalcCompositeAll(none);
+    EXPECT_EQ(none.CompositeAll.AreaCm2, 0);
+    EXPECT_EQ(none.CompositeAll.Stats.DropDensity, 6);
+    EXPECT_EQ(none.CompositeAll.Stats.VolumeDensity, 7);
 }
 
 TEST(CalcCompositeAll, FirstRowOverHalfIsInterpolatedFromZero)
@@ -116,45 +123,6 @@ TEST(CalcCompositeAll, OverfullClassKeepsCountZeroButItsVolume)
     EXPECT_DOUBLE_EQ(ws.CompositeRange.TotalVolume, rows[2].Volume);
 }
 
-TEST(CalcCompositeAll, NoStainAnywhereLeavesNoRowsAtAll)
-{
-    Workspace ws;
-    AddCard(ws, 1.0, {});
-    AddCard(ws, 1.0, {});
-    ws.CompositeAll.MinDiameter = 7;
-    ws.CompositeAll.Stats = {5, 6, 7};
-    CalcCompositeAll(ws);
-    EXPECT_TRUE(ws.CompositeAll.Classes.empty());
-    EXPECT_EQ(ws.CompositeAll.Stats.Vmd, 0);
-    EXPECT_EQ(ws.CompositeAll.Stats.DropDensity, 0);
-    EXPECT_EQ(ws.CompositeAll.Stats.VolumeDensity, 0);
-    EXPECT_EQ(ws.CompositeAll.MinDiameter, 7);
-
-    // No scanned card at all: the densities keep their old values.
-    Workspace none;
-    AddCard(none, 1.0, {{20, 5, 4000}}, /*scanned=*/false);
-    none.CompositeAll.Stats = {5, 6, 7};
-    CalcCompositeAll(none);
-    EXPECT_EQ(none.CompositeAll.AreaCm2, 0);
-    EXPECT_EQ(none.CompositeAll.Stats.DropDensity, 6);
-    EXPECT_EQ(none.CompositeAll.Stats.VolumeDensity, 7);
-}
-
-TEST(CalcCompositeRange, RangeAboveEveryRowKeepsOnlyRowZeroAndTheArea)
-{
-    Workspace ws;
-    AddCard(ws, 1.0, {{20, 5, 4000}, {30, 2, 14000}});
-    AddCard(ws, 2.0, {{25, 1, 8000}});
-    CalcCompositeAll(ws);
-    ws.RangeLow = 31;
-    CalcCompositeRange(ws);
-    EXPECT_EQ(ws.CompositeRange.Classes.size(), 1u);
-    EXPECT_EQ(ws.CompositeRange.Stats.Vmd, 0);
-    EXPECT_EQ(ws.CompositeRange.Stats.DropDensity, 0);
-    EXPECT_EQ(ws.CompositeRange.Stats.VolumeDensity, 0);
-    EXPECT_EQ(ws.CompositeRange.AreaCm2, 3.0);
-}
-
 TEST(CalcCompositeRange, FractionsOfTheRangeAddUpToOne)
 {
     Workspace ws;
@@ -181,4 +149,11 @@ TEST(CalcCompositeRange, FractionsOfTheRangeAddUpToOne)
     EXPECT_DOUBLE_EQ(ws.CompositeRange.Stats.DropDensity, 7 / 3.0);
     EXPECT_GT(ws.CompositeRange.Stats.Vmd, 30);
     EXPECT_LT(ws.CompositeRange.Stats.Vmd, 37);
+
+    // Above every row: only row 0 and the area stay.
+    ws.RangeLow = 43;
+    CalcCompositeRange(ws);
+    EXPECT_EQ(ws.CompositeRange.Classes.size(), 1u);
+    EXPECT_EQ(Figures(ws.CompositeRange.Stats), Figures({}));
+    EXPECT_EQ(ws.CompositeRange.AreaCm2, 3.0);
 }

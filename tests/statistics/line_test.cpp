@@ -13,34 +13,23 @@ using velmara::testing::FailureText;
 
 TEST(TickStep, StepsOfTheWorkedExamples)
 {
-    EXPECT_DOUBLE_EQ(TickStep(149), 25);
-    EXPECT_DOUBLE_EQ(TickStep(150), 50);
-    EXPECT_DOUBLE_EQ(TickStep(300), 100);
-    EXPECT_DOUBLE_EQ(TickStep(600), 200);
-    EXPECT_DOUBLE_EQ(TickStep(0.07f), 0.02);
-    // The quotient of logarithms falls just short of 3: p is 100 and m is 10.
-    EXPECT_DOUBLE_EQ(TickStep(1000), 200);
-    EXPECT_DOUBLE_EQ(TickStep(1), 0.25);
-}
-
-TEST(TickStep, NothingToLabelGivesOne)
-{
-    EXPECT_EQ(TickStep(0), 1);
-    EXPECT_EQ(TickStep(-3), 1);
+    // At 1000 the quotient of logarithms falls just short of 3: p is 100 and m is 10. Nothing to
+    // label gives 1.
+    const std::pair<Single, double> cases[] = {{149, 25}, {150, 50}, {300, 100}, {600, 200}, {0.07f, 0.02},
+                                               {1000, 200}, {1, 0.25}, {0, 1}, {-3, 1}};
+    for (const auto &[max, step] : cases)
+        EXPECT_DOUBLE_EQ(TickStep(max), step) << max;
 }
 
 TEST(TextToSingle, ReadsTypedNumbers)
 {
-    EXPECT_EQ(TextToSingle("10"), 10);
-    EXPECT_EQ(TextToSingle(" -50 "), -50);
-    EXPECT_EQ(TextToSingle("+2.5"), 2.5f);
-    EXPECT_EQ(TextToSingle("-.5"), -0.5f);
-    EXPECT_EQ(TextToSingle("3."), 3);
-    EXPECT_EQ(TextToSingle("1e3"), 1000);
-    EXPECT_EQ(TextToSingle("1D2"), 100);
-    EXPECT_EQ(TextToSingle("0.3"), 0.3f);
-    EXPECT_EQ(TextToSingle("1e-50"), 0);
-    EXPECT_EQ(TryTextToSingle("2.0"), 2.0f);
+    const std::pair<const char *, Single> cases[] = {{"10", 10}, {" -50 ", -50}, {"+2.5", 2.5f}, {"-.5", -0.5f},
+                                                     {"3.", 3}, {"1e3", 1000}, {"1D2", 100}, {"0.3", 0.3f},
+                                                     {"1e-50", 0}};
+    for (const auto &[text, value] : cases) {
+        EXPECT_EQ(TextToSingle(text), value) << text;
+        EXPECT_EQ(TryTextToSingle(text), value) << text;
+    }
 }
 
 TEST(TextToSingle, RefusesWhatIsNotANumber)

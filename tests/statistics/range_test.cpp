@@ -17,55 +17,30 @@ Workspace ThreeRowCard()
     return ws;
 }
 
-void ExpectEmptySelection(const Workspace &ws)
-{
-    EXPECT_EQ(ws.CardRange.Classes.size(), 1u);
-    EXPECT_EQ(ws.CardRange.Stats.Vmd, 0);
-    EXPECT_EQ(ws.CardRange.Stats.DropDensity, 0);
-    EXPECT_EQ(ws.CardRange.Stats.VolumeDensity, 0);
-    EXPECT_EQ(ws.CardRange.DropCount, 0);
-}
-
 } // namespace
 
-TEST(RangeSelected, StartValuesAndExactEndsCutNothing)
+TEST(RangeSelected, ExactEndsCutNothing)
 {
-    Workspace ws = ThreeRowCard();
-    EXPECT_FALSE(RangeSelected(ws));
-    ws.RangeLow = 10;
-    ws.RangeHigh = 30;
-    EXPECT_FALSE(RangeSelected(ws));
-    ws.RangeLow = 10.5f;
-    EXPECT_TRUE(RangeSelected(ws));
-    ws.RangeLow = 10;
-    ws.RangeHigh = 29.9f;
-    EXPECT_TRUE(RangeSelected(ws));
-}
-
-TEST(RangeSelected, CompositeViewRoundsMinDiameterToSingleFirst)
-{
-    Workspace ws = ThreeRowCard();
-    ws.CompositeCheck = true;
-    ws.CompositeAll.MaxDiameter = 30;
-    // Lies below 12.2f as a double but rounds to it as a Single: nothing is cut off.
-    ws.CompositeAll.MinDiameter = 12.1999997;
-    ws.RangeLow = 12.2f;
-    EXPECT_FALSE(RangeSelected(ws));
-    ws.RangeLow = 12.3f;
-    EXPECT_TRUE(RangeSelected(ws));
-    ws.RangeLow = 0;
-    ws.RangeHigh = 29.5f;
-    EXPECT_TRUE(RangeSelected(ws));
-}
-
-TEST(CalcSingleRange, CardWithoutStainsGivesTheEmptySelection)
-{
-    Workspace ws;
-    AddCard(ws, 2.0, {});
-    ws.RangeLow = 1;
-    CalcSingleRange(ws, 0);
-    ExpectEmptySelection(ws);
-    EXPECT_EQ(ws.CardRange.AreaCm2, 2.0);
+    // In the composite view MinDiameter is rounded to a Single first: 12.1999997 lies below 12.2f
+    // as a double but cuts nothing off.
+    const struct
+    {
+        bool composite;
+        Single low, high;
+        bool selected;
+    } cases[] = {
+        {false, 0, 32755, false}, {false, 10, 30, false}, {false, 10.5f, 30, true}, {false, 10, 29.9f, true},
+        {true, 12.2f, 30, false}, {true, 12.3f, 30, true}, {true, 0, 29.5f, true},
+    };
+    for (const auto &c : cases) {
+        Workspace ws = ThreeRowCard();
+        ws.CompositeCheck = c.composite;
+        ws.CompositeAll.MinDiameter = 12.1999997;
+        ws.CompositeAll.MaxDiameter = 30;
+        ws.RangeLow = c.low;
+        ws.RangeHigh = c.high;
+        EXPECT_EQ(RangeSelected(ws), c.selected) << c.composite << " " << c.low << ".." << c.high;
+    }
 }
 
 TEST(CalcSingleRange, BoundsEqualToDiametersKeepTheirRows)
@@ -94,57 +69,47 @@ TEST(CalcSingleRange, BoundsEqualToDiametersKeepTheirRows)
     EXPECT_FLOAT_EQ(ws.Card(1).SizeTable[2].VolumeFraction, 0.2f);
 }
 
-TEST(CalcSingleRange, RangesBetweenOrAboveRowsAreEmpty)
+TEST(CalcSingleRange, EmptyAndOneRowSelections)
 {
-    Workspace ws = ThreeRowCard();
-    ws.RangeLow = 21;
-    ws.RangeHigh = 29;
-    CalcSingleRange(ws, 1);
-    ExpectEmptySelection(ws);
-    ws.RangeLow = 11;
-    ws.RangeHigh = 19;
-    CalcSingleRange(ws, 1);
-    ExpectEmptySelection(ws);
-    ws.RangeLow = 31;
-    ws.RangeHigh = 32755;
-    CalcSingleRange(ws, 1);
-    ExpectEmptySelection(ws);
-}
-
-TEST(CalcSingleRange, TheDownwardSearchStopsAtRowTwo)
-{
-    // A range holding only row 1 is empty, and so is any range on a one-row table.
-    Workspace ws = ThreeRowCard();
-    ws.RangeLow = 0;
-    ws.RangeHigh = 15;
-    CalcSingleRange(ws, 1);
-    ExpectEmptySelection(ws);
-
-    Workspace single;
-    AddCard(single, 1.0, {{50, 3, 1000}});
-    single.RangeLow = 0;
-    single.RangeHigh = 32755;
-    CalcSingleRange(single, 1);
-    ExpectEmptySelection(single);
-}
-
-TEST(CalcSingleRange, OneRowThatIsNotTheFirstGivesItsOwnDiameter)
-{
-    Workspace ws = ThreeRowCard();
-    ws.RangeLow = 19;
-    ws.RangeHigh = 21;
-    CalcSingleRange(ws, 1);
-    ASSERT_EQ(ws.CardRange.Classes.size(), 2u);
-    EXPECT_EQ(ws.CardRange.Classes[1].CumVolumeFraction, 1.0f);
-    EXPECT_EQ(ws.CardRange.Stats.Vmd, 20);
-}
-
-TEST(CalcSingleRange, FirstSelectedRowOverHalfIsNotInterpolatedFromZero)
-{
-    Workspace ws;
-    AddCard(ws, 1.0, {{10, 1, 100}, {20, 1, 600}, {30, 1, 300}});
-    ws.RangeLow = 15;
-    ws.RangeHigh = 30;
-    CalcSingleRange(ws, 0);
-    EXPECT_EQ(ws.CardRange.Stats.Vmd, 20); // 60 percent in the first selected row
+    Workspace three = ThreeRowCard(), one, none, overHalf;
+    AddCard(one, 1.0, {{50, 3, 1000}});
+    AddCard(none, 2.0, {});
+    AddCard(overHalf, 1.0, {{10, 1, 100}, {20, 1, 600}, {30, 1, 300}});
+    const struct
+    {
+        const char *what;
+        Workspace &ws;
+        Single low, high;
+        Long drops;
+        double vmd;
+        int card = 1; // 0: the current card
+    } cases[] = {
+        {"between rows", three, 21, 29, 0, 0},
+        {"below a row", three, 11, 19, 0, 0},
+        {"above every row", three, 31, 32755, 0, 0},
+        // The downward search stops at row 2: row 1 alone, or a one-row table, selects nothing.
+        {"row 1 alone", three, 0, 15, 0, 0},
+        {"one-row table", one, 0, 32755, 0, 0},
+        {"no stains", none, 1, 32755, 0, 0, 0},
+        {"one row that is not the first", three, 19, 21, 1, 20},
+        // 60 percent in the first selected row: not interpolated from zero.
+        {"first row over half", overHalf, 15, 30, 2, 20, 0},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.what);
+        c.ws.RangeLow = c.low;
+        c.ws.RangeHigh = c.high;
+        CalcSingleRange(c.ws, c.card);
+        const SizeStats &r = c.ws.CardRange;
+        EXPECT_EQ(r.DropCount, c.drops);
+        EXPECT_EQ(r.Stats.Vmd, c.vmd);
+        EXPECT_EQ(r.AreaCm2, c.ws.Card(1).AreaCm2);
+        if (c.drops == 0) {
+            EXPECT_EQ(r.Classes.size(), 1u);
+            EXPECT_EQ(r.Stats.DropDensity, 0);
+            EXPECT_EQ(r.Stats.VolumeDensity, 0);
+        } else {
+            EXPECT_EQ(r.Classes.back().CumVolumeFraction, 1.0f);
+        }
+    }
 }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <tuple>
 
 using namespace velmara;
 using velmara::testing::FailureText;
@@ -58,8 +59,9 @@ TEST(BuildSwathTables, OneZeroZeroOneLine)
     EXPECT_EQ(ws.SwathSets[2].Width, 2);
 }
 
-TEST(BuildSwathTables, UniformLineIsEvenOnlyAtWidthsThatDivideIt)
+TEST(BuildSwathTables, UniformAndAllZeroLines)
 {
+    // A uniform line is even only at widths that divide it.
     Workspace ws = Line({1, 1, 1, 1, 1, 1});
     BuildSwathTables(ws);
     const SwathSet &set = ws.SwathSets[1];
@@ -69,20 +71,14 @@ TEST(BuildSwathTables, UniformLineIsEvenOnlyAtWidthsThatDivideIt)
     EXPECT_GT(set.Stats[5].Cov, 0);
     EXPECT_EQ(set.Stats[4].Max, 2);
     EXPECT_EQ(set.Stats[4].Min, 1);
-}
 
-TEST(BuildSwathTables, AllZeroLine)
-{
-    Workspace ws = Line({0, 0, 0, 0, 0});
-    BuildSwathTables(ws);
+    Workspace zero = Line({0, 0, 0, 0, 0});
+    BuildSwathTables(zero);
     for (Long w = 1; w <= 4; ++w) {
-        const SwathStat &s = ws.SwathSets[1].Stats[w];
-        EXPECT_EQ(s.Mean, 0);
-        EXPECT_EQ(s.Cov, 0);
-        EXPECT_EQ(s.Max, 0);
-        EXPECT_EQ(s.Min, 0);
+        const SwathStat &s = zero.SwathSets[1].Stats[w];
+        EXPECT_EQ(std::tuple(s.Mean, s.Cov, s.Max, s.Min), std::tuple(0, 0, 0, 0)) << w;
     }
-    EXPECT_EQ(ws.SwathSets[1].Width, 4);
+    EXPECT_EQ(zero.SwathSets[1].Width, 4);
 }
 
 TEST(BuildSwathTables, FirstIsTheTruncatedQuotient)
@@ -94,21 +90,20 @@ TEST(BuildSwathTables, FirstIsTheTruncatedQuotient)
     EXPECT_EQ(ws.SwathSets[1].Deposit[-5], 1);
     EXPECT_EQ(ws.SwathSets[2].Deposit[-3], 30);
 
-    ws.Spray.Sample_Position1 = "-45";
-    EXPECT_EQ(SwathFirst(ws), -4);
-    ws.Spray.Sample_Position1 = "45";
-    EXPECT_EQ(SwathFirst(ws), 4);
-}
-
-TEST(BuildSwathTables, BadTextsFailAsTheQuotientDoes)
-{
-    Workspace ws = Line({1, 2, 3}, "-50", "0");
-    EXPECT_EQ(FailureText([&] { BuildSwathTables(ws); }), kDivisionByZero);
-    ws.Spray.Sample_Position1 = "0";
-    EXPECT_EQ(FailureText([&] { SwathFirst(ws); }), kOverflow);
-    ws.Spray.Sample_Interval = "ten";
-    EXPECT_EQ(FailureText([&] { SwathFirst(ws); }), kTypeMismatch);
-    EXPECT_TRUE(ws.SwathSets[1].Deposit.Empty());
+    // Bad texts fail as the quotient does.
+    const std::tuple<const char *, const char *, Long, std::string> cases[] = {
+        {"-45", "10", -4, ""}, {"45", "10", 4, ""}, {"-50", "0", 0, kDivisionByZero},
+        {"0", "0", 0, kOverflow}, {"0", "ten", 0, kTypeMismatch}};
+    for (const auto &[position1, interval, first, failure] : cases) {
+        ws.Spray.Sample_Position1 = position1;
+        ws.Spray.Sample_Interval = interval;
+        Long got = 0;
+        EXPECT_EQ(FailureText([&] { got = SwathFirst(ws); }), failure) << position1 << " / " << interval;
+        EXPECT_EQ(got, first) << position1 << " / " << interval;
+    }
+    Workspace bad = Line({1, 2, 3}, "-50", "0");
+    EXPECT_EQ(FailureText([&] { BuildSwathTables(bad); }), kDivisionByZero);
+    EXPECT_TRUE(bad.SwathSets[1].Deposit.Empty());
 }
 
 TEST(BuildSwathTables, ChosenWidthIsKeptOnRebuild)
@@ -200,11 +195,10 @@ TEST(SwathRateFactor, ScalesTheIntervalTimesWidthToTheFlownSwath)
     EXPECT_EQ(SwathRateFactor(ws, 1), 1); // AC_Swath empty
     ws.Spray.AC_Swath = "30";
     EXPECT_FLOAT_EQ(SwathRateFactor(ws, 1), 20.0f / 30);
-    EXPECT_EQ(RateFactorForWidth(ws, 3), 1);
-    ws.Spray.AC_Swath = "0";
-    EXPECT_EQ(RateFactorForWidth(ws, 3), 1);
-    ws.Spray.AC_Swath = "-5";
-    EXPECT_EQ(RateFactorForWidth(ws, 3), 1);
+    for (const char *swath : {"30", "0", "-5"}) {
+        ws.Spray.AC_Swath = swath;
+        EXPECT_EQ(RateFactorForWidth(ws, 3), 1) << swath;
+    }
     ws.Spray.AC_Swath = "wide";
     EXPECT_THROW(RateFactorForWidth(ws, 3), Failure);
 }
