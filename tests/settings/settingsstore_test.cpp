@@ -8,7 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
+#include <tuple>
 #include <vector>
 
 using namespace velmara;
@@ -72,31 +74,16 @@ TEST_F(SettingsFile, FirstRunGivesEveryDefaultAndCreatesNothing)
 {
     const SettingsStore s = store();
     Workspace ws;
-    ws.DefaultRes = 1;
-    ws.SpreadFactor = {9, 9, 9};
-    ws.LogAnalysis = false;
-    ws.Append = true;
-    ws.LogSprayInfo = true;
-    ws.ShapeThreshold = 1;
-    ws.HueThreshold = 1;
-    ws.InitialDir = "x";
-    ws.Metric = false;
-    ws.Spray.Comment = "old";
-    ws.Spray.Sample_Position1 = "5";
+    ws.DefaultRes = 1, ws.SpreadFactor = {9, 9, 9}, ws.LogAnalysis = false, ws.Append = ws.LogSprayInfo = true;
+    ws.ShapeThreshold = ws.HueThreshold = 1, ws.InitialDir = "x", ws.Metric = false;
+    ws.Spray.Comment = "old", ws.Spray.Sample_Position1 = "5";
     LoadStartupSettings(ws, s);
     LoadPreferences(ws, s);
-
-    EXPECT_TRUE(ws.Metric);
-    EXPECT_EQ(ws.DefaultRes, 1200);
-    EXPECT_EQ(ws.SpreadFactor[0], 0.0);
-    EXPECT_EQ(ws.SpreadFactor[1], 0.56);
-    EXPECT_EQ(ws.SpreadFactor[2], 0.0);
-    EXPECT_TRUE(ws.LogAnalysis);
-    EXPECT_FALSE(ws.Append);
-    EXPECT_FALSE(ws.LogSprayInfo);
-    EXPECT_EQ(ws.ShapeThreshold, 100); // and not the 0 of HueThreshold
-    EXPECT_EQ(ws.HueThreshold, 0);
-    EXPECT_EQ(ws.InitialDir, "C:");
+    // ShapeThreshold's default is 100, not the 0 of HueThreshold.
+    EXPECT_EQ(std::tuple(ws.Metric, ws.DefaultRes, ws.LogAnalysis, ws.Append, ws.LogSprayInfo, ws.ShapeThreshold,
+                         ws.HueThreshold, ws.InitialDir),
+              std::tuple(true, 1200, true, false, false, 100, 0, "C:"));
+    EXPECT_EQ(ws.SpreadFactor, (std::array<double, 3>{0.0, 0.56, 0.0}));
     EXPECT_EQ(ws.Spray.Comment, "");
     EXPECT_EQ(ws.Spray.Sample_Position1, "");
 
@@ -250,14 +237,11 @@ TEST_F(SettingsFile, NumbersUseTheLocaleSeparatorAndAlsoAcceptAPoint)
 TEST_F(SettingsFile, NumberTextIsTheShortestGeneralForm)
 {
     const SettingsStore s = store();
-    EXPECT_EQ(s.numberText(0.56, 15), "0.56");
-    EXPECT_EQ(s.numberText(-0.2, 15), "-0.2");
-    EXPECT_EQ(s.numberText(1e-5, 15), "1E-05");
-    EXPECT_EQ(s.numberText(0.0001, 15), "0.0001");
-    EXPECT_EQ(s.numberText(1.0 / 3.0, 15), "0.333333333333333");
-    EXPECT_EQ(s.numberText(static_cast<double>(0.1f), 7), "0.1");
-    EXPECT_EQ(s.numberText(1200, 15), "1200");
-    EXPECT_EQ(s.numberText(-0.0, 15), "0");
+    const std::tuple<double, int, const char *> cases[] = {
+        {0.56, 15, "0.56"}, {-0.2, 15, "-0.2"}, {1e-5, 15, "1E-05"}, {0.0001, 15, "0.0001"},
+        {1.0 / 3.0, 15, "0.333333333333333"}, {static_cast<double>(0.1f), 7, "0.1"}, {1200, 15, "1200"}, {-0.0, 15, "0"}};
+    for (const auto &[value, digits, text] : cases)
+        EXPECT_EQ(s.numberText(value, digits), text) << value;
 }
 
 TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
@@ -269,14 +253,10 @@ TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
     ws.SpreadFactor[2] = 7;
     LoadStartupSettings(ws, s);
     LoadPreferences(ws, s);
-    EXPECT_EQ(ws.DefaultRes, 1200);
-    EXPECT_EQ(ws.SpreadFactor[1], 0.56);
-    EXPECT_EQ(ws.SpreadFactor[2], 0.0);
-    EXPECT_EQ(ws.ShapeThreshold, 100);
-    EXPECT_EQ(ws.HueThreshold, 0);
-    EXPECT_TRUE(ws.LogAnalysis);
-    EXPECT_TRUE(ws.Append) << "a number reads as a boolean, non-zero being true";
-    EXPECT_FALSE(ws.Metric);
+    // A number reads as a boolean, non-zero being true.
+    EXPECT_EQ(std::tuple(ws.DefaultRes, ws.SpreadFactor[1], ws.SpreadFactor[2], ws.ShapeThreshold, ws.HueThreshold,
+                         ws.LogAnalysis, ws.Append, ws.Metric),
+              std::tuple(1200, 0.56, 0.0, 100, 0, true, true, false));
 }
 
 TEST_F(SettingsFile, IntegerAndByteTextsRoundHalfToEven)
@@ -300,12 +280,13 @@ TEST_F(SettingsFile, TwoPercentSignsApartExpandFromTheEnvironment)
     // Stored as written; the expansion happens on reading.
     EXPECT_NE(contents(path()).find("Comment=by %VELMARA_TEST_PILOT% at 50%"), std::string::npos);
 
-    EXPECT_EQ(SettingsStore::expandEnvironment("20% to 30%"), "20% to 30%");
-    EXPECT_EQ(SettingsStore::expandEnvironment("%VELMARA_TEST_PILOT%%VELMARA_TEST_PILOT%"), "KimKim");
-    EXPECT_EQ(SettingsStore::expandEnvironment("%%VELMARA_TEST_PILOT%"), "%Kim");
-    EXPECT_EQ(SettingsStore::expandEnvironment("a%%b"), "a%%b") << "adjacent signs are no reference";
-    EXPECT_EQ(SettingsStore::expandEnvironment("%x%VELMARA_TEST_PILOT%"), "%xKim")
-        << "an unknown name keeps its signs and the closing one opens the next reference";
+    // Adjacent signs are no reference; an unknown name keeps its signs and the closing one opens
+    // the next reference.
+    const std::pair<const char *, const char *> cases[] = {
+        {"20% to 30%", "20% to 30%"}, {"%VELMARA_TEST_PILOT%%VELMARA_TEST_PILOT%", "KimKim"},
+        {"%%VELMARA_TEST_PILOT%", "%Kim"}, {"a%%b", "a%%b"}, {"%x%VELMARA_TEST_PILOT%", "%xKim"}};
+    for (const auto &[text, expanded] : cases)
+        EXPECT_EQ(SettingsStore::expandEnvironment(text), expanded) << text;
 }
 
 TEST_F(SettingsFile, FailedWritesAreReportedOnceAndReadsFallBack)
