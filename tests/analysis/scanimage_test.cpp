@@ -43,13 +43,13 @@ TEST(ScanImage, FillsTheCardAndMarksItScanned)
     EXPECT_EQ(ws.MaxDiameterAll, c.MaxDiameter);
 }
 
-TEST(ScanImage, NarrowerHueRangeFindingNothingKeepsTheResults)
+TEST(ScanImage, FindingNothingKeepsTheEarlierResults)
 {
     Workspace ws;
     const int i = AddCard(ws, kTwoStains);
     ScanImage(ws, i, NoProgress());
     const CardImage first = ws.Card(i);
-    ws.Slider1 = ws.Slider2 = 200;
+    ws.Slider1 = ws.Slider2 = 200; // a hue range that takes neither stain
     const ScanOutcome out = ScanImage(ws, i, NoProgress());
     EXPECT_EQ(out.Status, ScanStatus::NoStains);
     EXPECT_EQ(out.Message, "Velmara did not find any\rvalid spots on this card.");
@@ -57,19 +57,15 @@ TEST(ScanImage, NarrowerHueRangeFindingNothingKeepsTheResults)
     const CardImage &c = ws.Card(i);
     EXPECT_EQ(c.SizeRows(), 0);
     EXPECT_EQ(c.Stats.Vmd, first.Stats.Vmd);
-    EXPECT_EQ(c.RejectedCount, first.RejectedCount); // results of the earlier scan stand
+    EXPECT_EQ(c.RejectedCount, first.RejectedCount);
     EXPECT_TRUE(c.Scanned);
+
+    const int blank = AddCard(ws, {"....", "...."});
+    EXPECT_EQ(ScanImage(ws, blank, NoProgress()).Status, ScanStatus::NoStains);
+    EXPECT_TRUE(ws.Card(blank).Scanned);
 }
 
-TEST(ScanImage, AllBackgroundCardFindsNothing)
-{
-    Workspace ws;
-    const int i = AddCard(ws, {"....", "...."});
-    EXPECT_EQ(ScanImage(ws, i, NoProgress()).Status, ScanStatus::NoStains);
-    EXPECT_TRUE(ws.Card(i).Scanned);
-}
-
-TEST(ScanImage, CancelLeavesTheCardAsItWas)
+TEST(ScanImage, CancelledOrUndecodedCardsStayAsTheyWere)
 {
     struct CancelOnSecondLine : ProgressSink
     {
@@ -87,12 +83,8 @@ TEST(ScanImage, CancelLeavesTheCardAsItWas)
     EXPECT_EQ(ws.Card(i).RejectedCount, 5);
     EXPECT_EQ(ws.Card(i).SizeRows(), 0);
     EXPECT_TRUE(ws.CancelRequested); // the command clears it
-}
 
-TEST(ScanImage, RefusesCardsThatAreNotDecoded)
-{
-    Workspace ws;
-    const int i = AddCard(ws, kTwoStains);
+    ws.CancelRequested = false;
     ws.Card(i).PixelsReady = false;
     EXPECT_EQ(ScanImage(ws, i, NoProgress()).Status, ScanStatus::NotDecoded);
     EXPECT_EQ(ScanImage(ws, 2, NoProgress()).Status, ScanStatus::NotDecoded);

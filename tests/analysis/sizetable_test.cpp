@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <random>
+#include <tuple>
 
 using namespace velmara;
 
@@ -66,19 +67,17 @@ CardImage ReferenceTable(const std::vector<Long> &areas)
     return card;
 }
 
+auto Fields(const SizeClass &c)
+{
+    return std::tuple(c.AreaPx, c.Count, c.Volume, c.Diameter, c.VolumeFraction, c.CumVolumeFraction,
+                      c.NumberFraction, c.CumNumberFraction);
+}
+
 void ExpectSameRows(const std::vector<SizeClass> &a, const std::vector<SizeClass> &b)
 {
     ASSERT_EQ(a.size(), b.size());
-    for (size_t k = 0; k < a.size(); ++k) {
-        EXPECT_EQ(a[k].AreaPx, b[k].AreaPx) << k;
-        EXPECT_EQ(a[k].Count, b[k].Count) << k;
-        EXPECT_EQ(a[k].Volume, b[k].Volume) << k;
-        EXPECT_EQ(a[k].Diameter, b[k].Diameter) << k;
-        EXPECT_EQ(a[k].VolumeFraction, b[k].VolumeFraction) << k;
-        EXPECT_EQ(a[k].CumVolumeFraction, b[k].CumVolumeFraction) << k;
-        EXPECT_EQ(a[k].NumberFraction, b[k].NumberFraction) << k;
-        EXPECT_EQ(a[k].CumNumberFraction, b[k].CumNumberFraction) << k;
-    }
+    for (size_t k = 0; k < a.size(); ++k)
+        ASSERT_EQ(Fields(a[k]), Fields(b[k])) << "row " << k;
 }
 
 } // namespace

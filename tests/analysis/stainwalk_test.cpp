@@ -17,6 +17,13 @@ struct WalkResult
     std::vector<Long> valid;
     Long rejected = 0;
     bool operator==(const WalkResult &o) const { return valid == o.valid && rejected == o.rejected; }
+    friend std::ostream &operator<<(std::ostream &out, const WalkResult &r)
+    {
+        out << "valid {";
+        for (Long a : r.valid)
+            out << ' ' << a;
+        return out << " } rejected " << r.rejected;
+    }
 };
 
 WalkResult Walk(const std::vector<CardPixel> &px, const StainFilter &f = {}, int scanLimit = 32)
@@ -217,61 +224,42 @@ TEST(StainWalk, MatchesTheLiteralStepsOnRandomCards)
     EXPECT_GT(rejected, 5000);
 }
 
-TEST(StainWalk, EmptyCardAndSinglePixel)
+TEST(StainWalk, SmallCardsWithKnownStains)
 {
-    EXPECT_EQ(Walk(PixelsOf({"....", "...."})), (WalkResult{{}, 0}));
-    EXPECT_EQ(Walk(PixelsOf({"....", "..#."})), (WalkResult{{1}, 0}));
-}
-
-TEST(StainWalk, CornerTouchingStainsStayApart)
-{
-    EXPECT_EQ(Walk(PixelsOf({"#..", ".#.", "..#"})), (WalkResult{{1, 1, 1}, 0}));
-}
-
-TEST(StainWalk, ArmsMeetingInOneRunMergeIntoTheFirstStain)
-{
-    // Walked from the bottom line up: two arms, then the bar joins them.
-    EXPECT_EQ(Walk(PixelsOf({"#####", "#...#", "#...#"})), (WalkResult{{9}, 0}));
-    // The other way up one stain takes both arms at once.
-    EXPECT_EQ(Walk(PixelsOf({"#...#", "#...#", "#####"})), (WalkResult{{9}, 0}));
-}
-
-TEST(StainWalk, RingCountsOnlyItsPixels)
-{
-    EXPECT_EQ(Walk(PixelsOf({".....", "#####", "#...#", "#...#", "#...#", "#####", "....."})),
-              (WalkResult{{16}, 0}));
-}
-
-TEST(StainWalk, ShapeFilterSparesStainsOf15PixelsOrFewer)
-{
-    StainFilter f;
-    f.ShapeLimit = StainFilter::limitOf(90);
-    // A bar of 20: roundness 0.936 rejects it; a bar of 15 (0.915) is too small to be judged.
-    EXPECT_EQ(Walk(PixelsOf({std::string(20, '#'), ".", std::string(15, '#')}), f),
-              (WalkResult{{15}, 1}));
-    EXPECT_EQ(Walk(PixelsOf({std::string(20, '#')})), (WalkResult{{20}, 0}));
-}
-
-TEST(StainWalk, HueShareAndHueRange)
-{
-    StainFilter f;
-    f.HueLow = 'x';
-    f.HueHigh = 'x';
-    f.HueLimit = StainFilter::limitOf(50);
-    // Half of the pixels in range stands, a quarter does not, none is rejected at any limit.
-    EXPECT_EQ(Walk(PixelsOf({"xx##.x###.####"}), f), (WalkResult{{4}, 2}));
-    f.HueLimit = 0;
-    EXPECT_EQ(Walk(PixelsOf({"xx##.x###.####"}), f), (WalkResult{{4, 4}, 1}));
-
-    StainFilter inverted;
-    inverted.HueLow = 10;
-    inverted.HueHigh = 20;
-    inverted.HueInvert = true;
-    std::vector<CardPixel> px(1);
-    for (int hue : {9, 10, 20, 21})
-        px.push_back({static_cast<Byte>(hue), 1, 1, static_cast<Integer>(2 * px.size())});
-    px.push_back({0, 0, 1, 10});
-    EXPECT_EQ(Walk(px, inverted), (WalkResult{{1, 1}, 2}));
+    // Filters: all hues; roundness 0.90; hue 'x' only at half share or any share; hues outside 10..20.
+    StainFilter all, round, half, any, outside;
+    round.ShapeLimit = StainFilter::limitOf(90);
+    half.HueLow = half.HueHigh = any.HueLow = any.HueHigh = 'x';
+    half.HueLimit = StainFilter::limitOf(50);
+    outside.HueLow = 10;
+    outside.HueHigh = 20;
+    outside.HueInvert = true;
+    const struct
+    {
+        const char *what;
+        std::vector<std::string> lines;
+        const StainFilter &filter;
+        WalkResult result;
+    } cases[] = {
+        {"empty", {"....", "...."}, all, {{}, 0}},
+        {"one pixel", {"....", "..#."}, all, {{1}, 0}},
+        {"corners touching stay apart", {"#..", ".#.", "..#"}, all, {{1, 1, 1}, 0}},
+        // Walked from the bottom line up: two arms, then the bar joins them; the other way up one
+        // stain takes both arms at once.
+        {"arms meeting in one run", {"#####", "#...#", "#...#"}, all, {{9}, 0}},
+        {"arms leaving one run", {"#...#", "#...#", "#####"}, all, {{9}, 0}},
+        {"a ring counts only its pixels", {".....", "#####", "#...#", "#...#", "#...#", "#####", "....."}, all,
+         {{16}, 0}},
+        // A bar of 20 (roundness 0.936) is rejected; one of 15 (0.915) is too small to be judged.
+        {"bars", {std::string(20, '#'), ".", std::string(15, '#')}, round, {{15}, 1}},
+        {"bar without the shape filter", {std::string(20, '#')}, all, {{20}, 0}},
+        // Half of the pixels in range stands, a quarter does not, none is rejected at any limit.
+        {"hue share", {"xx##.x###.####"}, half, {{4}, 2}},
+        {"any hue share", {"xx##.x###.####"}, any, {{4, 4}, 1}},
+        {"inverted range", {"\x09.\x0A.\x14.\x15"}, outside, {{1, 1}, 2}},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(Walk(PixelsOf(c.lines), c.filter), c.result) << c.what;
 }
 
 TEST(StainWalk, ProgressAndCancelFollowTheLines)
