@@ -51,6 +51,11 @@ protected:
     bool eventFilter(QObject *, QEvent *event) override
     {
         if (event->type() == QEvent::FocusOut) {
+            // A leave rule answers the user moving on inside a dialog on screen; the focus that
+            // goes while a closed dialog is torn down must not reach a half-destroyed form.
+            const auto *box = qobject_cast<QWidget *>(parent());
+            if (box && !box->window()->isVisible())
+                return false;
             const Qt::FocusReason reason = static_cast<QFocusEvent *>(event)->reason();
             if (reason != Qt::ActiveWindowFocusReason && reason != Qt::PopupFocusReason)
                 mOnLeave();
