@@ -4,19 +4,15 @@
 #include "reports/sampleline.h"
 #include "views/qpainterreportcanvas.h"
 
-#include <QDir>
 #include <QGuiApplication>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <memory>
-#include <sstream>
 
 #include <sys/stat.h>
 
@@ -39,13 +35,11 @@ void EnsureGuiApp()
 std::string Capture(const std::string &command)
 {
     std::string out;
-    std::unique_ptr<FILE, int (*)(FILE *)> pipe(popen(command.c_str(), "r"), pclose);
-    if (!pipe)
-        return out;
-    std::array<char, 4096> buffer{};
-    size_t n;
-    while ((n = fread(buffer.data(), 1, buffer.size(), pipe.get())) > 0)
-        out.append(buffer.data(), n);
+    if (FILE *pipe = popen(command.c_str(), "r")) {
+        for (int ch; (ch = fgetc(pipe)) != EOF;)
+            out += static_cast<char>(ch);
+        pclose(pipe);
+    }
     return out;
 }
 
@@ -85,8 +79,7 @@ TEST_F(PdfReportTest, FourLetterPagesWithTheTitles)
     ASSERT_TRUE(WritePdfReport(ws, path, error)) << error;
     EXPECT_TRUE(error.empty());
     EXPECT_EQ(Entries(dir), std::vector<std::string>{"line.pdf"}) << "no temporary file stays";
-    const auto size = fs::file_size(path);
-    EXPECT_LT(size, 2u * 1024 * 1024);
+    EXPECT_LT(fs::file_size(path), 2u * 1024 * 1024);
     std::ifstream in(path, std::ios::binary);
     std::string magic(5, '\0');
     in.read(magic.data(), 5);
@@ -95,13 +88,9 @@ TEST_F(PdfReportTest, FourLetterPagesWithTheTitles)
     if (!HavePoppler())
         GTEST_SKIP() << "pdfinfo not installed";
     const std::string info = Capture("pdfinfo '" + path + "'");
-    std::istringstream lines(info);
-    std::string line;
-    int pages = 0;
-    while (std::getline(lines, line))
-        if (line.rfind("Pages:", 0) == 0)
-            pages = std::stoi(line.substr(6));
-    EXPECT_EQ(pages, 4) << info;
+    const size_t pages = info.find("Pages:");
+    ASSERT_NE(pages, std::string::npos) << info;
+    EXPECT_EQ(std::stoi(info.substr(pages + 6)), 4) << info;
     EXPECT_NE(info.find("612 x 792 pts"), std::string::npos) << info;
     const std::string text = Capture("pdftotext -layout '" + path + "' -");
     for (const char *expected : {"Orvinek Velmara", "Analysis Parameters", "Drop Size Statistics",
@@ -153,8 +142,6 @@ TEST_F(PdfReportTest, PreviewPictureScalesTheFontsAndKeepsTheLayout)
 {
     QImage image(425, 550, QImage::Format_RGB32);
     QPainterReportCanvas canvas(image);
-    EXPECT_DOUBLE_EQ(canvas.pixelsPerInch(), 50);
-    EXPECT_NEAR(canvas.ScaleX(8.5, ScaleUnit::Page, ScaleUnit::Points), 318.75, 1e-9);
     for (int page = 1; page <= 4; ++page) {
         const ReportResult r = PrintSub2(ws, canvas, false, page);
         ASSERT_TRUE(r.Ok) << page << r.Error;
@@ -170,17 +157,6 @@ TEST_F(PdfReportTest, PreviewPictureScalesTheFontsAndKeepsTheLayout)
             EXPECT_EQ(image.pixel(422, y), qRgb(255, 255, 255)) << page << " row " << y;
         }
     }
-    // The head is centred by its measured width, in a face narrow enough for the picture.
-    SetReportFont(canvas, false, 18);
-    canvas.Font.Bold = true;
-    const double headline = canvas.TextWidth(kReportHeadline);
-    EXPECT_GT(headline, 1.5);
-    EXPECT_LT(headline, 3.5);
-    SetReportFont(canvas, false, 10);
-    EXPECT_EQ(canvas.Font.Name, "Small Fonts");
-    EXPECT_GT(canvas.TextHeight(), 0.08);
-    EXPECT_LT(canvas.TextHeight(), 0.25);
-
     // Without a printer the page cannot be set: the failure, and the picture stays blank.
     canvas.setPrinterAvailable(false);
     image.fill(Qt::black);
@@ -188,25 +164,4 @@ TEST_F(PdfReportTest, PreviewPictureScalesTheFontsAndKeepsTheLayout)
     canvas.flush();
     EXPECT_EQ(none.Error, "Printer error");
     EXPECT_EQ(image.pixel(200, 20), qRgb(255, 255, 255));
-}
-
-// Renders the evidence of the layout when VELMARA_REPORT_EVIDENCE names a folder: the PDF and the
-// four preview pages as pictures, to be looked at side by side.
-TEST_F(PdfReportTest, EvidenceWhenAsked)
-{
-    const char *out = std::getenv("VELMARA_REPORT_EVIDENCE");
-    if (!out)
-        GTEST_SKIP() << "set VELMARA_REPORT_EVIDENCE to a folder to render the evidence";
-    QDir().mkpath(QString::fromLocal8Bit(out));
-    MakeLine(ws, LineSpec{12, 60, "-30", "5"});
-    ws.Spray.AC_Swath = "24";
-    std::string error;
-    ASSERT_TRUE(WritePdfReport(ws, std::string(out) + "/report.pdf", error)) << error;
-    QImage image(425, 550, QImage::Format_RGB32);
-    QPainterReportCanvas canvas(image);
-    for (int page = 1; page <= 4; ++page) {
-        ASSERT_TRUE(PrintSub2(ws, canvas, false, page).Ok);
-        canvas.flush();
-        image.save(QString::fromLocal8Bit(out) + QStringLiteral("/preview-%1.png").arg(page));
-    }
 }
