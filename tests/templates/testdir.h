@@ -22,8 +22,6 @@ public:
     ~TestDir()
     {
         std::error_code ec;
-        std::filesystem::permissions(mPath, std::filesystem::perms::owner_all,
-                                     std::filesystem::perm_options::add, ec);
         std::filesystem::remove_all(mPath, ec);
     }
     std::string dir() const { return mPath.string() + "/"; }
