@@ -163,11 +163,11 @@ TEST_F(CliTest, LineNeedsTwoCardsAndDistinctPositions)
 
 TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
 {
-    const fs::path a = card("a.bmp", 6);
-    const fs::path b = card("b.bmp", 9);
+    fs::path a = card("a.bmp", 6);
+    fs::path b = card("b.bmp", 9);
     const fs::path c = card("c.bmp", 14);
     const fs::path out = dir / "line.csv";
-    const CliRun r = runCli("line --json --format csv --range 1:100000 --position1 -45 --interval 2.5 --out "
+    CliRun r = runCli("line --json --format csv --range 1:100000 --position1 -45 --interval 2.5 --out "
                              + out.string() + " " + base() + c.string() + " " + a.string() + " " + b.string(),
                          dir);
     EXPECT_EQ(r.status, 0) << r.err;
@@ -181,16 +181,12 @@ TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
     // off and no size-range record is due.
     EXPECT_NE(r.out.find("\"RangeSelected\":false"), std::string::npos);
     EXPECT_NE(r.out.find("\"LogsAppended\":[]"), std::string::npos);
-}
 
-TEST_F(CliTest, SelectedRangeAppendsSizeRangeRecordsToEachScannedLog)
-{
     // Stains of radius 4 and 7: a range from 200 µm keeps only the large drops.
-    const fs::path a = card("a.bmp", 6, 7.0);
-    const fs::path b = card("b.bmp", 9, 7.0);
-    const CliRun r = runCli("line --range 200:5000 --out " + (dir / "r.txt").string() + " " + base() + a.string()
-                                + " " + b.string(),
-                            dir);
+    a = card("a.bmp", 6, 7.0);
+    b = card("b.bmp", 9, 7.0);
+    r = runCli("line --range 200:5000 --out " + (dir / "r.txt").string() + " " + base() + a.string() + " " + b.string(),
+               dir);
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("Size range: 200.0 to 5000.0"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("Size-range records: 2 scan logs"), std::string::npos) << r.out;

@@ -12,6 +12,16 @@ namespace {
 
 constexpr int kRes = 20; // a letter sheet of 170 x 220 pixels keeps the files small
 
+TemplateGrid SheetGrid(const Picture &sheet, const CardTemplate &t = DefaultTemplate())
+{
+    TemplateGrid g;
+    g.setTemplate(t);
+    g.setPictureSize(sheet.Width, sheet.Height);
+    g.setRes(kRes);
+    g.activate();
+    return g;
+}
+
 // An 8-bit sheet at 20 dpi: background index 0, and every clip area of the default grid filled
 // with the index of its cell, so each clip shows where it came from.
 Picture IndexedSheet()
@@ -24,10 +34,7 @@ Picture IndexedSheet()
     for (int i = 0; i < 16; ++i)
         p.Palette.push_back({static_cast<Byte>(255 - i * 10), static_cast<Byte>(i * 15), static_cast<Byte>(i)});
     p.Data.assign(static_cast<size_t>(p.Width) * p.Height, 0);
-    TemplateGrid g;
-    g.setPictureSize(p.Width, p.Height);
-    g.setRes(kRes);
-    g.activate();
+    const TemplateGrid g = SheetGrid(p);
     for (int n = 1; n <= 9; ++n) {
         const ClipRect r = g.clipRect(n);
         for (int y = r.Y; y < r.Y + r.Height; ++y)
@@ -53,16 +60,6 @@ Picture RgbSheet()
         p.Data[3 * i + 2] = e.Blue;
     }
     return p;
-}
-
-TemplateGrid SheetGrid(const Picture &sheet, const CardTemplate &t = DefaultTemplate())
-{
-    TemplateGrid g;
-    g.setTemplate(t);
-    g.setPictureSize(sheet.Width, sheet.Height);
-    g.setRes(kRes);
-    g.activate();
-    return g;
 }
 
 void SelectOnly(TemplateGrid &g, std::initializer_list<int> cells)

@@ -19,12 +19,6 @@ TemplateGrid LetterGrid(const CardTemplate &t = DefaultTemplate(), int res = 120
     return g;
 }
 
-CardTemplate Grid(Integer nh, Single sh, Single gh, Integer nv, Single sv, Single gv)
-{
-    CardTemplate t{"T", nh, sh, gh, nv, sv, gv};
-    return t;
-}
-
 } // namespace
 
 TEST(TemplateGridScale, ActivationAndResolutionChange)
@@ -101,7 +95,7 @@ TEST(TemplateGridCells, HalfTheResolutionHalvesThePixels)
     EXPECT_EQ((std::array{at600.X * 2, at600.Y * 2, at600.Width * 2, at600.Height * 2}),
               (std::array{at1200.X, at1200.Y, at1200.Width, at1200.Height}));
     // The grid now covers half the scan's width: a wider template still fits at 600 dpi.
-    TemplateGrid wide = LetterGrid(Grid(5, 3, 0.25f, 1, 1, 0.25f));
+    TemplateGrid wide = LetterGrid(CardTemplate{"T", 5, 3, 0.25f, 1, 1, 0.25f});
     EXPECT_EQ(wide.firstCellOutOfBounds(), 3);
     wide.setResolution(600);
     EXPECT_TRUE(wide.okEnabled());
@@ -134,10 +128,10 @@ TEST(TemplateGridBounds, EachEdge)
     EXPECT_EQ(top.firstCellOutOfBounds(), 1);
 
     // 5 across: 4 x 2 + 1.75 = 9.75 inches on a sheet of 8.5.
-    TemplateGrid right = LetterGrid(Grid(5, 1.75f, 0.25f, 3, 2.75f, 0.375f));
+    TemplateGrid right = LetterGrid(CardTemplate{"T", 5, 1.75f, 0.25f, 3, 2.75f, 0.375f});
     EXPECT_EQ(right.firstCellOutOfBounds(), 5);
     // 4 down: 3 x 3.125 + 2.75 = 12.125 inches on a sheet of 11.
-    TemplateGrid bottom = LetterGrid(Grid(3, 1.75f, 0.25f, 4, 2.75f, 0.375f));
+    TemplateGrid bottom = LetterGrid(CardTemplate{"T", 3, 1.75f, 0.25f, 4, 2.75f, 0.375f});
     EXPECT_EQ(bottom.firstCellOutOfBounds(), 10);
     EXPECT_TRUE(bottom.cell(12).OutOfBounds);
     EXPECT_FALSE(bottom.cell(9).OutOfBounds);
@@ -146,7 +140,7 @@ TEST(TemplateGridBounds, EachEdge)
 TEST(TemplateGridBounds, ExactFitIsOnTheSheetAndDeselectedCellsStillCount)
 {
     TemplateGrid g;
-    g.setTemplate(Grid(1, 1.75f, 0.25f, 1, 1.75f, 0.25f));
+    g.setTemplate(CardTemplate{"T", 1, 1.75f, 0.25f, 1, 1.75f, 0.25f});
     g.setPictureSize(2100, 2100); // 1.75 inches at 1200 dpi, exactly
     g.setRes(1200);
     g.activate();

@@ -110,7 +110,7 @@ TEST(TemplateManagerOpen, FirstExactNameFromTheBuiltInUp)
     EXPECT_TRUE(f.host.messages.empty());
 }
 
-TEST(TemplateManagerOpen, CorruptFileTellsTheLinesOnceAndASingleColumnDisablesItsGap)
+TEST(TemplateManagerOpen, CorruptFileTellsTheLinesOnceAndASingleCardDisablesItsGap)
 {
     Fixture f;
     TemplateManager m = f.open("One", "\"One\",1,2,0.5,1,2,0.5\r\nrubbish\r\n\"B\",0,1,1,1,1,1\r\n");
@@ -121,6 +121,15 @@ TEST(TemplateManagerOpen, CorruptFileTellsTheLinesOnceAndASingleColumnDisablesIt
     EXPECT_FALSE(m.box(TemplateBox::VSpace).Enabled);
     m.select(0);
     EXPECT_TRUE(m.box(TemplateBox::HSpace).Enabled);
+    // One card across disables the gap and keeps its value; the gap plays no part in the width.
+    m.setSpinner(TemplateBox::HNum, 1);
+    EXPECT_FALSE(m.box(TemplateBox::HSpace).Enabled);
+    EXPECT_TRUE(m.box(TemplateBox::VSpace).Enabled);
+    EXPECT_EQ(m.box(TemplateBox::HSpace).Value, 250);
+    EXPECT_EQ(m.layout().TotalWidth, 1.75f);
+    m.setSpinner(TemplateBox::HNum, 2);
+    EXPECT_TRUE(m.box(TemplateBox::HSpace).Enabled);
+    EXPECT_EQ(m.layout().TotalWidth, 3.75f);
 }
 
 TEST(TemplateManagerBoxes, ArrowsStepAndStopAtTheEnds)
@@ -166,20 +175,6 @@ TEST(TemplateManagerBoxes, LeaveRulesReplaceOrTake)
     EXPECT_EQ(m.box(TemplateBox::HSize).Value, 1234);
     EXPECT_EQ(m.box(TemplateBox::HNum).Value, 2);
     EXPECT_EQ(m.accept().SizeH, 1.2341f); // Accept takes the typed text
-}
-
-TEST(TemplateManagerBoxes, SingleCardAcrossDisablesTheGapAndKeepsIt)
-{
-    Fixture f;
-    TemplateManager m = f.open("<Default>");
-    m.setSpinner(TemplateBox::HNum, 1);
-    EXPECT_FALSE(m.box(TemplateBox::HSpace).Enabled);
-    EXPECT_TRUE(m.box(TemplateBox::VSpace).Enabled);
-    EXPECT_EQ(m.box(TemplateBox::HSpace).Value, 250);
-    EXPECT_EQ(m.layout().TotalWidth, 1.75f); // the gap plays no part
-    m.setSpinner(TemplateBox::HNum, 2);
-    EXPECT_TRUE(m.box(TemplateBox::HSpace).Enabled);
-    EXPECT_EQ(m.layout().TotalWidth, 3.75f);
 }
 
 TEST(TemplateManagerSave, SixteenCharactersTakenSeventeenAskedAgain)
