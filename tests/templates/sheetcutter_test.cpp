@@ -44,24 +44,6 @@ Picture IndexedSheet()
     return p;
 }
 
-// The same sheet in red, green and blue: cell n in the colour of table entry n.
-Picture RgbSheet()
-{
-    const Picture indexed = IndexedSheet();
-    Picture p = indexed;
-    p.BitsPerPixel = 24;
-    p.Channels = 3;
-    p.Palette.clear();
-    p.Data.resize(indexed.Data.size() * 3);
-    for (size_t i = 0; i < indexed.Data.size(); ++i) {
-        const PaletteEntry &e = indexed.Palette[indexed.Data[i]];
-        p.Data[3 * i] = e.Red;
-        p.Data[3 * i + 1] = e.Green;
-        p.Data[3 * i + 2] = e.Blue;
-    }
-    return p;
-}
-
 void SelectOnly(TemplateGrid &g, std::initializer_list<int> cells)
 {
     for (int n = 1; n <= TemplateGrid::kMaxCells; ++n)
@@ -134,22 +116,6 @@ TEST(SheetCut, EightBitSheetKeepsTableAndIndexes)
     EXPECT_EQ(clip5.Height, 50);
     EXPECT_EQ(clip5.Palette, sheet.Palette);
     EXPECT_EQ(clip5.Data, std::vector<Byte>(30 * 50, 5));
-}
-
-TEST(SheetCut, RgbSheetGoesToAColourTableWithoutDithering)
-{
-    Cut c;
-    c.sheet = RgbSheet();
-    auto &[dir, ws, sheet] = c;
-    TemplateGrid grid = SheetGrid(sheet);
-    SelectOnly(grid, {7});
-    const CutResult r = CutSheet(ws, sheet, grid, ws.TempDir);
-    ASSERT_EQ(r.Clips, (std::vector<std::string>{"clip07.bmp"}));
-    const Picture clip = ReadClip(dir.file("clip07.bmp"));
-    ASSERT_EQ(clip.Width, 30);
-    const PaletteEntry want = IndexedSheet().Palette[7];
-    for (Byte index : clip.Data)
-        ASSERT_EQ(clip.Palette.at(index), want);
 }
 
 TEST(SheetCut, SkippedCellsConsumeTheirNumbers)
