@@ -202,45 +202,37 @@ TEST(SheetCut, RefusedClipAddsNoCardAndTheCutGoesOn)
     EXPECT_EQ(ws.CardCount(), 3);
 }
 
-TEST(SheetCutFile, CellsOffsetAndResolution)
+TEST(SheetCutFile, RefusalsCutNothingThenCellsOffsetAndResolution)
 {
     Cut c;
     auto &[dir, ws, sheet] = c;
     SheetCutRequest req = c.request();
-    req.OffsetX = 0.05; // one pixel right at 20 dpi
-    req.Cells = {5, 2};
-    const CutResult r = CutSheetFile(ws, req);
-    EXPECT_TRUE(r.Messages.empty()) << r.Messages.front();
-    EXPECT_EQ(r.Clips, (std::vector<std::string>{"clip02.bmp", "clip05.bmp"}));
-    const Picture clip = ReadClip(dir.file("clip05.bmp"));
-    EXPECT_EQ(clip.Row(0)[0], 5);
-    EXPECT_EQ(clip.Row(0)[29], 0); // shifted one pixel past the painted card
-    EXPECT_EQ(ws.LastClipIndex, 9);
-}
-
-TEST(SheetCutFile, RefusalsCutNothing)
-{
-    Cut c;
-    auto &[dir, ws, sheet] = c;
-    SheetCutRequest req = c.request();
-    req.Res = 40; // the sheet is now 4.25 by 5.5 inches: the third column is off
+    req.Res = 0; // DefaultRes, 1200: the sheet is far too small
     CutResult r = CutSheetFile(ws, req);
     EXPECT_FALSE(r.Cut);
-    EXPECT_EQ(r.Messages, (std::vector<std::string>{
-                              "Template '<Default>' does not fit on '" + req.SheetPath
-                              + "': cell 3 lies off the sheet, which is 4.25 by 5.50 inches at 40 dpi."}));
-
-    req.Res = 0; // DefaultRes, 1200: far too small a sheet
-    EXPECT_NE(CutSheetFile(ws, req).Messages.at(0).find("at 1200 dpi."), std::string::npos);
-
+    ASSERT_EQ(r.Messages.size(), 1u);
+    EXPECT_EQ(r.Messages[0], "Template '<Default>' does not fit on '" + req.SheetPath
+                                 + "': cell 1 lies off the sheet, which is 0.14 by 0.18 inches at 1200 dpi.");
     req.Res = kRes;
     req.TemplateName = "Nope";
     EXPECT_EQ(CutSheetFile(ws, req).Messages, (std::vector<std::string>{"Template 'Nope' was not found."}));
     req.TemplateName = "<Default>";
+    const std::string sheetPath = req.SheetPath;
     req.SheetPath = dir.file("missing.bmp");
     r = CutSheetFile(ws, req);
     ASSERT_EQ(r.Messages.size(), 1u);
     EXPECT_EQ(r.Messages[0].rfind("Error: ", 0), 0u);
     EXPECT_EQ(ws.LastClipIndex, 0);
     EXPECT_EQ(ws.CardCount(), 0);
+
+    req.SheetPath = sheetPath;
+    req.OffsetX = 0.05; // one pixel right at 20 dpi
+    req.Cells = {5, 2};
+    r = CutSheetFile(ws, req);
+    EXPECT_TRUE(r.Messages.empty()) << r.Messages.front();
+    EXPECT_EQ(r.Clips, (std::vector<std::string>{"clip02.bmp", "clip05.bmp"}));
+    const Picture clip = ReadClip(dir.file("clip05.bmp"));
+    EXPECT_EQ(clip.Row(0)[0], 5);
+    EXPECT_EQ(clip.Row(0)[29], 0); // shifted one pixel past the painted card
+    EXPECT_EQ(ws.LastClipIndex, 9);
 }
