@@ -68,6 +68,15 @@ TEST(TemplateGridCells, PlacesAndClipRectangles)
     EXPECT_EQ(r3.Width, 1800); // a quarter inch off the right
     EXPECT_EQ(r3.Height, 3000);
     EXPECT_EQ(g.clipRect(9).Y, 7500);
+    // Half the resolution halves the pixels.
+    g.setResolution(600);
+    const ClipRect half = g.clipRect(3);
+    EXPECT_EQ((std::array{half.X, half.Y, half.Width, half.Height}), (std::array{2400, 0, 900, 1500}));
+    // The grid now covers half the scan's width: a wider template still fits at 600 dpi.
+    TemplateGrid wide = LetterGrid(CardTemplate{"T", 5, 3, 0.25f, 1, 1, 0.25f});
+    EXPECT_EQ(wide.firstCellOutOfBounds(), 3);
+    wide.setResolution(600);
+    EXPECT_TRUE(wide.okEnabled());
 }
 
 TEST(TemplateGridCells, ClipCornersRoundHalfToEven)
@@ -86,22 +95,7 @@ TEST(TemplateGridCells, ClipCornersRoundHalfToEven)
     EXPECT_EQ(g.clipRect(4).Y, 72);
 }
 
-TEST(TemplateGridCells, HalfTheResolutionHalvesThePixels)
-{
-    TemplateGrid g = LetterGrid();
-    const ClipRect at1200 = g.clipRect(6);
-    g.setResolution(600);
-    const ClipRect at600 = g.clipRect(6);
-    EXPECT_EQ((std::array{at600.X * 2, at600.Y * 2, at600.Width * 2, at600.Height * 2}),
-              (std::array{at1200.X, at1200.Y, at1200.Width, at1200.Height}));
-    // The grid now covers half the scan's width: a wider template still fits at 600 dpi.
-    TemplateGrid wide = LetterGrid(CardTemplate{"T", 5, 3, 0.25f, 1, 1, 0.25f});
-    EXPECT_EQ(wide.firstCellOutOfBounds(), 3);
-    wide.setResolution(600);
-    EXPECT_TRUE(wide.okEnabled());
-}
-
-TEST(TemplateGridCells, ShiftsMoveOnePicturePixel)
+TEST(TemplateGridCells, ShiftsMoveOnePicturePixelAndCanLeaveTheSheet)
 {
     TemplateGrid g = LetterGrid();
     g.shift(ShiftDirection::Right);
@@ -114,15 +108,14 @@ TEST(TemplateGridCells, ShiftsMoveOnePicturePixel)
     g.shift(ShiftDirection::Up);
     g.shift(ShiftDirection::Left);
     EXPECT_EQ(g.offsetX() * 10 + g.offsetY(), 10);
+    g.shift(ShiftDirection::Left);
+    g.shift(ShiftDirection::Left);
+    EXPECT_EQ(g.firstCellOutOfBounds(), 1);
+    EXPECT_FALSE(g.okEnabled());
 }
 
 TEST(TemplateGridBounds, EachEdge)
 {
-    TemplateGrid left = LetterGrid();
-    left.shift(ShiftDirection::Left);
-    EXPECT_EQ(left.firstCellOutOfBounds(), 1);
-    EXPECT_FALSE(left.okEnabled());
-
     TemplateGrid top = LetterGrid();
     top.shift(ShiftDirection::Up);
     EXPECT_EQ(top.firstCellOutOfBounds(), 1);
