@@ -46,8 +46,4 @@ inline bool AllFinite(const RecordingChartCanvas &c)
     return c.DroppedCalls == 0;
 }
 
-// Pixel of a user coordinate under the scale the drawing left.
-inline double PixelX(const ChartCanvas &c, double x) { return c.toPixelX(x); }
-inline double PixelY(const ChartCanvas &c, double y) { return c.toPixelY(y); }
-
 } // namespace velmara::testing

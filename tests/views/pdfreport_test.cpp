@@ -35,11 +35,11 @@ void EnsureGuiApp()
 std::string Capture(const std::string &command)
 {
     std::string out;
-    if (FILE *pipe = popen(command.c_str(), "r")) {
-        for (int ch; (ch = fgetc(pipe)) != EOF;)
-            out += static_cast<char>(ch);
+    FILE *pipe = popen(command.c_str(), "r");
+    for (int ch; pipe && (ch = fgetc(pipe)) != EOF;)
+        out += static_cast<char>(ch);
+    if (pipe)
         pclose(pipe);
-    }
     return out;
 }
 
@@ -77,21 +77,15 @@ TEST_F(PdfReportTest, FourLetterPagesWithTheTitles)
     const std::string path = (dir / "line.pdf").string();
     std::string error;
     ASSERT_TRUE(WritePdfReport(ws, path, error)) << error;
-    EXPECT_TRUE(error.empty());
     EXPECT_EQ(Entries(dir), std::vector<std::string>{"line.pdf"}) << "no temporary file stays";
     EXPECT_LT(fs::file_size(path), 2u * 1024 * 1024);
-    std::ifstream in(path, std::ios::binary);
-    std::string magic(5, '\0');
-    in.read(magic.data(), 5);
-    EXPECT_EQ(magic, "%PDF-");
-
     if (!HavePoppler())
         GTEST_SKIP() << "pdfinfo not installed";
     const std::string info = Capture("pdfinfo '" + path + "'");
     const size_t pages = info.find("Pages:");
     ASSERT_NE(pages, std::string::npos) << info;
     EXPECT_EQ(std::stoi(info.substr(pages + 6)), 4) << info;
-    EXPECT_NE(info.find("612 x 792 pts"), std::string::npos) << info;
+    EXPECT_NE(info.find("612 x 792 pts"), std::string::npos) << info; // Letter
     const std::string text = Capture("pdftotext -layout '" + path + "' -");
     for (const char *expected : {"Orvinek Velmara", "Analysis Parameters", "Drop Size Statistics",
                                  "Composite Results", "Swath Analysis", "Drop Size (µm)",
@@ -147,15 +141,14 @@ TEST_F(PdfReportTest, PreviewPictureScalesTheFontsAndKeepsTheLayout)
         ASSERT_TRUE(r.Ok) << page << r.Error;
         canvas.flush();
         // Something was drawn, and the margins of the sheet stay white.
-        int dark = 0;
-        for (int y = 0; y < image.height(); ++y)
+        int dark = 0, marginInk = 0;
+        for (int y = 0; y < image.height(); ++y) {
             for (int x = 0; x < image.width(); ++x)
                 dark += qGray(image.pixel(x, y)) < 128;
-        EXPECT_GT(dark, 500) << page;
-        for (int y = 0; y < image.height(); ++y) {
-            EXPECT_EQ(image.pixel(2, y), qRgb(255, 255, 255)) << page << " row " << y;
-            EXPECT_EQ(image.pixel(422, y), qRgb(255, 255, 255)) << page << " row " << y;
+            marginInk += image.pixel(2, y) != qRgb(255, 255, 255) || image.pixel(422, y) != qRgb(255, 255, 255);
         }
+        EXPECT_GT(dark, 500) << page;
+        EXPECT_EQ(marginInk, 0) << page;
     }
     // Without a printer the page cannot be set: the failure, and the picture stays blank.
     canvas.setPrinterAvailable(false);
