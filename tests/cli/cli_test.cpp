@@ -299,7 +299,7 @@ protected:
 
 } // namespace
 
-TEST_F(CliSheetTest, ClipsOfEightAndTwentyFourBitSheetsScanLikeTheirCardsAlone)
+TEST_F(CliSheetTest, ClipsScanLikeTheirCardsAloneAndCellsUseUpTheirNumbers)
 {
     const auto cards = NineCards();
     const auto alone = tablesAlone(cards);
@@ -307,7 +307,7 @@ TEST_F(CliSheetTest, ClipsOfEightAndTwentyFourBitSheetsScanLikeTheirCardsAlone)
     ASSERT_TRUE(WriteBmp(sheet, (dir / "sheet8.bmp").string()));
     ASSERT_TRUE(WriteBmp24(ToRgb(sheet), (dir / "sheet24.bmp").string()));
     const fs::path clips = dir / "clips";
-    const CliRun r = runCli("scan --json " + base() + "--template '<Default>' --sheet-dpi 80 --clip-dir "
+    CliRun r = runCli("scan --json " + base() + "--template '<Default>' --sheet-dpi 80 --clip-dir "
                                 + clips.string() + " " + (dir / "sheet8.bmp").string() + " "
                                 + (dir / "sheet24.bmp").string(),
                             dir);
@@ -319,20 +319,13 @@ TEST_F(CliSheetTest, ClipsOfEightAndTwentyFourBitSheetsScanLikeTheirCardsAlone)
     EXPECT_FALSE(fs::exists(clips / "clip01.bmp"));
     EXPECT_TRUE(fs::exists(clips / "clip01.scn"));
     EXPECT_TRUE(fs::exists(clips / "clip18.scn"));
-}
 
-TEST_F(CliSheetTest, CellsNumbersAndASheetTheGridLeaves)
-{
-    const auto cards = NineCards();
-    const auto alone = tablesAlone(cards);
-    ASSERT_TRUE(WriteBmp(LetterSheet(cards), (dir / "a.bmp").string()));
-    // One pixel too narrow for the third column at 80 dpi.
+    // Chosen cells, and a sheet one pixel too narrow for the third column at 80 dpi.
     ASSERT_TRUE(WriteBmp(LetterSheet(cards, 439), (dir / "narrow.bmp").string()));
-    const fs::path clips = dir / "clips";
-    const CliRun r = runCli("scan --json " + base() + "--template '<Default>' --sheet-dpi 80 --cells 9,1 --clip-dir "
-                                + clips.string() + " " + (dir / "narrow.bmp").string() + " "
-                                + (dir / "a.bmp").string(),
-                            dir);
+    const fs::path a = dir / "sheet8.bmp";
+    r = runCli("scan --json " + base() + "--template '<Default>' --sheet-dpi 80 --cells 9,1 --clip-dir "
+                   + (dir / "cells").string() + " " + (dir / "narrow.bmp").string() + " " + a.string(),
+               dir);
     ASSERT_EQ(r.status, 0) << r.err;
     // Every cell uses up its number, cut or not, and the off sheet cuts nothing.
     EXPECT_EQ(SizeTableOf(r.out, "clip01.bmp"), alone[0]);
@@ -346,7 +339,7 @@ TEST_F(CliSheetTest, CellsNumbersAndASheetTheGridLeaves)
         << r.err;
 
     const CliRun bad = runCli("clip " + base() + "--template '<Default>' --cells 10 --clip-dir " + clips.string()
-                                  + " " + (dir / "a.bmp").string(),
+                                  + " " + a.string(),
                               dir);
     EXPECT_EQ(bad.status, 1);
     EXPECT_NE(bad.err.find("Cell 10 is not in template '<Default>', which has 9 cells."), std::string::npos)
@@ -386,10 +379,8 @@ TEST_F(CliSheetTest, StoredTemplatesAreReadNeverWrittenAndTheDefaultFolderIsFres
     r = runCli("scan --no-log " + base() + "--template Pair --sheet-dpi 80 " + (dir / "sheet.bmp").string(), dir);
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("clip01.bmp"), std::string::npos) << r.out;
-    size_t folders = 0;
-    for (const auto &entry : fs::directory_iterator(work))
-        folders += entry.is_directory();
-    EXPECT_EQ(folders, 1u) << "the scan's folder ended empty and went";
+    EXPECT_EQ(std::count_if(fs::directory_iterator(work), {}, [](const auto &e) { return e.is_directory(); }), 1)
+        << "the scan's folder ended empty and went";
     EXPECT_TRUE(fs::exists(listed[0])) << "the earlier clips are untouched";
 
     // A template file named on the command line, and --keep-clips.
