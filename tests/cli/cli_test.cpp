@@ -113,8 +113,8 @@ TEST_F(CliTest, ScanRefusesBadFilesAnalysesTheRestInNameOrderAndFailsWithNothing
     const fs::path a = card("a.bmp", 12);
     std::ofstream(dir / "notes.txt") << "not a card";
     CliRun r = runCli("scan --json " + base() + b.string() + " " + (dir / "notes.txt").string() + " "
-                             + (dir / "gone.bmp").string() + " " + a.string(),
-                         dir);
+                          + (dir / "gone.bmp").string() + " " + a.string(),
+                      dir);
     EXPECT_EQ(r.status, 0) << r.err;
     // Refusals name the file with the program's own text; stdout holds only the JSON object.
     EXPECT_NE(r.err.find("'notes.txt' is an unsupported file type."), std::string::npos) << r.err;
@@ -168,8 +168,8 @@ TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
     const fs::path c = card("c.bmp", 14);
     const fs::path out = dir / "line.csv";
     CliRun r = runCli("line --json --format csv --range 1:100000 --position1 -45 --interval 2.5 --out "
-                             + out.string() + " " + base() + c.string() + " " + a.string() + " " + b.string(),
-                         dir);
+                          + out.string() + " " + base() + c.string() + " " + a.string() + " " + b.string(),
+                      dir);
     EXPECT_EQ(r.status, 0) << r.err;
     ASSERT_TRUE(fs::exists(out));
     EXPECT_NE(readFile(out).find("\r\n"), std::string::npos);
@@ -307,10 +307,9 @@ TEST_F(CliSheetTest, ClipsScanLikeTheirCardsAloneAndCellsUseUpTheirNumbers)
     ASSERT_TRUE(WriteBmp(sheet, (dir / "sheet8.bmp").string()));
     ASSERT_TRUE(WriteBmp24(ToRgb(sheet), (dir / "sheet24.bmp").string()));
     const fs::path clips = dir / "clips";
-    CliRun r = runCli("scan --json " + base() + "--template '<Default>' --sheet-dpi 80 --clip-dir "
-                                + clips.string() + " " + (dir / "sheet8.bmp").string() + " "
-                                + (dir / "sheet24.bmp").string(),
-                            dir);
+    CliRun r = runCli("scan --json " + base() + "--template '<Default>' --sheet-dpi 80 --clip-dir " + clips.string()
+                          + " " + (dir / "sheet8.bmp").string() + " " + (dir / "sheet24.bmp").string(),
+                      dir);
     ASSERT_EQ(r.status, 0) << r.err;
     // Sheets in name order: "sheet24.bmp" before "sheet8.bmp", each taking nine numbers.
     for (int n = 1; n <= 18; ++n)
