@@ -303,17 +303,16 @@ TEST_F(CliSheetTest, ClipsScanLikeTheirCardsAloneAndCellsUseUpTheirNumbers)
 {
     const auto cards = NineCards();
     const auto alone = tablesAlone(cards);
-    const IndexedImage sheet = LetterSheet(cards);
-    ASSERT_TRUE(WriteBmp(sheet, (dir / "sheet8.bmp").string()));
-    ASSERT_TRUE(WriteBmp24(ToRgb(sheet), (dir / "sheet24.bmp").string()));
+    ASSERT_TRUE(WriteBmp(LetterSheet(cards), (dir / "sheet8.bmp").string()));
+    ASSERT_TRUE(WriteBmp24(ToRgb(LetterSheet({cards.rbegin(), cards.rend()})), (dir / "sheet24.bmp").string()));
     const fs::path clips = dir / "clips";
     CliRun r = runCli("scan --json " + base() + "--template '<Default>' --sheet-dpi 80 --clip-dir " + clips.string()
                           + " " + (dir / "sheet8.bmp").string() + " " + (dir / "sheet24.bmp").string(),
                       dir);
     ASSERT_EQ(r.status, 0) << r.err;
-    // Sheets in name order: "sheet24.bmp" before "sheet8.bmp", each taking nine numbers.
+    // Sheets in name order, each taking nine numbers: "sheet24.bmp", cards reversed, before "sheet8.bmp".
     for (int n = 1; n <= 18; ++n)
-        EXPECT_EQ(SizeTableOf(r.out, ClipName(n)), alone[static_cast<size_t>((n - 1) % 9)]) << ClipName(n);
+        EXPECT_EQ(SizeTableOf(r.out, ClipName(n)), alone[static_cast<size_t>(n <= 9 ? 9 - n : n - 10)]) << ClipName(n);
     // The clips go at the end; their scan logs stay in the clip folder.
     EXPECT_FALSE(fs::exists(clips / "clip01.bmp"));
     EXPECT_TRUE(fs::exists(clips / "clip01.scn"));
