@@ -1,67 +1,35 @@
-#include "settings/settingsstore.h"
 #include "shell/cardposform.h"
 #include "shell/cardview.h"
 #include "shell/compositeview.h"
-#include "shell/mainwindow.h"
 #include "shell/picturebox.h"
+#include "shelltest.h"
 #include "statistics/line.h"
 #include "statistics/range.h"
 #include "statistics/swath.h"
 
-#include <QApplication>
 #include <QCheckBox>
-#include <QFile>
 #include <QGroupBox>
-#include <QScrollBar>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QSlider>
-#include <QTabBar>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QTimer>
 #include <QToolButton>
 
-#include <gtest/gtest.h>
-
 using namespace velmara;
+using namespace velmara::shelltest;
 
 namespace {
 
-void ensureApplication()
-{
-    if (QApplication::instance() == nullptr) {
-        static int argc = 1;
-        static char name[] = "test_shell";
-        static char *argv[] = {name, nullptr};
-        new QApplication(argc, argv);
-    }
-}
-
-// A window with n scanned sample cards on a line from -50 at 10, ready to enter the view.
-class CompositeTest : public ::testing::Test
+// A window with n sample cards on a line from -50 at 10, ready to enter the view.
+class CompositeTest : public WindowFixture
 {
 protected:
     void open(int n, bool scanAll = true)
     {
-        ensureApplication();
-        ASSERT_TRUE(dir.isValid());
-        QStringList paths;
-        for (int i = 1; i <= n; ++i) {
-            const QString name = QStringLiteral("card%1.bmp").arg(i, 2, 10, QLatin1Char('0'));
-            ASSERT_TRUE(QFile::copy(QStringLiteral(VELMARA_SOURCE_DIR "/samples/") + name, dir.filePath(name)));
-            paths << dir.filePath(name);
-        }
-        store = std::make_unique<SettingsStore>(dir.filePath(QStringLiteral("settings.ini")));
-        store->SaveSetting("Prefs", "DefaultRes", "600");
-        store->SaveSetting("Prefs", "LogAnalysis", "False");
-        ws.TempDir = dir.path().toStdString() + "/";
-        window = std::make_unique<MainWindow>(ws, *store, 768);
-        window->setMessageHook([this](const QString &text) { messages << text; });
-        window->setQuestionHook([](int, int, Byte, Byte) { return Answer::Yes; });
+        openWindow(n);
         view = window->compositeView();
         view->setPositionDialogHook([this](CardPosMode mode) {
             dialogs.push_back(mode);
@@ -69,41 +37,25 @@ protected:
                 answer();
             return true;
         });
-        window->resize(1024, 768);
-        window->show();
-        window->loadChosenFiles(paths);
+        loadCards(n);
         if (scanAll)
             window->btnScanAll_Click();
         ws.Spray.Sample_Position1 = "-50";
         ws.Spray.Sample_Interval = "10";
     }
-
     void enter()
     {
         ASSERT_TRUE(window->CompositeCheck->isVisibleTo(window.get()));
         window->CompositeCheck->click();
     }
-    void key(int k, Qt::KeyboardModifiers m = Qt::NoModifier) { QTest::keyClick(window.get(), Qt::Key(k), m); }
     void moveOnto(QWidget *w)
     {
         const QPointF at(w->width() / 2.0, w->height() / 2.0);
         QMouseEvent move(QEvent::MouseMove, at, w->mapToGlobal(at), Qt::NoButton, Qt::NoButton, Qt::NoModifier);
         QApplication::sendEvent(w, &move);
     }
-    QStringList tabs() const
-    {
-        QStringList t;
-        for (int i = 0; i < window->ImageStrip->count(); ++i)
-            t << window->ImageStrip->tabText(i);
-        return t;
-    }
 
-    QTemporaryDir dir;
-    Workspace ws;
-    std::unique_ptr<SettingsStore> store;
-    std::unique_ptr<MainWindow> window;
     CompositeView *view = nullptr;
-    QStringList messages;
     std::vector<CardPosMode> dialogs;
     std::function<void()> answer;
 };
@@ -115,26 +67,21 @@ TEST_F(CompositeTest, EnteringWithTwoCardsHasNoSwathTab)
     open(2);
     window->selectCard(1);
     enter();
-    EXPECT_TRUE(view->isOn());
     EXPECT_TRUE(ws.CompositeCheck);
     EXPECT_EQ(tabs(), QStringList{"Spray Line Statistics"});
-    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- Composite Results");
     EXPECT_EQ(window->ResultFrame->title(), "Composite Results  (Volume Fraction)");
     EXPECT_TRUE(dialogs.empty());
     EXPECT_EQ(ws.Card(2).Position, -40.0f);
     ASSERT_EQ(ws.LineStats.size(), 3u);
     EXPECT_EQ(ws.LineStats[2].Vmd, ws.Card(2).Stats.Vmd);
-    EXPECT_EQ(view->optSwathWidth.size(), 2u);
     EXPECT_EQ(ws.SwathSets[1].Width, 1);
     for (QWidget *w : std::initializer_list<QWidget *>{window->btnLoad, window->btnScan, window->Slider1,
                                                        window->MaskCheck, window->HScroll1})
         EXPECT_FALSE(w->isEnabled());
-    EXPECT_TRUE(window->btnWriteComposite->isVisibleTo(window.get()));
-    EXPECT_TRUE(window->btnPrint->isVisibleTo(window.get()));
-    EXPECT_TRUE(view->surface()->isVisibleTo(window.get()));
-    EXPECT_TRUE(view->CardLabel[1]->isVisibleTo(window.get()));
+    for (QWidget *w : std::initializer_list<QWidget *>{window->btnWriteComposite, window->btnPrint,
+                                                       view->surface(), view->CardLabel[1]})
+        EXPECT_TRUE(w->isVisibleTo(window.get()));
     EXPECT_EQ(view->picture().size(), window->Picture1->size());
-    EXPECT_EQ(window->InfoLabel[1]->text(), "VMD:");
 }
 
 TEST_F(CompositeTest, EnteringWithThreeAndLeavingBack)
@@ -146,30 +93,23 @@ TEST_F(CompositeTest, EnteringWithThreeAndLeavingBack)
     enter();
     EXPECT_EQ(tabs(), (QStringList{"Spray Line Statistics", "Swath Analysis"}));
     EXPECT_EQ(window->ImageStrip->currentIndex(), 0);
-    EXPECT_EQ(view->optSwathWidth.size(), 3u);
     EXPECT_FALSE(view->optSwathWidth[1]->isVisibleTo(window.get()));
     ASSERT_TRUE(RangeSelected(ws));
     EXPECT_LT(ws.LineStats[1].DropDensity, ws.Card(1).Stats.DropDensity); // values of the range
-    EXPECT_NE(window->VMDLabel->text(), QString());
 
     window->ImageStrip->setCurrentIndex(1);
     EXPECT_TRUE(view->optSwathWidth[2]->isVisibleTo(window.get()) || view->optSwathWidth[1]->isVisibleTo(window.get()));
     EXPECT_EQ(window->InfoLabel[1]->text(), "COV:");
 
     window->CompositeCheck->click();
-    EXPECT_FALSE(view->isOn());
     EXPECT_FALSE(ws.CompositeCheck);
     EXPECT_EQ(tabs(), (QStringList{"card01.bmp", "card02.bmp", "card03.bmp"}));
-    EXPECT_EQ(window->ImageStrip->currentIndex(), 1);
     EXPECT_EQ(ws.CurrentCard, 2);
     EXPECT_EQ(ws.ShownCard, 2); // read again on the way out
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card02.bmp -- 600 dpi");
-    EXPECT_EQ(view->optSwathWidth.size(), 1u);
     EXPECT_FALSE(view->surface()->isVisibleTo(window.get()));
     EXPECT_FALSE(window->btnWriteComposite->isVisibleTo(window.get()));
-    EXPECT_TRUE(window->btnLoad->isEnabled());
     EXPECT_TRUE(window->Slider1->isEnabled()); // the scanned card's own state
-    EXPECT_EQ(window->InfoLabel[1]->text(), "VMD:");
     EXPECT_EQ(window->ResultFrame->title(), "Scan Results  (Volume Fraction)");
     // Entering again chooses the widths afresh.
     ws.SwathSets[1].Width = 1;
@@ -201,29 +141,6 @@ TEST_F(CompositeTest, EqualPositionsAndEmptyTextsBringTheDialog)
     EXPECT_EQ(dialogs[0], CardPosMode::AcceptOnly);
     EXPECT_TRUE(messages.isEmpty());
     EXPECT_EQ(ws.Card(2).Position, -40.0f);
-}
-
-TEST_F(CompositeTest, TheRealDialogWithoutCancelAfterTheMessage)
-{
-    open(2);
-    view->setPositionDialogHook(nullptr);
-    ws.Spray.Sample_Interval = "0";
-    bool cancelDisabled = false;
-    QTimer poll;
-    QObject::connect(&poll, &QTimer::timeout, [&] {
-        auto *form = qobject_cast<frmCardPos *>(QApplication::activeModalWidget());
-        if (form == nullptr)
-            return;
-        cancelDisabled = !form->cancelButton()->isEnabled();
-        form->input(2)->setText(QStringLiteral("5"));
-        form->acceptButton()->click();
-    });
-    poll.start(10);
-    enter();
-    poll.stop();
-    EXPECT_TRUE(cancelDisabled);
-    EXPECT_EQ(ws.Card(2).Position - ws.Card(1).Position, 5.0f);
-    EXPECT_EQ(messages.size(), 1);
 }
 
 TEST_F(CompositeTest, RangeDragInTheViewRefreshesLineChartAndLabels)
@@ -317,11 +234,10 @@ TEST_F(CompositeTest, CalloutsOnMarkersAndOffOnTheChart)
     moveOnto(view->CardLabel[1]);
     ASSERT_TRUE(view->CalloutsShown);
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp");
-    for (int b = 1; b <= 3; ++b) {
-        EXPECT_TRUE(view->DataLabel[static_cast<size_t>(b)]->isVisibleTo(window.get()));
-        EXPECT_TRUE(view->DataLabelCircle[static_cast<size_t>(b)]->isVisibleTo(window.get()));
+    for (size_t b = 1; b <= 3; ++b) {
+        EXPECT_TRUE(view->DataLabel[b]->isVisibleTo(window.get()) && view->DataLabelCircle[b]->isVisibleTo(window.get()));
         // Card 1 is left of the middle: the labels stand to its right.
-        EXPECT_GT(view->DataLabel[static_cast<size_t>(b)]->x(), view->CardLabel[1]->x());
+        EXPECT_GT(view->DataLabel[b]->x(), view->CardLabel[1]->x());
     }
     const QString vmd = view->DataLabel[1]->text();
     // Straight on to the next marker: the first card's callouts stay.
@@ -344,11 +260,7 @@ TEST_F(CompositeTest, CalloutsOnMarkersAndOffOnTheChart)
 TEST_F(CompositeTest, UnscannedCardsKeysAndResize)
 {
     open(3, false);
-    for (int card : {1, 3}) {
-        window->selectCard(card);
-        window->btnScanColour_Click();
-        window->btnScan_Click();
-    }
+    decodeAndScan({1, 3});
     enter();
     ASSERT_TRUE(view->isOn());
     ASSERT_FALSE(ws.Card(2).Scanned);
@@ -362,10 +274,8 @@ TEST_F(CompositeTest, UnscannedCardsKeysAndResize)
 
     const int cards = ws.CardCount();
     key(Qt::Key_Delete);
-    key(Qt::Key_Delete, Qt::ControlModifier);
-    key(Qt::Key_S, Qt::ControlModifier);
-    key(Qt::Key_A, Qt::ControlModifier);
-    key(Qt::Key_Tab, Qt::ControlModifier);
+    for (int k : {Qt::Key_Delete, Qt::Key_S, Qt::Key_A, Qt::Key_Tab})
+        key(k, Qt::ControlModifier);
     EXPECT_EQ(ws.CardCount(), cards);
     EXPECT_TRUE(view->isOn());
     EXPECT_EQ(tabs().size(), 2);

@@ -1,94 +1,54 @@
 #include "intake/loadimage.h"
-#include "settings/settingsstore.h"
 #include "shell/application.h"
+#include "shell/cardview.h"
 #include "shell/colourquestionform.h"
 #include "shell/infoform.h"
-#include "shell/mainwindow.h"
 #include "shell/picturebox.h"
+#include "shell/sprayinfoform.h"
+#include "shelltest.h"
 #include "statistics/range.h"
 #include "views/statslabels.h"
 #include "views/textforms.h"
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QDir>
-#include <QFile>
 #include <QGroupBox>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QSlider>
-#include <QTabBar>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QTimer>
 #include <QToolButton>
 
-#include <gtest/gtest.h>
-
 using namespace velmara;
+using namespace velmara::shelltest;
 
 namespace {
 
-void ensureApplication()
+InfoForm *shownInfoForm()
 {
-    if (QApplication::instance() == nullptr) {
-        static int argc = 1;
-        static char name[] = "test_shell";
-        static char *argv[] = {name, nullptr};
-        new QApplication(argc, argv);
-    }
+    for (QWidget *w : QApplication::topLevelWidgets())
+        if (auto *form = qobject_cast<InfoForm *>(w); form && form->isVisible())
+            return form;
+    return nullptr;
 }
 
-// A window over copies of the sample cards, with the questions and boxes answered by script.
-class WindowTest : public ::testing::Test
+// The window with the scan log on; three cards are loaded in an unsorted order.
+class WindowTest : public WindowFixture
 {
 protected:
-    void SetUp() override
-    {
-        ensureApplication();
-        ASSERT_TRUE(dir.isValid());
-        for (const char *name : {"card01.bmp", "card02.bmp", "card03.bmp"})
-            ASSERT_TRUE(QFile::copy(QStringLiteral(VELMARA_SOURCE_DIR "/samples/") + name, dir.filePath(name)));
-        store = std::make_unique<SettingsStore>(dir.filePath(QStringLiteral("settings.ini")));
-        store->SaveSetting("Prefs", "DefaultRes", "600");
-        ws.TempDir = dir.path().toStdString() + "/";
-        window = std::make_unique<MainWindow>(ws, *store, 768);
-        window->setMessageHook([this](const QString &text) { messages << text; });
-        window->setQuestionHook([this](int kind, int, Byte, Byte) {
-            ++(kind == 0 ? backgroundQuestions : ditherQuestions);
-            return Answer::Yes;
-        });
-        window->resize(1024, 768);
-        window->show();
-    }
-
-    QString path(const char *name) const { return dir.filePath(QLatin1String(name)); }
+    void SetUp() override { openWindow(3, true); }
     void loadThree() { window->loadChosenFiles({path("card03.bmp"), path("card01.bmp"), path("card02.bmp")}); }
-    void key(int k, Qt::KeyboardModifiers m = Qt::NoModifier) { QTest::keyClick(window.get(), Qt::Key(k), m); }
-
-    QTemporaryDir dir;
-    Workspace ws;
-    std::unique_ptr<SettingsStore> store;
-    std::unique_ptr<MainWindow> window;
-    QStringList messages;
-    int backgroundQuestions = 0;
-    int ditherQuestions = 0;
 };
 
 } // namespace
 
 TEST_F(WindowTest, EmptyWindowAndItsKeys)
 {
-    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara");
-    EXPECT_EQ(window->ImageStrip->count(), 1);
-    EXPECT_EQ(window->ImageStrip->tabText(0), "<No Image>");
-    EXPECT_FALSE(window->btnScanColour->isEnabled());
-    EXPECT_FALSE(window->btnScan->isEnabled());
-    EXPECT_FALSE(window->ResultFrame->isVisibleTo(window.get()));
-    EXPECT_FALSE(window->btnChangeRes->isVisibleTo(window.get()));
+    EXPECT_EQ(tabs(), QStringList{"<No Image>"});
     EXPECT_FALSE(window->Slider1->isEnabled());
-    EXPECT_EQ(window->ResultFrame->title(), "Scan Results  (Volume Fraction)");
     // Only Ctrl+P and Ctrl+L act on an empty list; the rest change nothing.
     key(Qt::Key_S, Qt::ControlModifier);
     key(Qt::Key_Tab, Qt::ControlModifier);
@@ -111,12 +71,9 @@ TEST_F(WindowTest, LoadSortsShowsTheLastChosenAndRefuses)
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card03.bmp -- 600 dpi");
     EXPECT_EQ(ws.InitialDir, dir.path().toStdString() + "/");
     EXPECT_TRUE(window->btnChangeRes->isVisibleTo(window.get()));
-    EXPECT_TRUE(window->btnScanColour->isEnabled());
     EXPECT_TRUE(window->btnScanColourAll->isEnabled());
     EXPECT_FALSE(window->btnScan->isEnabled());
-    EXPECT_FALSE(window->MaskCheck->isEnabled());
     EXPECT_FALSE(window->KromeKotePicture().isNull());
-    EXPECT_FALSE(window->btnCancel->isEnabled());
 
     window->loadChosenFiles({path("card01.bmp")});
     ASSERT_EQ(messages.size(), 1);
@@ -124,9 +81,7 @@ TEST_F(WindowTest, LoadSortsShowsTheLastChosenAndRefuses)
     EXPECT_EQ(ws.CardCount(), 3);
     EXPECT_EQ(ws.CurrentCard, 1); // the name to show is found: the card already open
 
-    QFile notes(path("notes.txt"));
-    ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
-    notes.close();
+    ASSERT_TRUE(WriteFile(path("notes.txt"), {}));
     window->loadChosenFiles({path("notes.txt")});
     EXPECT_EQ(messages.last(), "'notes.txt' is an unsupported file type.");
 }
@@ -138,13 +93,10 @@ TEST_F(WindowTest, DecodeScanAndDragARangeOnTheGraph)
     window->btnScanColour_Click();
     const CardImage &card = ws.Card(1);
     ASSERT_TRUE(card.PixelsReady);
-    EXPECT_FALSE(window->btnScanColour->isEnabled());
     EXPECT_FALSE(window->btnScanColourAll->isEnabled()); // even though cards 2 and 3 aren't decoded
     EXPECT_TRUE(window->btnScan->isEnabled());
-    EXPECT_TRUE(window->Slider1->isEnabled());
     EXPECT_TRUE(window->MaskCheck->isEnabled());
     EXPECT_FALSE(window->ResultFrame->isVisibleTo(window.get()));
-    EXPECT_FALSE(window->ProgressBar1->isVisibleTo(window.get()));
 
     window->btnScan_Click();
     ASSERT_TRUE(ws.Card(1).Scanned);
@@ -174,10 +126,8 @@ TEST_F(WindowTest, DecodeScanAndDragARangeOnTheGraph)
     ASSERT_TRUE(RangeSelected(ws));
     const StatsLabelTexts range = StatsTexts(ws.CardRange.Stats, ws.Metric);
     EXPECT_EQ(window->VMDLabel->text(), range.vmd);
-    EXPECT_EQ(window->DropLabel->text(), range.drop);
     EXPECT_EQ(window->VolumeLabel->text(), range.volume);
     EXPECT_NE(window->VMDLabel->text(), StatsTexts(own, ws.Metric).vmd);
-    EXPECT_DOUBLE_EQ(ws.CurrentVMD, ws.CardRange.Stats.Vmd);
 
     // A press with Shift moves no bound, but the release still refreshes.
     QTest::mouseClick(graph, Qt::LeftButton, Qt::ShiftModifier, QPoint(10, 30));
@@ -214,10 +164,8 @@ TEST_F(WindowTest, ScanAllShowsTheCompositeBoxAndKeysFollowTheTable)
     EXPECT_EQ(ws.CardCount(), 3);
     window->selectCard(1);
     key(Qt::Key_Delete); // the first of three: the new first is selected
-    ASSERT_EQ(ws.CardCount(), 2);
     EXPECT_EQ(ws.CurrentCard, 1);
-    EXPECT_EQ(window->ImageStrip->count(), 2);
-    EXPECT_EQ(window->ImageStrip->tabText(0), "card02.bmp");
+    EXPECT_EQ(tabs(), (QStringList{"card02.bmp", "card03.bmp"}));
     EXPECT_TRUE(window->CompositeCheck->isVisibleTo(window.get()));
     key(Qt::Key_Delete);
     EXPECT_FALSE(window->CompositeCheck->isVisibleTo(window.get())); // one scanned card left
@@ -225,11 +173,10 @@ TEST_F(WindowTest, ScanAllShowsTheCompositeBoxAndKeysFollowTheTable)
     key(Qt::Key_Delete, Qt::ControlModifier);
     EXPECT_EQ(ws.CardCount(), 0);
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara");
-    EXPECT_EQ(window->ImageStrip->tabText(0), "<No Image>");
+    EXPECT_EQ(tabs(), QStringList{"<No Image>"});
     EXPECT_FALSE(window->ResultFrame->isVisibleTo(window.get()));
     EXPECT_FALSE(window->btnChangeRes->isVisibleTo(window.get()));
     EXPECT_FALSE(window->btnScanColour->isEnabled());
-    EXPECT_FALSE(ws.DisableBackgroundWarning);
 }
 
 TEST_F(WindowTest, CtrlSDecodesThenScansAndDeleteWaitsForAPass)
@@ -251,8 +198,7 @@ TEST_F(WindowTest, CtrlSDecodesThenScansAndDeleteWaitsForAPass)
     EXPECT_EQ(ws.CardCount(), 0);
     EXPECT_EQ(ws.CurrentCard, 1);
     window->loadChosenFiles({path("card02.bmp")}); // the next load reuses tab 1
-    EXPECT_EQ(window->ImageStrip->count(), 1);
-    EXPECT_EQ(window->ImageStrip->tabText(0), "card02.bmp");
+    EXPECT_EQ(tabs(), QStringList{"card02.bmp"});
 }
 
 TEST_F(WindowTest, SlidersNeverCrossAndMaskingChangesOnlyTheColourTable)
@@ -310,6 +256,225 @@ TEST_F(WindowTest, VanishedPictureGivesOneMessageAndStillScans)
     EXPECT_TRUE(ws.Card(1).Scanned);
 }
 
+// Beyond load, decode and scan: Cancel and Escape inside a running pass, closing during a pass,
+// the histogram clicks, the information popup and panning.
+
+// Escape reaches the running decode of card 3 through the message loop of the pass: no scan
+// follows for it, the composite is made of the two cards scanned, and card 3 stays current.
+TEST_F(WindowTest, EscapeDuringTheDecodeOfCardThreeInScanAll)
+{
+    loadCards(3);
+    window->selectCard(1);
+    window->btnScanColour_Click();
+    ASSERT_TRUE(ws.Card(1).PixelsReady);
+
+    int escapes = 0;
+    QTimer watcher;
+    watcher.setInterval(0);
+    QObject::connect(&watcher, &QTimer::timeout, [&] {
+        if (escapes == 0 && ws.CurrentCard == 3 && window->ProgressBar1->isVisible()
+            && window->btnCancel->isEnabled()) {
+            ++escapes;
+            QTest::keyClick(window.get(), Qt::Key_Escape);
+        }
+    });
+    watcher.start();
+    QTest::keyClick(window.get(), Qt::Key_A, Qt::ControlModifier); // card 1 is decoded: scans all
+    watcher.stop();
+
+    ASSERT_EQ(escapes, 1);
+    EXPECT_TRUE(ws.Card(1).Scanned);
+    EXPECT_TRUE(ws.Card(2).Scanned);
+    EXPECT_FALSE(ws.Card(3).PixelsReady);
+    EXPECT_FALSE(ws.Card(3).Scanned);
+    EXPECT_EQ(ws.CurrentCard, 3);
+    EXPECT_EQ(window->ImageStrip->currentIndex(), 2);
+    EXPECT_FALSE(QFile::exists(path("card03.scn")));
+    auto stains = [](const auto &rows) {
+        long n = 0;
+        for (const SizeClass &row : rows)
+            n += row.Count;
+        return n;
+    };
+    EXPECT_EQ(stains(ws.CompositeAll.Classes), stains(ws.Card(1).SizeTable) + stains(ws.Card(2).SizeTable));
+    EXPECT_FALSE(ws.CancelRequested);
+    EXPECT_FALSE(window->btnCancel->isEnabled());
+    EXPECT_TRUE(window->btnChangeRes->isEnabled());
+
+    // Escape at rest only reselects the card; nothing is left to cancel.
+    QTest::keyClick(window.get(), Qt::Key_Escape);
+    EXPECT_FALSE(ws.CancelRequested);
+    EXPECT_EQ(ws.CurrentCard, 3);
+}
+
+TEST_F(WindowTest, CancelledRescanKeepsTheOldTable)
+{
+    window->loadChosenFiles({path("card02.bmp")});
+    window->btnScanColour_Click();
+    window->btnScan_Click();
+    ASSERT_TRUE(ws.Card(1).Scanned);
+    const size_t rows = ws.Card(1).SizeTable.size();
+    const double vmd = ws.Card(1).Stats.Vmd;
+
+    window->Slider2->setValue(10); // a range that would leave no stain
+    QTimer::singleShot(0, window->btnCancel, &QPushButton::click);
+    window->btnScan_Click();
+    EXPECT_EQ(ws.Card(1).SizeTable.size(), rows);
+    EXPECT_DOUBLE_EQ(ws.Card(1).Stats.Vmd, vmd);
+    EXPECT_FALSE(ws.CancelRequested);
+    EXPECT_TRUE(window->btnChangeRes->isEnabled());
+    EXPECT_TRUE(messages.isEmpty()); // no message marks a cancel
+}
+
+// Closing during a pass cancels it, and the window goes as soon as the pass has ended, writing
+// the preferences on its way out.
+TEST_F(WindowTest, CloseDuringAPassWaitsForItsEnd)
+{
+    window->loadChosenFiles({path("card01.bmp")});
+    window->ProgressBar1->setVisible(true);
+    EXPECT_FALSE(window->close());
+    EXPECT_TRUE(ws.CancelRequested);
+    EXPECT_TRUE(window->isVisible());
+    EXPECT_TRUE(store->GetSetting("Settings", "InitialDir", "").empty());
+
+    window->ProgressBar1->setVisible(false);
+    ws.CancelRequested = false; // as the command does after its pass
+    for (int waited = 0; window->isVisible() && waited < 2000; waited += 20)
+        QTest::qWait(20);
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_EQ(store->GetSetting("Settings", "InitialDir", ""), dir.path().toStdString() + "/");
+}
+
+TEST_F(WindowTest, HistogramClicksSetTheEndsOfTheHueRange)
+{
+    window->loadChosenFiles({path("card01.bmp")});
+    window->btnScanColour_Click();
+    PictureBox *histogram = window->HistogramPic;
+    ASSERT_TRUE(histogram->isEnabled());
+    // The scale runs from -1 across 256 units over 260 pixels.
+    auto pixelOf = [&](double hue) { return static_cast<int>((hue + 1.0) * 260.0 / 256.0 + 0.5); };
+
+    QTest::mouseClick(histogram, Qt::LeftButton, Qt::NoModifier, QPoint(pixelOf(100), 50));
+    EXPECT_EQ(window->Slider1->value(), 100);
+    QTest::mouseClick(histogram, Qt::RightButton, Qt::NoModifier, QPoint(pixelOf(60), 50));
+    EXPECT_EQ(window->Slider2->value(), 60); // the right button moves the high end
+    EXPECT_EQ(window->Slider1->value(), 59); // and the low end keeps below it
+    EXPECT_EQ(window->Label1->text(), "59");
+    EXPECT_EQ(ws.Slider1, 59);
+    EXPECT_EQ(ws.Slider2, 60);
+
+    // Left of the first column: the minimum. With Ctrl: nothing.
+    QTest::mouseClick(histogram, Qt::LeftButton, Qt::NoModifier, QPoint(0, 50));
+    EXPECT_EQ(window->Slider1->value(), 0);
+    QTest::mouseClick(histogram, Qt::LeftButton, Qt::ControlModifier, QPoint(pixelOf(30), 50));
+    EXPECT_EQ(window->Slider1->value(), 0);
+
+    // The selected range is the white box; outside it the window colour.
+    const QImage &image = histogram->image();
+    EXPECT_EQ(image.pixel(pixelOf(30), 2), qRgb(255, 255, 255));
+    EXPECT_NE(image.pixel(pixelOf(200), 2), qRgb(255, 255, 255));
+}
+
+TEST_F(WindowTest, RightButtonHeldShowsTheImageInformation)
+{
+    loadCards(3);
+    QTest::mousePress(window->Picture1, Qt::RightButton, Qt::NoModifier, QPoint(40, 40));
+    InfoForm *form = shownInfoForm();
+    ASSERT_NE(form, nullptr);
+    const auto *dpi = form->findChild<QLabel *>(QStringLiteral("ResLabel2"));
+    ASSERT_NE(dpi, nullptr);
+    EXPECT_EQ(dpi->text(), "600 d.p.i.");
+    QTest::mouseRelease(window->Picture1, Qt::RightButton, Qt::NoModifier, QPoint(40, 40));
+    QApplication::processEvents();
+    EXPECT_EQ(shownInfoForm(), nullptr);
+
+    // The left button and a right button with Shift show nothing.
+    QTest::mousePress(window->Picture1, Qt::LeftButton, Qt::NoModifier, QPoint(40, 40));
+    EXPECT_EQ(shownInfoForm(), nullptr);
+    QTest::mouseRelease(window->Picture1, Qt::LeftButton, Qt::NoModifier, QPoint(40, 40));
+    QTest::mousePress(window->Picture1, Qt::RightButton, Qt::ShiftModifier, QPoint(40, 40));
+    EXPECT_EQ(shownInfoForm(), nullptr);
+    QTest::mouseRelease(window->Picture1, Qt::RightButton, Qt::ShiftModifier, QPoint(40, 40));
+}
+
+TEST_F(WindowTest, ScrollBarsPanOnePixelPerPixel)
+{
+    window->loadChosenFiles({path("card02.bmp")}); // 239 by 481 pixels
+    window->resize(1024, 700);
+    QApplication::processEvents();
+    const QSize view = window->Picture1->size();
+    ASSERT_LT(view.height(), 481);
+    ASSERT_GT(view.width(), 239);
+    EXPECT_FALSE(window->HScroll1->isEnabled());
+    EXPECT_EQ(window->HScroll1->value(), 0);
+    EXPECT_TRUE(window->VScroll1->isEnabled());
+    const int maximum = 481 - view.height();
+    EXPECT_EQ(window->VScroll1->maximum(), maximum);
+    EXPECT_EQ(window->VScroll1->pageStep(), qRound(maximum / 4.0));
+    window->VScroll1->setValue(7);
+    EXPECT_EQ(window->Picture1->pan(), QPoint(0, 7));
+
+    // A picture that fits: no bar.
+    window->resize(1024, 1000);
+    QApplication::processEvents();
+    ASSERT_GE(window->Picture1->height(), 481);
+    EXPECT_FALSE(window->VScroll1->isEnabled());
+    EXPECT_EQ(window->Picture1->pan(), QPoint(0, 0));
+}
+
+// With the spray record asked for, declining it ends the scan command before anything moves;
+// without the scan log the question isn't put at all.
+TEST_F(WindowTest, DeclinedSprayRecordLeavesEverythingAsItWas)
+{
+    loadCards(3);
+    window->selectCard(1);
+    window->btnScanColour_Click();
+    ws.LogAnalysis = true;
+    ws.LogSprayInfo = true;
+    int asked = 0;
+    auto decline = [&] {
+        if (auto *form = qobject_cast<SprayInfoForm *>(QApplication::activeModalWidget())) {
+            ++asked;
+            form->reject();
+        }
+    };
+    QTimer::singleShot(0, decline);
+    window->btnScanAll_Click();
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(ws.ScannedCount(), 0);
+    EXPECT_FALSE(ws.Card(2).PixelsReady);
+    EXPECT_EQ(ws.CurrentCard, 1);
+    EXPECT_TRUE(window->btnChangeRes->isEnabled());
+    EXPECT_FALSE(window->ResultFrame->isVisibleTo(window.get()));
+
+    QTimer::singleShot(0, decline);
+    window->btnScan_Click();
+    EXPECT_EQ(asked, 2);
+    EXPECT_FALSE(ws.Card(1).Scanned);
+
+    ws.LogAnalysis = false;
+    QTimer::singleShot(0, decline);
+    window->btnScan_Click();
+    QApplication::processEvents();
+    EXPECT_EQ(asked, 2);
+    EXPECT_TRUE(ws.Card(1).Scanned);
+    EXPECT_FALSE(QFile::exists(path("card01.scn"))); // no log asked for
+}
+
+// The message loop runs between two files of a choice, so Cancel stops the loading there; the
+// card to show is still the last name chosen, and when it wasn't reached the current card stays.
+TEST_F(WindowTest, CancelBetweenTheFilesOfOneChoice)
+{
+    QTimer::singleShot(0, window->btnCancel, &QPushButton::click);
+    window->loadChosenFiles({path("card03.bmp"), path("card02.bmp"), path("card01.bmp")});
+    ASSERT_EQ(ws.CardCount(), 1);
+    EXPECT_EQ(ws.Card(1).FileName, "card01.bmp");
+    EXPECT_EQ(ws.CurrentCard, 1);
+    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp -- 600 dpi");
+    EXPECT_FALSE(ws.CancelRequested);
+    EXPECT_EQ(ws.InitialDir, dir.path().toStdString() + "/");
+}
+
 TEST(Startup, HueColoursAndScreenCheck)
 {
     std::array<Long, 257> hue{};
@@ -318,14 +483,12 @@ TEST(Startup, HueColoursAndScreenCheck)
         const Long v = hue[static_cast<size_t>(i)];
         return std::array<int, 3>{v & 255, (v >> 8) & 255, (v >> 16) & 255};
     };
-    EXPECT_EQ(rgb(0), (std::array<int, 3>{255, 0, 0}));
-    EXPECT_EQ(rgb(41), (std::array<int, 3>{255, 246, 0}));
-    EXPECT_EQ(rgb(42), (std::array<int, 3>{255, 255, 0})); // 256 held at 255
-    EXPECT_EQ(rgb(43), (std::array<int, 3>{250, 255, 0}));
-    EXPECT_EQ(rgb(126), (std::array<int, 3>{0, 255, 255}));
-    EXPECT_EQ(rgb(251), (std::array<int, 3>{255, 0, 10}));
-    EXPECT_EQ(rgb(252), (std::array<int, 3>{255, 0, 0}));
-    EXPECT_EQ(rgb(256), (std::array<int, 3>{255, 0, 0}));
+    // 42 holds 256 at 255.
+    const std::pair<int, std::array<int, 3>> cases[] = {{0, {255, 0, 0}},   {41, {255, 246, 0}}, {42, {255, 255, 0}},
+                                                         {43, {250, 255, 0}}, {126, {0, 255, 255}}, {251, {255, 0, 10}},
+                                                         {252, {255, 0, 0}}, {256, {255, 0, 0}}};
+    for (const auto &[index, expected] : cases)
+        EXPECT_EQ(rgb(index), expected) << index;
 
     const QChar x(0x00D7);
     EXPECT_EQ(ScreenHeightMessage(1024, 599),
@@ -338,10 +501,8 @@ TEST(Startup, HueColoursAndScreenCheck)
 TEST(Startup, TemporaryBitmapsGoAtExit)
 {
     QTemporaryDir dir;
-    for (const char *name : {"masktemp.bmp", "dither_temp.bmp", "clip1.bmp", "clip12.bmp", "temp.bmp", "card.bmp"}) {
-        QFile f(dir.filePath(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    }
+    for (const char *name : {"masktemp.bmp", "dither_temp.bmp", "clip1.bmp", "clip12.bmp", "temp.bmp", "card.bmp"})
+        ASSERT_TRUE(WriteFile(dir.filePath(name), {}));
     RemoveTemporaryBitmaps(dir.path().toStdString() + "/");
     // temp.bmp is the decoder's to delete; the cards are never touched.
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), (QStringList{"card.bmp", "temp.bmp"}));
@@ -369,7 +530,7 @@ TEST(InfoPopup, TextsInBothUnits)
 
 TEST(ColourQuestion, PreviewPatchesOnlyTheTableAndKeysAnswer)
 {
-    ensureApplication();
+    EnsureApp();
     QImage picture(8, 4, QImage::Format_Indexed8);
     picture.setColorTable({qRgb(255, 255, 255), qRgb(10, 200, 30), qRgb(200, 0, 0)});
     picture.fill(1);
@@ -383,19 +544,17 @@ TEST(ColourQuestion, PreviewPatchesOnlyTheTableAndKeysAnswer)
 
     CardImage card;
     card.ColourTable = {{0, 255, 255, 255}, {0, 10, 200, 30}, {0, 200, 0, 0}};
-    ColourQuestionForm no(ColourQuestionForm::Kind::Background, card, picture, 1, 0);
-    QTest::keyClick(&no, Qt::Key_N);
-    EXPECT_EQ(no.answer(), 0); // the background stays index 0
-    EXPECT_EQ(no.choice(), Answer::No);
-    ColourQuestionForm all(ColourQuestionForm::Kind::Background, card, picture, 1, 0);
-    QTest::keyClick(&all, Qt::Key_A, Qt::ShiftModifier);
-    EXPECT_EQ(all.answer(), 1);
-    EXPECT_EQ(all.choice(), Answer::YesToAll);
-    ColourQuestionForm dither(ColourQuestionForm::Kind::Dither, card, picture, 2, 1);
-    QTest::keyClick(&dither, Qt::Key_N);
-    EXPECT_EQ(dither.answer(), 1); // no second background: the dither index becomes the background
-    ColourQuestionForm yes(ColourQuestionForm::Kind::Dither, card, picture, 2, 1);
-    QTest::keyClick(&yes, Qt::Key_Y);
-    EXPECT_EQ(yes.answer(), 2);
-    EXPECT_EQ(yes.windowTitle(), "Dithered Background?");
+    using Kind = ColourQuestionForm::Kind;
+    // A Dither No keeps no second background: the dither index becomes the background.
+    const struct { Kind kind; int asked, background; Qt::Key key; Qt::KeyboardModifiers mod; int answer; Answer choice; } cases[] = {
+        {Kind::Background, 1, 0, Qt::Key_N, {}, 0, Answer::No},
+        {Kind::Background, 1, 0, Qt::Key_A, Qt::ShiftModifier, 1, Answer::YesToAll},
+        {Kind::Dither, 2, 1, Qt::Key_N, {}, 1, Answer::No},
+        {Kind::Dither, 2, 1, Qt::Key_Y, {}, 2, Answer::Yes}};
+    for (const auto &c : cases) {
+        ColourQuestionForm form(c.kind, card, picture, c.asked, c.background);
+        QTest::keyClick(&form, c.key, c.mod);
+        EXPECT_EQ(form.answer(), c.answer) << c.key;
+        EXPECT_EQ(form.choice(), c.choice) << c.key;
+    }
 }

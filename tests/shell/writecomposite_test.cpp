@@ -1,44 +1,21 @@
-#include "settings/settingsstore.h"
+#include "reports/sampleline.h"
 #include "shell/commondialogs.h"
 #include "shell/compositeview.h"
-#include "shell/mainwindow.h"
 #include "shell/previewform.h"
 #include "shell/writecompositecommand.h"
+#include "shelltest.h"
 
-#include "reports/sampleline.h"
-
-#include <QApplication>
 #include <QCheckBox>
 #include <QDir>
-#include <QFile>
-#include <QTabBar>
-#include <QTemporaryDir>
 #include <QToolButton>
-
-#include <gtest/gtest.h>
 
 #include <deque>
 
 using namespace velmara;
 using namespace velmara::testing;
+using namespace velmara::shelltest;
 
 namespace {
-
-void ensureApplication()
-{
-    if (QApplication::instance() == nullptr) {
-        static int argc = 1;
-        static char name[] = "test_shell";
-        static char *argv[] = {name, nullptr};
-        new QApplication(argc, argv);
-    }
-}
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
 
 // Answers the save dialog from a queue; an empty queue is Cancel.
 class ScriptedChooser : public FileChooser
@@ -66,40 +43,20 @@ public:
 };
 
 // A main window with three sample cards, 1 and 3 scanned, in the composite view.
-class WriteCompositeTest : public ::testing::Test
+class WriteCompositeTest : public WindowFixture
 {
 protected:
     void SetUp() override
     {
-        ensureApplication();
-        ASSERT_TRUE(dir.isValid());
-        QStringList paths;
-        for (int i = 1; i <= 3; ++i) {
-            const QString name = QStringLiteral("card%1.bmp").arg(i, 2, 10, QLatin1Char('0'));
-            ASSERT_TRUE(QFile::copy(QStringLiteral(VELMARA_SOURCE_DIR "/samples/") + name, dir.filePath(name)));
-            paths << dir.filePath(name);
-        }
-        store = std::make_unique<SettingsStore>(dir.filePath(QStringLiteral("settings.ini")));
-        store->SaveSetting("Prefs", "DefaultRes", "600");
-        store->SaveSetting("Prefs", "LogAnalysis", "False");
-        ws.TempDir = dir.path().toStdString() + "/";
-        window = std::make_unique<MainWindow>(ws, *store, 768);
-        window->setMessageHook([this](const QString &text) { messages << text; });
-        window->setQuestionHook([](int, int, Byte, Byte) { return Answer::Yes; });
+        openWindow(3);
         ResultsCommandHooks hooks;
         hooks.Files = &chooser;
         hooks.SprayDialog = [this] { return ++sprayShown, sprayAnswer; };
         hooks.AskYesNo = [this](const QString &text) { return asked << text, yes; };
         hooks.CardPositions = [this] { return ++positionsShown, false; };
         window->setResultsCommandHooks(hooks);
-        window->resize(1024, 768);
-        window->show();
-        window->loadChosenFiles(paths);
-        for (int card : {1, 3}) {
-            window->selectCard(card);
-            window->btnScanColour_Click();
-            window->btnScan_Click();
-        }
+        loadCards(3);
+        decodeAndScan({1, 3});
         ws.Spray.Sample_Position1 = "-50";
         ws.Spray.Sample_Interval = "10";
         window->CompositeCheck->click();
@@ -109,12 +66,8 @@ protected:
     QString out(const QString &name) const { return dir.filePath(name); }
     void choose(const QString &name, int filter) { chooser.answers.push_back({out(name), filter}); }
 
-    QTemporaryDir dir;
-    Workspace ws;
-    std::unique_ptr<SettingsStore> store;
-    std::unique_ptr<MainWindow> window;
     ScriptedChooser chooser;
-    QStringList messages, asked;
+    QStringList asked;
     int sprayShown = 0, positionsShown = 0;
     bool sprayAnswer = true, yes = true;
 };
@@ -127,7 +80,7 @@ TEST_F(WriteCompositeTest, NoLeavesTheCardOutAndYesScansItInPlace)
     choose(QStringLiteral("line.csv"), 2);
     window->btnWriteComposite->click();
     EXPECT_FALSE(ws.Card(2).Scanned);
-    const QByteArray csv = readAll(out(QStringLiteral("line.csv")));
+    const QByteArray csv = ReadAll(out(QStringLiteral("line.csv")));
     EXPECT_FALSE(csv.contains("card02.bmp"));
     EXPECT_TRUE(csv.contains("\r\n1,-50,") && csv.contains("\r\n3,-30,")); // numbers keep the gap
 
@@ -145,7 +98,7 @@ TEST_F(WriteCompositeTest, NoLeavesTheCardOutAndYesScansItInPlace)
     EXPECT_GT(ws.LineStats[2].Vmd, 0);
     EXPECT_EQ(ws.SwathSets[1].Width, 1);
     EXPECT_NE(window->compositeView()->picture(), before);
-    const QByteArray text = readAll(out(QStringLiteral("line.txt")));
+    const QByteArray text = ReadAll(out(QStringLiteral("line.txt")));
     EXPECT_TRUE(text.contains("card02.bmp") && text.contains("Card   Position"));
     EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
 }
@@ -173,9 +126,9 @@ TEST_F(WriteCompositeTest, CancelsWriteNothingAndTheFilterChoosesTheForm)
     choose(QStringLiteral("columns"), 1);
     for (int i = 0; i < 3; ++i)
         window->btnWriteComposite->click();
-    EXPECT_TRUE(readAll(out(QStringLiteral("named.txt"))).contains("Card,Position,VMD"));
-    EXPECT_TRUE(readAll(out(QStringLiteral("plain.txt"))).contains("Card,Position,VMD"));
-    const QByteArray text = readAll(out(QStringLiteral("columns.txt")));
+    EXPECT_TRUE(ReadAll(out(QStringLiteral("named.txt"))).contains("Card,Position,VMD"));
+    EXPECT_TRUE(ReadAll(out(QStringLiteral("plain.txt"))).contains("Card,Position,VMD"));
+    const QByteArray text = ReadAll(out(QStringLiteral("columns.txt")));
     EXPECT_TRUE(text.contains("Card   Position") && !text.contains("Card,Position"));
 
     // Replacing is asked for the name with its extension; No goes back to the dialog.
@@ -203,21 +156,6 @@ TEST_F(WriteCompositeTest, FailureBoxAndAMissingLine)
     EXPECT_EQ(positionsShown, 1);
     EXPECT_TRUE(messages.isEmpty());
     EXPECT_FALSE(QFile::exists(out(QStringLiteral("none.txt"))));
-}
-
-TEST_F(WriteCompositeTest, PrintShowsThePreviewOnlyAfterTheSprayDialog)
-{
-    int previews = 0;
-    ResultsCommandHooks hooks;
-    hooks.SprayDialog = [this] { return sprayAnswer; };
-    hooks.ShowPreview = [&](frmPreview2 &) { ++previews; };
-    window->setResultsCommandHooks(hooks);
-    sprayAnswer = false;
-    window->btnPrint->click();
-    EXPECT_EQ(previews, 0);
-    sprayAnswer = true;
-    window->btnPrint->click();
-    EXPECT_EQ(previews, 1);
 }
 
 TEST(WriteCompositeQuestion, SeveralCardsAreListed)
