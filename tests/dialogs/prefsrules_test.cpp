@@ -12,13 +12,14 @@ TEST(ConversionLabel, PixelSizeOrBareSign)
         EXPECT_EQ(ConversionLabelText(bare), "=") << bare;
 }
 
-TEST(PrefsRules, OpeningMirrorsTheHolders)
+TEST(PrefsRules, OpeningMirrorsTheHoldersAndLeaveRules)
 {
     Workspace ws;
     ws.DefaultRes = 800;
     ws.Metric = false;
     ws.LogAnalysis = false;
-    ws.SpreadFactor = {0.0, 0.56, 0.000125};
+    ws.SpreadFactor = {0.0, 0.5, 0.000125};
+    ws.HueThreshold = 7;
     PrefsRules p(ws);
     p.Open();
     EXPECT_EQ(p.ResCombo, "800") << "a value off the list stands as typed text";
@@ -27,28 +28,17 @@ TEST(PrefsRules, OpeningMirrorsTheHolders)
     EXPECT_FALSE(p.LogDependentsEnabled());
     EXPECT_EQ(p.SpreadText[0], "0.00");
     EXPECT_EQ(p.SpreadText[2], "0.000125");
-}
-
-TEST(PrefsRules, LeaveRules)
-{
-    Workspace ws;
-    ws.HueThreshold = 7;
-    ws.SpreadFactor[1] = 0.5;
-    PrefsRules p(ws);
-    p.Open();
 
     p.ResComboChanged("12a");
     EXPECT_EQ(p.LeaveResCombo().value(), "Default Resolution must be a numeric value.");
     p.ResComboChanged("0");
     EXPECT_FALSE(p.LeaveResCombo());
-
     p.txtHues = "";
     p.LeaveHues();
     EXPECT_EQ(p.txtHues, "7") << "no number gives back the stored value";
     p.txtHues = "250";
     p.LeaveHues();
     EXPECT_EQ(p.txtHues, "100");
-
     p.SpreadText[1] = "x";
     p.LeaveSpreadText(1);
     EXPECT_EQ(p.SpreadText[1], "0.50");

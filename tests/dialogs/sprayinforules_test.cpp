@@ -74,17 +74,24 @@ TEST_F(SprayInfoRulesTest, ResetValuesThenAcceptStopsAtTheFirstSpreadFactor)
     EXPECT_EQ(ws.Spray.AC_Type, "Crop Duster") << "nothing is stored before Accept";
 }
 
-TEST_F(SprayInfoRulesTest, SamplingBoxesShowTheStoreNotMemory)
+TEST_F(SprayInfoRulesTest, SamplingBoxesShowTheStoreNotMemoryAndUnitsFollowMetric)
 {
     ws.Spray.Sample_Position1 = "-30";
-    ws.Spray.Sample_Interval = "5";
-    ws.Spray.Comment = "calm";
+    ws.Spray.AC_Swath = "30";
+    ws.Metric = false;
     store.SaveSetting("SprayInfo", "Sample_Position1", "-40");
     store.SaveSetting("SprayInfo", "Sample_Interval", "bad");
-    SprayInfoRules r = Opened();
-    EXPECT_EQ(r.BoxText(SprayField::Sample_Position1), "-40.0");
-    EXPECT_EQ(r.BoxText(SprayField::Sample_Interval), "bad");
-    EXPECT_EQ(r.BoxText(SprayField::Comment), "calm");
+    SprayInfoRules us = Opened();
+    EXPECT_EQ(us.BoxText(SprayField::Sample_Position1), "-40.0");
+    EXPECT_EQ(us.BoxText(SprayField::Sample_Interval), "bad");
+    EXPECT_EQ(us.BoxText(SprayField::AC_Swath), "30") << "other fields from memory, as typed";
+    EXPECT_EQ(us.UnitLabel(SprayField::AC_Speed), "mph");
+    EXPECT_EQ(us.UnitLabel(SprayField::Spray_SprayRate), "oz/ac");
+    EXPECT_EQ(us.UnitLabel(SprayField::AC_Type), "");
+    ws.Metric = true;
+    SprayInfoRules metric = Opened();
+    EXPECT_EQ(metric.UnitLabel(SprayField::AC_Speed), "km/h");
+    EXPECT_EQ(metric.UnitLabel(SprayField::Sample_Interval), "m");
 }
 
 TEST_F(SprayInfoRulesTest, LeaveRulesReformatNumbersOnly)
@@ -120,21 +127,6 @@ TEST_F(SprayInfoRulesTest, AcceptStoresAllFifteenInOrderAndTakesTheSpreadFactor)
     EXPECT_EQ(store.Writes().back(), "SprayInfo\\Comment");
     EXPECT_EQ(store.GetSetting("SprayInfo", "Nozzle_Number", "?"), "42");
     EXPECT_EQ(store.GetSetting("SprayInfo", "AC_Owner", "?"), "") << "saved empty, not absent";
-}
-
-TEST_F(SprayInfoRulesTest, UnitLabelsFollowMetricAndNumbersStay)
-{
-    ws.Spray.AC_Swath = "30";
-    ws.Metric = false;
-    SprayInfoRules us = Opened();
-    EXPECT_EQ(us.UnitLabel(SprayField::AC_Speed), "mph");
-    EXPECT_EQ(us.UnitLabel(SprayField::Spray_SprayRate), "oz/ac");
-    EXPECT_EQ(us.UnitLabel(SprayField::AC_Type), "");
-    ws.Metric = true;
-    SprayInfoRules metric = Opened();
-    EXPECT_EQ(metric.UnitLabel(SprayField::AC_Speed), "km/h");
-    EXPECT_EQ(metric.UnitLabel(SprayField::Sample_Interval), "m");
-    EXPECT_EQ(metric.BoxText(SprayField::AC_Swath), "30");
 }
 
 TEST_F(SprayInfoRulesTest, FromThePreferencesTheSpreadFactorGoesBackToTheirBoxes)
