@@ -24,12 +24,11 @@ namespace {
 
 void EnsureGuiApp()
 {
-    if (QCoreApplication::instance())
-        return;
     static int argc = 1;
     static char name[] = "test_views";
     static char *argv[] = {name, nullptr};
-    new QGuiApplication(argc, argv);
+    if (!QCoreApplication::instance())
+        new QGuiApplication(argc, argv);
 }
 
 std::string Capture(const std::string &command)
@@ -44,14 +43,6 @@ std::string Capture(const std::string &command)
 }
 
 bool HavePoppler() { return std::system("pdfinfo -v >/dev/null 2>&1") == 0; }
-
-std::vector<std::string> Entries(const fs::path &dir)
-{
-    std::vector<std::string> out;
-    for (const auto &e : fs::directory_iterator(dir))
-        out.push_back(e.path().filename().string());
-    return out;
-}
 
 class PdfReportTest : public ::testing::Test
 {
@@ -77,7 +68,7 @@ TEST_F(PdfReportTest, FourLetterPagesWithTheTitles)
     const std::string path = (dir / "line.pdf").string();
     std::string error;
     ASSERT_TRUE(WritePdfReport(ws, path, error)) << error;
-    EXPECT_EQ(Entries(dir), std::vector<std::string>{"line.pdf"}) << "no temporary file stays";
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), {}), 1) << "no temporary file stays";
     EXPECT_LT(fs::file_size(path), 2u * 1024 * 1024);
     if (!HavePoppler())
         GTEST_SKIP() << "pdfinfo not installed";
@@ -120,12 +111,12 @@ TEST_F(PdfReportTest, FailedJobLeavesNothingAndSaysWhy)
     std::string error;
     EXPECT_FALSE(WritePdfReport(ws, path.string(), error));
     EXPECT_EQ(error, "There was an error:\n\n     Division by zero");
-    EXPECT_TRUE(Entries(dir).empty());
+    EXPECT_TRUE(fs::is_empty(dir));
 
     // An older report of the same name goes too: it would pass for the report of this line.
     { std::ofstream(path) << "old"; }
     EXPECT_FALSE(WritePdfReport(ws, path.string(), error));
-    EXPECT_TRUE(Entries(dir).empty());
+    EXPECT_TRUE(fs::is_empty(dir));
 
     MakeLine(ws, LineSpec{});
     EXPECT_FALSE(WritePdfReport(ws, (dir / "missing" / "r.pdf").string(), error));
