@@ -74,7 +74,7 @@ inline void MakeLine(Workspace &ws, const LineSpec &spec)
 {
     ws.ClearAll();
     ws.Metric = spec.metric;
-    ws.Spray.AC_Type = "Thrush 510G";
+    ws.Spray.AC_Type = "Duster 510G";
     ws.Spray.AC_Registration = "ZK-VLM";
     ws.Spray.AC_Owner = "Harrow, Field & Sons";
     ws.Spray.AC_Swath = "";

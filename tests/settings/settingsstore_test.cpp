@@ -130,7 +130,7 @@ TEST_F(SettingsFile, SprayRecordRoundTripsButSamplerFieldsStartEachRunEmpty)
 {
     SettingsStore s = store();
     Workspace ws;
-    ws.Spray.AC_Type = "Air Tractor 802";
+    ws.Spray.AC_Type = "Sky Sprayer 802";
     ws.Spray.Nozzle_Number = "48";
     ws.Spray.Sample_Position1 = "-30";
     ws.Spray.Sample_Interval = "2.5";
