@@ -188,6 +188,12 @@ int runLine(const Options &o)
             int qtArgc = 1;
             char programName[] = "velmara-cli";
             char *qtArgv[] = {programName, nullptr};
+            // Qt's notes about the session (no runtime folder, no display hints) are not the
+            // user's business in a batch run; real errors still come through.
+            qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+                if (type == QtCriticalMsg || type == QtFatalMsg)
+                    std::fprintf(stderr, "velmara-cli: %s\n", qPrintable(text));
+            });
             QGuiApplication app(qtArgc, qtArgv);
             std::string reportError;
             if (!WritePdfReport(ws, o.reportFile, reportError)) {
