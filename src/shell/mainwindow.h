@@ -172,6 +172,8 @@ private:
     void afterScan(int index, int status, bool zeroVolume, const std::string &message, int hueLow,
                    int hueHigh, bool inverted);
     bool decodeCard(int index);
+    // Decodes card index when needed, then scans it unless a cancel came in between.
+    void decodeAndScanCard(int index);
     bool loadShownPicture(const CardImage &card);
     void refreshAfterScan();
     bool sprayRecordStep();

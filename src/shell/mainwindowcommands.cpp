@@ -603,13 +603,7 @@ void MainWindow::btnScanAll_Click()
     ++mBusy;
     for (int i = 1; i <= mWs.CardCount(); ++i) {
         selectCard(i);
-        if (!mWs.Card(i).PixelsReady)
-            decodeCard(i);
-        if (!mWs.CancelRequested) {
-            const ScanOutcome outcome = ScanImage(mWs, i, *mProgress);
-            afterScan(i, static_cast<int>(outcome.Status), outcome.ZeroVolume, outcome.Message,
-                      outcome.HueLow, outcome.HueHigh, outcome.HueInvert);
-        }
+        decodeAndScanCard(i);
         if (mWs.CancelRequested)
             break;
     }
@@ -823,6 +817,17 @@ void MainWindow::onResultReleased()
     // The swath view has put its own texts on the statistics labels.
     if (!mComposite->swathTabShown())
         UpdateStatsLabels();
+}
+
+void MainWindow::decodeAndScanCard(int index)
+{
+    if (!mWs.Card(index).PixelsReady)
+        decodeCard(index);
+    if (mWs.CancelRequested)
+        return;
+    const ScanOutcome outcome = ScanImage(mWs, index, *mProgress);
+    afterScan(index, static_cast<int>(outcome.Status), outcome.ZeroVolume, outcome.Message, outcome.HueLow,
+              outcome.HueHigh, outcome.HueInvert);
 }
 
 } // namespace velmara

@@ -91,13 +91,7 @@ void MainWindow::scanCardsInView(const std::vector<int> &cards)
     btnChangeRes->setEnabled(false);
     ++mBusy;
     for (int i : cards) {
-        if (!mWs.Card(i).PixelsReady)
-            decodeCard(i);
-        if (!mWs.CancelRequested) {
-            const ScanOutcome outcome = ScanImage(mWs, i, *mProgress);
-            afterScan(i, static_cast<int>(outcome.Status), outcome.ZeroVolume, outcome.Message,
-                      outcome.HueLow, outcome.HueHigh, outcome.HueInvert);
-        }
+        decodeAndScanCard(i);
         if (mWs.CancelRequested)
             break;
     }
