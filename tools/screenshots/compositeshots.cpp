@@ -3,6 +3,7 @@
 // equal-positions message with the position dialog that follows it.
 
 #include "cardgen/cardgen.h"
+#include "shots.h"
 #include "settings/settingsstore.h"
 #include "shell/compositeview.h"
 #include "shell/mainwindow.h"
@@ -85,13 +86,7 @@ bool SaveCompositeShots(const QDir &out, int width, int height)
     spec.widthInches = 0.6;
     spec.heightInches = 0.8;
     spec.seed = 7;
-    const auto cards = cardgen::MakeSprayLine(spec);
-    QStringList paths;
-    for (size_t i = 0; i < cards.size(); ++i) {
-        const QString path = dir.filePath(QStringLiteral("line%1.bmp").arg(i + 1, 2, 10, QLatin1Char('0')));
-        cardgen::WriteCard(cards[i], path.toStdString(), spec.dpi);
-        paths << path;
-    }
+    const QStringList paths = shots::WriteLineCards(QDir(dir.path()), spec, "line");
     SettingsStore store(dir.filePath(QStringLiteral("settings.ini")));
     store.SaveSetting("Prefs", "DefaultRes", "600");
     store.SaveSetting("Prefs", "LogAnalysis", "False");

@@ -2,6 +2,7 @@
 // saves a PNG of each into the folder. Runs under any Qt platform, offscreen included.
 
 #include "cardgen/cardgen.h"
+#include "shots.h"
 #include "settings/settingsstore.h"
 #include "shell/mainwindow.h"
 #include "shell/picturebox.h"
@@ -52,13 +53,7 @@ int main(int argc, char **argv)
     spec.cards = 4;
     spec.widthInches = 1.6;
     spec.heightInches = 1.2;
-    const auto cards = cardgen::MakeSprayLine(spec);
-    QStringList paths;
-    for (size_t i = 0; i < cards.size(); ++i) {
-        const QString path = dir.filePath(QStringLiteral("card%1.bmp").arg(i + 1, 2, 10, QLatin1Char('0')));
-        cardgen::WriteCard(cards[i], path.toStdString(), spec.dpi);
-        paths << path;
-    }
+    const QStringList paths = shots::WriteLineCards(QDir(dir.path()), spec, "card");
 
     SettingsStore store(dir.filePath(QStringLiteral("settings.ini")));
     store.SaveSetting("Prefs", "DefaultRes", "600");
