@@ -12,8 +12,8 @@ rm -rf "$out"
 mkdir -p "$out"
 cp "$here"/samples/*.bmp "$out"/
 
-# An empty settings file: the run uses the defaults, whatever this user's own settings say.
-: > "$out/settings.ini"
+# A settings file without values: the run uses the defaults, whatever this user's own settings say.
+printf '[Prefs]\n' > "$out/settings.ini"
 cli="$build/src/cli/velmara-cli"
 report=()
 if "$cli" --help | grep -q -- '--report'; then

@@ -42,7 +42,7 @@ int runScan(const Options &o)
     Session session(o);
     std::string error;
     if (!session.prepare(error))
-        return fail(error);
+        return fail(error, kExitUsage);
     if (!session.loadInput(error))
         return fail(error);
     session.scanAll();
@@ -116,7 +116,7 @@ int runLine(const Options &o)
     Session session(o);
     std::string error;
     if (!session.prepare(error))
-        return fail(error);
+        return fail(error, kExitUsage);
     Workspace &ws = session.workspace();
     // The two texts as typed; else the stored ones; else the card position dialog's defaults.
     ws.Spray.Sample_Position1 = o.position1 ? *o.position1
@@ -278,7 +278,7 @@ int runClip(const Options &o)
     Session session(o);
     std::string error;
     if (!session.prepare(error))
-        return fail(error);
+        return fail(error, kExitUsage);
     if (!session.loadInput(error))
         return fail(error);
     Workspace &ws = session.workspace();

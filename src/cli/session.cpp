@@ -113,13 +113,26 @@ bool Session::prepare(std::string &error)
     // Numbers in the store follow the user's locale, as the desktop program writes them; reading
     // also accepts ".".
     store.setLocale(QLocale::system());
+    const SettingsFileCheck check = store.checkFile();
+    using State = SettingsFileCheck::State;
     if (!mOptions.settingsFile.empty()) {
-        std::FILE *f = std::fopen(mOptions.settingsFile.c_str(), "rb");
-        if (!f) {
-            error = "cannot read the settings file " + mOptions.settingsFile;
+        // A file named for this run must be one: running on the defaults instead would give other
+        // figures without a word.
+        if (check.Status == State::Missing)
+            error = "cannot read the settings file " + mOptions.settingsFile + ": there is no such file";
+        else if (check.Status == State::Empty)
+            error = "cannot read the settings file " + mOptions.settingsFile + ": it holds no settings";
+        else if (check.Status != State::Read)
+            error = "cannot read the settings file " + mOptions.settingsFile + ": " + check.Reason;
+        if (!error.empty())
             return false;
-        }
-        std::fclose(f);
+    } else if (check.Status == State::PartlyRead) {
+        const bool one = check.SkippedLines.size() == 1;
+        tell("the settings file " + store.filePath().toStdString() + " could not be read whole: " + check.Reason
+             + (one ? "; that line was skipped" : "; " + std::to_string(check.SkippedLines.size()) + " lines were skipped"));
+    } else if (check.Status == State::NotSettings || check.Status == State::Unreadable) {
+        tell("the settings file " + store.filePath().toStdString() + " is not used, " + check.Reason
+             + "; the default settings apply");
     }
     LoadStartupSettings(mWs, store);
     LoadPreferences(mWs, store);

@@ -24,7 +24,9 @@ public:
     explicit Session(const Options &options);
 
     // Reads the settings store into the workspace and applies the options. False with error set
-    // when the store cannot serve the run.
+    // (naming the file and its first bad line) when the file given with --settings is missing or
+    // cannot be read as a settings file: a fault of the command line. The user's own file is read
+    // as far as it can be; what it could not give is told once on stderr.
     bool prepare(std::string &error);
     // Registers the images in the order given, then sorts the list by name. Refusals go to stderr.
     void loadImages(const std::vector<std::string> &paths);

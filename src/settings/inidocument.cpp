@@ -93,17 +93,17 @@ int hexDigit(char c)
 
 } // namespace
 
-std::optional<IniDocument> IniDocument::parse(std::string_view bytes)
+IniDocument IniDocument::parse(std::string_view bytes)
 {
-    if (bytes.find('\0') != std::string_view::npos)
-        return std::nullopt;
     if (bytes.substr(0, 3) == "\xEF\xBB\xBF")
         bytes.remove_prefix(3);
     const std::string text = isValidUtf8(bytes) ? std::string(bytes) : latin1ToUtf8(bytes);
 
     IniDocument doc;
     std::string section;
+    bool brokenHeader = false;
     size_t start = 0;
+    int number = 0;
     while (start < text.size()) {
         size_t end = text.find('\n', start);
         if (end == std::string::npos)
@@ -112,28 +112,50 @@ std::optional<IniDocument> IniDocument::parse(std::string_view bytes)
         if (!raw.empty() && raw.back() == '\r')
             raw.remove_suffix(1);
         start = end + 1;
+        ++number;
 
         Line line;
         line.text = std::string(raw);
         const std::string_view t = trimBlanks(raw);
-        if (t.empty() || t.front() == ';' || t.front() == '#') {
+        std::optional<Fault> fault;
+        if (raw.find('\0') != std::string_view::npos) {
+            fault = Fault::BinaryData;
+        } else if (t.empty() || t.front() == ';' || t.front() == '#') {
             // blank or comment: kept as it stands
-        } else if (t.front() == '[' && t.back() == ']' && t.size() >= 2) {
-            section = std::string(trimBlanks(t.substr(1, t.size() - 2)));
-            line.header = true;
+        } else if (t.front() == '[') {
+            brokenHeader = !(t.size() >= 2 && t.back() == ']');
+            if (brokenHeader) {
+                fault = Fault::UnclosedSection;
+            } else {
+                section = std::string(trimBlanks(t.substr(1, t.size() - 2)));
+                line.header = true;
+            }
         } else {
             const size_t eq = t.find('=');
-            if (eq == std::string_view::npos)
-                return std::nullopt;
-            const std::string_view key = trimBlanks(t.substr(0, eq));
+            const std::string_view key = eq == std::string_view::npos ? std::string_view() : trimBlanks(t.substr(0, eq));
             if (key.empty())
-                return std::nullopt;
-            line.key = std::string(key);
+                fault = Fault::NotASetting;
+            else if (brokenHeader)
+                fault = Fault::UnderBrokenHeader;
+            else
+                line.key = std::string(key);
+        }
+        if (fault) {
+            doc.mSkipped.push_back({number, *fault, line.text});
+            line.skipped = true;
         }
         line.section = section;
         doc.mLines.push_back(std::move(line));
     }
     return doc;
+}
+
+bool IniDocument::hasEntries() const
+{
+    for (const Line &line : mLines)
+        if (line.header || !line.key.empty())
+            return true;
+    return false;
 }
 
 std::optional<std::string> IniDocument::value(std::string_view section, std::string_view key) const
@@ -150,6 +172,8 @@ std::optional<std::string> IniDocument::value(std::string_view section, std::str
 void IniDocument::setValue(std::string_view section, std::string_view key, std::string_view value)
 {
     const std::string encoded = encodeValue(value);
+    // The first change writes the whole text anew: the lines that could not be read go.
+    std::erase_if(mLines, [](const Line &line) { return line.skipped; });
     size_t insertAfter = mLines.size();
     for (size_t i = 0; i < mLines.size(); ++i) {
         Line &line = mLines[i];
@@ -189,6 +213,8 @@ std::string IniDocument::serialize() const
 {
     std::string out;
     for (const Line &line : mLines) {
+        if (line.skipped)
+            continue;
         out += line.text;
         out += '\n';
     }

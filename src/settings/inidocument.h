@@ -19,10 +19,25 @@ namespace velmara {
 class IniDocument
 {
 public:
+    // Why a line was skipped.
+    enum class Fault { BinaryData, UnclosedSection, NotASetting, UnderBrokenHeader };
+    struct SkippedLine
+    {
+        int Number = 0;   // 1-based
+        Fault Why = Fault::NotASetting;
+        std::string Text; // the line as it stands (UTF-8)
+    };
+
     // Parses UTF-8 text (a leading byte-order mark is skipped; text that is not valid UTF-8 is read
-    // as Latin-1). Returns nothing when the bytes are not a settings file: a NUL byte, or a line that
-    // is neither blank, a comment ("; " or "# "), a "[Section]" header nor a "Key=value" line.
-    static std::optional<IniDocument> parse(std::string_view bytes);
+    // as Latin-1). Every line that is neither blank, a comment ("; " or "# "), a "[Section]" header
+    // nor a "Key=value" line is skipped and listed by skipped(). So are the keys after a header
+    // that is not closed, up to the next header: their section is unknown.
+    static IniDocument parse(std::string_view bytes);
+
+    // The lines parse() could not read, in file order. serialize() leaves them out.
+    const std::vector<SkippedLine> &skipped() const { return mSkipped; }
+    // True when the text holds at least one header or key line.
+    bool hasEntries() const;
 
     // The value of the first matching key of the first matching section; nothing when either is
     // missing.
@@ -32,7 +47,7 @@ public:
     // appends the section at the end.
     void setValue(std::string_view section, std::string_view key, std::string_view value);
 
-    // UTF-8 text with LF line ends.
+    // UTF-8 text with LF line ends, without the skipped lines.
     std::string serialize() const;
 
     // The line form of one value, and back.
@@ -46,9 +61,11 @@ private:
         std::string section; // the section it belongs to ("" before the first header)
         std::string key;     // for a "Key=value" line, the key as written; else empty
         bool header = false;
+        bool skipped = false;
     };
 
     std::vector<Line> mLines;
+    std::vector<SkippedLine> mSkipped;
 };
 
 } // namespace velmara

@@ -18,7 +18,7 @@ namespace velmara {
 namespace {
 
 // A settings file is a few kilobytes; anything far larger is not one, and is left alone.
-constexpr qint64 kMaxFileBytes = 1 << 20;
+constexpr qint64 kMaxFileBytes = 64 * 1024;
 
 std::string trimSpaces(const std::string &s)
 {
@@ -42,37 +42,94 @@ bool equalsIgnoringCase(const std::string &a, const char *b)
     return i == a.size() && b[i] == 0;
 }
 
-enum class FileState { Missing, Unreadable, NotSettings, Ok };
+using State = SettingsFileCheck::State;
 
 struct LoadedFile
 {
-    FileState state = FileState::Missing;
+    SettingsFileCheck check;
     IniDocument document;
+    bool usable() const { return check.Status != State::NotSettings && check.Status != State::Unreadable; }
 };
+
+// The line as the user would find it in an editor: blanks trimmed, at most 40 characters.
+std::string quotedLine(const std::string &text)
+{
+    size_t first = text.find_first_not_of(" \t");
+    size_t last = text.find_last_not_of(" \t");
+    std::string shown = first == std::string::npos ? std::string() : text.substr(first, last - first + 1);
+    size_t cut = 0;
+    for (int chars = 0; cut < shown.size() && chars < 40; ++chars)
+        for (++cut; cut < shown.size() && (static_cast<unsigned char>(shown[cut]) & 0xC0) == 0x80;)
+            ++cut;
+    const bool longer = cut < shown.size();
+    shown.resize(cut);
+    return "\"" + shown + (longer ? "...\"" : "\"");
+}
+
+std::string faultText(const IniDocument::SkippedLine &line)
+{
+    const std::string where = "line " + std::to_string(line.Number);
+    switch (line.Why) {
+    case IniDocument::Fault::BinaryData: return where + " holds binary data";
+    case IniDocument::Fault::UnclosedSection:
+        return where + " opens a section without closing it: " + quotedLine(line.Text);
+    case IniDocument::Fault::UnderBrokenHeader:
+        return where + " follows a section header that could not be read: " + quotedLine(line.Text);
+    case IniDocument::Fault::NotASetting: break;
+    }
+    return where + " is neither a [Section] header nor a Key=value line: " + quotedLine(line.Text);
+}
 
 LoadedFile loadFile(const QString &path)
 {
     LoadedFile result;
-    QFileInfo info(path);
+    SettingsFileCheck &check = result.check;
+    const QFileInfo info(path);
     if (!info.exists())
         return result;
+    check.Status = State::Unreadable;
+    if (info.isDir()) {
+        check.Reason = "it is a folder";
+        return result;
+    }
+    // A pipe or a device would block the read or never end.
+    if (!info.isFile()) {
+        check.Reason = "it is not a regular file";
+        return result;
+    }
     QFile file(path);
-    if (info.isDir() || !file.open(QIODevice::ReadOnly)) {
-        result.state = FileState::Unreadable;
+    if (!file.open(QIODevice::ReadOnly)) {
+        check.Reason = "it cannot be opened (" + file.errorString().toStdString() + ")";
         return result;
     }
-    if (file.size() > kMaxFileBytes) {
-        result.state = FileState::NotSettings;
+    const QByteArray bytes = file.read(kMaxFileBytes + 1);
+    if (file.error() != QFileDevice::NoError) {
+        check.Reason = "it cannot be read (" + file.errorString().toStdString() + ")";
         return result;
     }
-    const QByteArray bytes = file.readAll();
-    std::optional<IniDocument> doc = IniDocument::parse(std::string_view(bytes.constData(), bytes.size()));
-    if (!doc) {
-        result.state = FileState::NotSettings;
+    check.Status = State::NotSettings;
+    if (bytes.size() > kMaxFileBytes) {
+        check.Reason = "it is larger than 64 KiB";
         return result;
     }
-    result.state = FileState::Ok;
-    result.document = std::move(*doc);
+
+    result.document = IniDocument::parse(std::string_view(bytes.constData(), static_cast<size_t>(bytes.size())));
+    const auto &skipped = result.document.skipped();
+    const IniDocument::SkippedLine *worst = skipped.empty() ? nullptr : &skipped.front();
+    for (const auto &line : skipped) {
+        check.SkippedLines.push_back(line.Number);
+        if (line.Why == IniDocument::Fault::BinaryData && worst->Why != IniDocument::Fault::BinaryData)
+            worst = &line;
+    }
+    if (worst)
+        check.Reason = faultText(*worst);
+    // Binary data, or no line that reads, is some other file: it is neither read nor rewritten.
+    if (worst && (worst->Why == IniDocument::Fault::BinaryData || !result.document.hasEntries()))
+        check.Status = State::NotSettings;
+    else if (worst)
+        check.Status = State::PartlyRead;
+    else
+        check.Status = result.document.hasEntries() ? State::Read : State::Empty;
     return result;
 }
 
@@ -96,11 +153,53 @@ QString SettingsStore::defaultFilePath()
            + QStringLiteral("/Orvinek/Velmara.ini");
 }
 
+SettingsFileCheck SettingsStore::checkFile()
+{
+    SettingsFileCheck check = loadFile(mFilePath).check;
+    if (check.Status == State::NotSettings || check.Status == State::Unreadable)
+        mWriteFailed = true;
+    return check;
+}
+
+std::string SettingsStore::startupNotice(const SettingsFileCheck &check) const
+{
+    const std::string where = nativePath(mFilePath);
+    switch (check.Status) {
+    case State::Missing:
+    case State::Empty:
+    case State::Read:
+        return {};
+    case State::PartlyRead: {
+        const bool one = check.SkippedLines.size() == 1;
+        std::string text = "The settings file '" + where + "' could not be read whole: " + check.Reason + ".";
+        if (!one) {
+            text += "\rLines ";
+            for (size_t i = 0; i < check.SkippedLines.size(); ++i) {
+                if (i > 0)
+                    text += i + 1 == check.SkippedLines.size() ? " and " : ", ";
+                text += std::to_string(check.SkippedLines[i]);
+            }
+            text += " were skipped.";
+        }
+        return text + "\r\rThe other settings were read. The file is written anew without "
+               + (one ? "that line" : "those lines") + " when the settings are next saved.";
+    }
+    case State::NotSettings:
+        return "The file '" + where + "' is not a settings file: " + check.Reason
+               + ".\r\rThe default settings are used, and the settings of this run are not saved. "
+                 "Rename or remove that file to keep them again.";
+    case State::Unreadable:
+        return "The settings file '" + where + "' cannot be read: " + check.Reason
+               + ".\r\rThe default settings are used, and the settings of this run are not saved.";
+    }
+    return {};
+}
+
 std::string SettingsStore::GetSetting(const std::string &section, const std::string &key,
                                       const std::string &defaultValue) const
 {
     const LoadedFile loaded = loadFile(mFilePath);
-    if (loaded.state != FileState::Ok)
+    if (!loaded.usable())
         return trimSpaces(defaultValue);
     const std::optional<std::string> stored = loaded.document.value(section, key);
     if (!stored)
@@ -112,11 +211,12 @@ bool SettingsStore::SaveSetting(const std::string &section, const std::string &k
 {
     const std::string where = nativePath(mFilePath);
     LoadedFile loaded = loadFile(mFilePath);
-    if (loaded.state == FileState::Unreadable)
-        return fail("The settings file '" + where + "' cannot be read, so the settings were not saved.");
-    if (loaded.state == FileState::NotSettings)
-        return fail("The file '" + where + "' is not a settings file; it was left unchanged and the "
-                    "settings were not saved.");
+    if (loaded.check.Status == State::Unreadable)
+        return fail("The settings file '" + where + "' cannot be read (" + loaded.check.Reason
+                    + "), so the settings were not saved.");
+    if (loaded.check.Status == State::NotSettings)
+        return fail("The file '" + where + "' is not a settings file (" + loaded.check.Reason
+                    + "); it was left unchanged and the settings were not saved.");
 
     loaded.document.setValue(section, key, value.empty() ? std::string(" ") : value);
     const std::string text = loaded.document.serialize();

@@ -10,8 +10,29 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 namespace velmara {
+
+// What a look at the settings file found.
+struct SettingsFileCheck
+{
+    enum class State {
+        Missing,     // no file: every value is its default
+        Empty,       // blanks and comments only
+        Read,        // every line read
+        PartlyRead,  // some lines skipped, the others read; a save writes the file anew without them
+        NotSettings, // binary data, too large, or no line readable: read as defaults, never written
+        Unreadable   // a folder, or cannot be opened or read: read as defaults, never written
+    };
+    State Status = State::Missing;
+    // 1-based numbers of the lines that could not be read.
+    std::vector<int> SkippedLines;
+    // Lower-case clause saying what is wrong, naming the first bad line where there is one:
+    // "line 3 opens a section without closing it: \"[Prefs\"", "it is a folder". Empty when the
+    // file was read whole, is empty or is missing.
+    std::string Reason;
+};
 
 class SettingsStore
 {
@@ -36,20 +57,28 @@ public:
     void setLocale(const QLocale &locale) { mLocale = locale; }
     const QLocale &locale() const { return mLocale; }
 
+    // Reads the file once and says what it holds. When it is one a save would refuse (not a
+    // settings file, or unreadable), this counts as the store's first failure: the caller tells
+    // the user now (see startupNotice) and later saves fail without a further report.
+    SettingsFileCheck checkFile();
+    // The message for the desktop program after checkFile(); empty when there is nothing to tell.
+    std::string startupNotice(const SettingsFileCheck &check) const;
+
     void setFailureHandler(FailureHandler handler) { mFailureHandler = std::move(handler); }
     // True once any write has failed.
     bool writeFailed() const { return mWriteFailed; }
 
     // The stored text with its environment references expanded and leading and trailing spaces
-    // removed. A missing file, section or key, or a file that cannot be read or parsed, gives
-    // defaultValue, also trimmed.
+    // removed. A missing file, section or key, a skipped line, or a file that is unreadable or not
+    // a settings file, gives defaultValue, also trimmed.
     std::string GetSetting(const std::string &section, const std::string &key,
                            const std::string &defaultValue) const;
 
     // Stores value as text; an empty value is stored as one space, so it reads back empty and not
-    // as the default. Makes the folder, the file, the section and the key when missing. Returns
-    // false, and reports through the failure handler if this is the store's first failure, when
-    // the file cannot be read back, is not a settings file, or cannot be written.
+    // as the default. Makes the folder, the file, the section and the key when missing; lines that
+    // could not be read are left out of the new text. Returns false, and reports through the
+    // failure handler if this is the store's first failure, when the file cannot be read back, is
+    // not a settings file, or cannot be written.
     bool SaveSetting(const std::string &section, const std::string &key, const std::string &value);
 
     // Typed access. The default is given as text, as the key tables state it; a stored text that

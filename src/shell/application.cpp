@@ -82,6 +82,18 @@ int RunDesktop(int argc, char **argv)
 
     Workspace ws;
     SettingsStore store;
+    // A settings file that cannot be read whole is told once, here; a save that fails later is
+    // told when it happens, once per run.
+    QString notice = QString::fromStdString(store.startupNotice(store.checkFile()));
+    if (!notice.isEmpty()) {
+        notice.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+        QMessageBox::warning(nullptr, QStringLiteral("Velmara"), notice);
+    }
+    store.setFailureHandler([](const std::string &message) {
+        QString text = QString::fromStdString(message);
+        text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+        QMessageBox::warning(QApplication::activeWindow(), QStringLiteral("Velmara"), text);
+    });
     LoadStartupSettings(ws, store);
 
     // Our layout works in device-independent pixels: one pixel is 15 twips at any density.

@@ -65,7 +65,7 @@ protected:
         fs::remove_all(dir);
         fs::create_directories(dir);
         settings = dir / "settings.ini";
-        std::ofstream(settings) << "";
+        std::ofstream(settings) << "[Prefs]\n";
     }
     void TearDown() override { fs::remove_all(dir); }
 
@@ -140,6 +140,42 @@ TEST_F(CliTest, ScanRefusesBadFilesAnalysesTheRestInNameOrderAndFailsWithNothing
     r = runCli("scan " + base() + (dir / "x.gif").string(), dir);
     EXPECT_EQ(r.status, 1);
     EXPECT_NE(r.err.find("no card could be analysed"), std::string::npos);
+}
+
+// A settings file named for the run must be one; the user's own file is read as far as it can be.
+TEST_F(CliTest, SettingsFileThatIsNotOneIsRefusedButTheOwnFileIsReadAsFarAsItCanBe)
+{
+    const fs::path a = card("a.bmp", 6);
+    static const char binary[] = "[Prefs]\nDefaultRes=600\n\0\x7f";
+    const std::pair<std::string, std::string> files[] = {
+        {std::string(binary, sizeof binary - 1), ": line 3 holds binary data"},
+        {"", ": it holds no settings"},
+        {std::string(1 << 20, 'x'), ": it is larger than 64 KiB"},
+        {"[Prefs]\nDefaultRes=600\n[SprayInfo\n", ": line 3 opens a section without closing it: \"[SprayInfo\""},
+        {"[Prefs]\nDefaultRes 600\n", ": line 2 is neither a [Section] header nor a Key=value line"},
+    };
+    const fs::path bad = dir / "bad.ini";
+    for (const auto &[bytes, reason] : files) {
+        std::ofstream(bad, std::ios::binary) << bytes;
+        const CliRun r = runCli("scan --settings " + bad.string() + " " + a.string(), dir);
+        EXPECT_EQ(r.status, 2) << reason;
+        EXPECT_EQ(r.err.rfind("velmara-cli: cannot read the settings file " + bad.string() + reason, 0), 0u) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+        EXPECT_TRUE(r.out.empty());
+    }
+    CliRun r = runCli("scan --settings " + dir.string() + " " + a.string(), dir);
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(r.err, "velmara-cli: cannot read the settings file " + dir.string() + ": it is a folder\n");
+
+    // The own file (no --settings): the readable lines count, the skipped one is told once.
+    std::ofstream(bad, std::ios::binary) << "[Prefs]\nstray\nDefaultRes=600\n";
+    setenv("VELMARA_SETTINGS", bad.c_str(), 1);
+    r = runCli("scan --json " + a.string(), dir);
+    unsetenv("VELMARA_SETTINGS");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("\"Dpi\":600"), std::string::npos);
+    EXPECT_EQ(r.err, "velmara-cli: the settings file " + bad.string() + " could not be read whole: line 2 is neither "
+                     "a [Section] header nor a Key=value line: \"stray\"; that line was skipped\n");
 }
 
 TEST_F(CliTest, LineNeedsTwoCardsAndDistinctPositions)

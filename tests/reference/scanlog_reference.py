@@ -610,7 +610,8 @@ def main(argv):
             shutil.copytree(source, folder)
             ini = os.path.join(work, run + '.ini')
             with open(ini, 'w') as f:
-                f.write(settings)
+                # An empty file is no settings file: a header alone stands for the defaults.
+                f.write(settings or '[Prefs]\n')
             images = [os.path.join(folder, n) for n in names]
             env = dict(os.environ, LC_ALL='C.UTF-8')
             done = subprocess.run([cli, 'scan', '--settings', ini] + options + images,

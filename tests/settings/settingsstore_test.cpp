@@ -2,6 +2,7 @@
 #include "settings/settingkeys.h"
 #include "settings/settingsstore.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
@@ -304,22 +305,80 @@ TEST_F(SettingsFile, FailedWritesAreReportedOnceAndReadsFallBack)
     EXPECT_EQ(s.GetSetting("Prefs", "DefaultRes", "1200"), "1200");
 }
 
-TEST_F(SettingsFile, AFileThatIsNotSettingsIsNeitherReadNorOverwritten)
+// What can be read is read; a file that is not one is neither read nor overwritten.
+TEST_F(SettingsFile, DamagedFilesAreReadAsFarAsTheyCanBe)
 {
+    using State = SettingsFileCheck::State;
     static const char raw[] = "[Prefs]\nDefaultRes=600\n\0\x01\x02";
-    const std::string binary(raw, sizeof raw - 1);
-    write(path(), binary);
-    SettingsStore s = store();
-    int reports = 0;
-    s.setFailureHandler([&](const std::string &) { ++reports; });
-    EXPECT_EQ(s.readInteger("Prefs", "DefaultRes", "1200"), 1200);
-    EXPECT_FALSE(s.SaveSetting("Prefs", "DefaultRes", "300"));
-    EXPECT_EQ(contents(path()), binary);
-    EXPECT_EQ(reports, 1);
+    struct Case
+    {
+        std::string bytes;
+        State status;
+        std::vector<int> skipped;
+        const char *reason; // start of the reason
+        int defaultRes;
+        const char *afterSave; // the file after a save of Metric; nullptr: unchanged
+    };
+    const Case cases[] = {
+        {"[Prefs]\nstray words\nDefaultRes=600\n", State::PartlyRead, {2},
+         "line 2 is neither a [Section] header nor a Key=value line: \"stray words\"", 600,
+         "[Prefs]\nDefaultRes=600\nMetric=False\n"},
+        // The keys after an unclosed header have no known section.
+        {"[Prefs]\nDefaultRes=600\n[Settings\nInitialDir=/x\n; kept\n[SprayInfo]\nComment=a\n", State::PartlyRead, {3, 4},
+         "line 3 opens a section without closing it: \"[Settings\"", 600,
+         "[Prefs]\nDefaultRes=600\nMetric=False\n; kept\n[SprayInfo]\nComment=a\n"},
+        {std::string(raw, sizeof raw - 1), State::NotSettings, {3}, "line 3 holds binary data", 1200, nullptr},
+        {"This is a README.\nIt has no sections.\n", State::NotSettings, {1, 2}, "line 1 is neither", 1200, nullptr},
+        {std::string(70000, 'x'), State::NotSettings, {}, "it is larger than 64 KiB", 1200, nullptr},
+        {"", State::Empty, {}, "", 1200, "[Prefs]\nMetric=False\n"},
+        {"; only a comment\n", State::Empty, {}, "", 1200, "; only a comment\n\n[Prefs]\nMetric=False\n"},
+        {"[Prefs]\nDefaultRes=600\n", State::Read, {}, "", 600, "[Prefs]\nDefaultRes=600\nMetric=False\n"},
+    };
+    for (const Case &c : cases) {
+        write(path(), c.bytes);
+        SettingsStore s = store();
+        int reports = 0;
+        s.setFailureHandler([&](const std::string &) { ++reports; });
+        const SettingsFileCheck check = s.checkFile();
+        EXPECT_EQ(check.Status, c.status) << c.bytes;
+        EXPECT_EQ(check.SkippedLines, c.skipped) << c.bytes;
+        EXPECT_EQ(check.Reason.rfind(c.reason, 0), 0u) << check.Reason;
+        EXPECT_EQ(s.readInteger("Prefs", "DefaultRes", "1200"), c.defaultRes) << c.bytes;
+        // A file the store will not write was told by checkFile: the save fails without a report.
+        EXPECT_EQ(s.saveBool("Prefs", "Metric", false), c.afterSave != nullptr) << c.bytes;
+        EXPECT_EQ(contents(path()), c.afterSave ? c.afterSave : c.bytes) << c.bytes;
+        EXPECT_EQ(reports, 0) << c.bytes;
+    }
 
-    write(path(), "This is a README.\nIt has no sections.\n");
-    EXPECT_EQ(store().GetSetting("Prefs", "Metric", "True"), "True");
-    EXPECT_FALSE(store().SaveSetting("Prefs", "Metric", "False"));
+    QDir(mDir.path()).mkdir(QStringLiteral("folder.ini"));
+    SettingsStore folder(path("folder.ini"));
+    EXPECT_EQ(folder.checkFile().Reason, "it is a folder");
+    EXPECT_FALSE(folder.SaveSetting("Prefs", "Metric", "True"));
+}
+
+// The desktop program tells at start which lines it skipped and what a save will do.
+TEST_F(SettingsFile, StartupNoticeNamesTheFileTheLinesAndTheConsequence)
+{
+    const std::string where = QDir::toNativeSeparators(path()).toStdString();
+    const std::pair<const char *, std::string> cases[] = {
+        {"[Prefs]\nDefaultRes=600\n", ""},
+        {"[Prefs]\n[Settings\n", "The settings file '" + where + "' could not be read whole: line 2 opens a section "
+                                 "without closing it: \"[Settings\".\r\rThe other settings were read. The file is "
+                                 "written anew without that line when the settings are next saved."},
+        {"[Prefs]\na\nb\nc\n", "could not be read whole: line 2 is neither a [Section] header nor a Key=value "
+                               "line: \"a\".\rLines 2, 3 and 4 were skipped.\r\rThe other settings were read. The file "
+                               "is written anew without those lines"},
+        {"just words\n", "The file '" + where + "' is not a settings file: line 1 is neither"},
+    };
+    for (const auto &[bytes, notice] : cases) {
+        write(path(), bytes);
+        SettingsStore s = store();
+        const std::string told = s.startupNotice(s.checkFile());
+        if (notice.empty())
+            EXPECT_EQ(told, "");
+        else
+            EXPECT_NE(told.find(notice), std::string::npos) << told;
+    }
 }
 
 TEST_F(SettingsFile, LocationComesFromTheArgumentThenTheEnvironment)
