@@ -69,17 +69,12 @@ CutResult CutSheet(Workspace &ws, const Picture &sheet, const TemplateGrid &grid
 CutResult CutSheetFile(Workspace &ws, const SheetCutRequest &request, CutObserver *observer)
 {
     CutResult refused;
-    std::string warning;
     const std::string templatesFile = request.TemplatesFile.empty()
                                           ? TemplateStore::PathIn(ws.TempDir)
                                           : request.TemplatesFile;
-    const auto found = FindTemplate(request.TemplateName, templatesFile, &warning);
-    if (!warning.empty())
-        refused.Messages.push_back(warning);
-    if (!found) {
-        refused.Messages.push_back("Template '" + request.TemplateName + "' was not found.");
+    const auto found = FindTemplate(request.TemplateName, templatesFile, &refused.Messages);
+    if (!found)
         return refused;
-    }
 
     TemplateGrid grid;
     grid.setTemplate(*found);

@@ -59,7 +59,8 @@ struct SheetCutRequest
 
 // Finds the first template of the name ("<Default>", then the templates file), reads the sheet
 // at any depth, lays the grid, checks it lies on the sheet and cuts. Nothing is cut, with one
-// message, when the template is unknown, the sheet cannot be read ("Error: " and the reason), a
+// message, when the template is unknown (saying which templates file was read and why it gave
+// nothing), the sheet cannot be read ("Error: " and the reason), a
 // cell number is not in the template, or a cell lies off the sheet (the message names the sheet,
 // the template, the first such cell and the sheet's size in inches at Res). The templates file is
 // never written.

@@ -84,10 +84,12 @@ void TemplateManager::open(const CardTemplate &current)
 {
     mTemplates.assign(1, DefaultTemplate());
     mLoading = true;
-    if (!mStore.load())
+    if (!mStore.load()) {
         mHost.showMessage(mStore.errorString());
-    else if (!mStore.badLines().empty())
-        mHost.showMessage(mStore.badLinesMessage());
+    } else if (!mStore.badLines().empty()) {
+        const std::string backup = mStore.backupNotice();
+        mHost.showMessage(mStore.badLinesMessage() + (backup.empty() ? "" : "\r" + backup));
+    }
     mTemplates.insert(mTemplates.end(), mStore.stored().begin(), mStore.stored().end());
 
     int found = -1;
@@ -100,6 +102,15 @@ void TemplateManager::open(const CardTemplate &current)
         found = static_cast<int>(mTemplates.size()) - 1;
     }
     select(found);
+    CardTemplate &shown = mTemplates[static_cast<size_t>(found)];
+    if (!TemplateStore::whyNotStorable(shown).empty()) {
+        // Only the element made from the load dialog's fields can get here (a hand-edited
+        // setting, say a gap of 0): it takes the values its boxes show, held to the spinners'
+        // ranges, so that a later save never writes a line the store would skip on reading.
+        const std::string name = shown.Name;
+        shown = boxValues();
+        shown.Name = ValidTemplateName(name) && name.find_first_of("\r\n") == std::string::npos ? name : kNoTemplateName;
+    }
     mSaveVisible = false;
     mLoading = false;
 }

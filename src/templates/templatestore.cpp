@@ -4,8 +4,10 @@
 #include "core/textout.h"
 #include "templates/templatetext.h"
 
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -55,15 +57,29 @@ std::optional<Single> ParseLength(const std::string &field)
     return ToSingle(*value);
 }
 
-std::string JoinNumbers(const std::vector<int> &numbers)
+// "1", "1 and 2", "1, 2 and 3"
+template <typename T, typename Text>
+std::string JoinList(const std::vector<T> &items, Text text)
 {
     std::string out;
-    for (size_t i = 0; i < numbers.size(); ++i) {
+    for (size_t i = 0; i < items.size(); ++i) {
         if (i > 0)
-            out += i + 1 == numbers.size() ? " and " : ", ";
-        out += std::to_string(numbers[i]);
+            out += i + 1 == items.size() ? " and " : ", ";
+        out += text(items[i]);
     }
     return out;
+}
+
+// The first of path.bak, path.bak2, path.bak3, ... that does not exist; empty when all are taken.
+std::string FreeBackupPath(const std::string &path)
+{
+    std::error_code ec;
+    for (int n = 1; n < 1000; ++n) {
+        std::string candidate = path + ".bak" + (n > 1 ? std::to_string(n) : std::string());
+        if (!fs::exists(fs::symlink_status(candidate, ec)))
+            return candidate;
+    }
+    return {};
 }
 
 } // namespace
@@ -129,19 +145,44 @@ std::optional<CardTemplate> TemplateStore::parseLine(const std::string &bytes)
     return t;
 }
 
+std::string TemplateStore::whyNotStorable(const CardTemplate &t)
+{
+    // Tried through the reader of the file itself, so that nothing is written that it would skip.
+    if (const auto bytes = Utf8ToCp1252(formatLine(t)))
+        if (bytes->find_first_of("\r\n") == std::string::npos && parseLine(*bytes))
+            return {};
+    if (!ValidTemplateName(t.Name) || t.Name.find_first_of("\r\n") != std::string::npos)
+        return "Template '" + t.Name + "' cannot be stored: a name has 1 to 16 characters of the Western "
+               "European alphabet, with no double quote and no line break.";
+    return "Template '" + t.Name + "' cannot be stored: its numbers of cards must lie between 1 and 5, "
+           "its sizes and spaces between 0.05 and 8.5 inches.";
+}
+
 bool TemplateStore::load()
 {
     mStored.clear();
     mBadLines.clear();
     mError.clear();
-    mBackupPending = false;
+    mBackupPath.clear();
+    mFileExists = false;
 
     std::error_code ec;
-    if (!fs::exists(mPath, ec))
+    const fs::file_status status = fs::status(mPath, ec);
+    if (!fs::exists(status))
         return true;
+    mFileExists = true;
+    if (fs::is_directory(status)) {
+        mError = "'" + mPath + "' is a folder, not a templates file.";
+        return false;
+    }
+    // A pipe would block the read until someone writes to it.
+    if (!fs::is_regular_file(status)) {
+        mError = "'" + mPath + "' is not a regular file, so it is no templates file.";
+        return false;
+    }
     std::ifstream in(mPath, std::ios::binary);
     if (!in) {
-        mError = "Cannot read '" + mPath + "'.";
+        mError = "Cannot read '" + mPath + "': " + std::strerror(errno) + ".";
         return false;
     }
     std::string line;
@@ -157,7 +198,14 @@ bool TemplateStore::load()
         else
             mBadLines.push_back(number);
     }
-    mBackupPending = !mBadLines.empty();
+    if (in.bad()) {
+        mError = "Cannot read '" + mPath + "' to its end.";
+        mStored.clear();
+        mBadLines.clear();
+        return false;
+    }
+    if (!mBadLines.empty())
+        mBackupPath = FreeBackupPath(mPath);
     return true;
 }
 
@@ -166,23 +214,45 @@ std::string TemplateStore::badLinesMessage() const
     if (mBadLines.empty())
         return {};
     const bool one = mBadLines.size() == 1;
-    return std::string(one ? "Line " : "Lines ") + JoinNumbers(mBadLines) + " of '" + mPath
-           + (one ? "' could not be read and was skipped." : "' could not be read and were skipped.")
-           + "\rThe file as it stands is kept as 'templates.dat.bak' when the list is next saved.";
+    return std::string(one ? "Line " : "Lines ") + JoinList(mBadLines, [](int n) { return std::to_string(n); })
+           + " of '" + mPath
+           + (one ? "' could not be read and was skipped." : "' could not be read and were skipped.");
+}
+
+std::string TemplateStore::backupNotice() const
+{
+    if (mBackupPath.empty())
+        return {};
+    return "The file as it stands is kept as '" + fs::path(mBackupPath).filename().string()
+           + "' when the list is next saved.";
 }
 
 bool TemplateStore::write(const std::vector<CardTemplate> &list)
 {
     mError.clear();
-    std::error_code ec;
-    if (mBackupPending && fs::exists(mPath, ec)) {
-        fs::copy_file(mPath, mPath + ".bak", fs::copy_options::overwrite_existing, ec);
-        if (ec) {
-            mError = "Cannot keep a copy of '" + mPath + "' as '" + mPath + ".bak': " + ec.message();
+    for (size_t i = 1; i < list.size(); ++i) {
+        const std::string why = whyNotStorable(list[i]);
+        if (!why.empty()) {
+            mError = why + "\r'" + mPath + "' was left as it is.";
             return false;
         }
     }
-    mBackupPending = false;
+    std::error_code ec;
+    if (!mBackupPath.empty() && fs::exists(mPath, ec)) {
+        // Someone may have taken the name since the file was read; a copy is never replaced.
+        if (fs::exists(fs::symlink_status(mBackupPath, ec)))
+            mBackupPath = FreeBackupPath(mPath);
+        if (mBackupPath.empty()) {
+            mError = "Cannot keep a copy of '" + mPath + "': every backup name is taken.";
+            return false;
+        }
+        fs::copy_file(mPath, mBackupPath, fs::copy_options::none, ec);
+        if (ec) {
+            mError = "Cannot keep a copy of '" + mPath + "' as '" + mBackupPath + "': " + ec.message();
+            return false;
+        }
+    }
+    mBackupPath.clear();
 
     if (list.size() <= 1) {
         fs::remove(mPath, ec);
@@ -203,17 +273,37 @@ bool TemplateStore::write(const std::vector<CardTemplate> &list)
 }
 
 std::optional<CardTemplate> FindTemplate(const std::string &name, const std::string &templatesFile,
-                                         std::string *warning)
+                                         std::vector<std::string> *messages)
 {
     if (name == kDefaultTemplateName)
         return DefaultTemplate();
     TemplateStore store(templatesFile);
     const bool ok = store.load();
-    if (warning)
-        *warning = ok ? store.badLinesMessage() : store.errorString();
+    std::vector<std::string> told;
+    if (ok && !store.badLines().empty())
+        told.push_back(store.badLinesMessage());
     for (const CardTemplate &t : store.stored())
-        if (t.Name == name)
+        if (t.Name == name) {
+            if (messages)
+                messages->insert(messages->end(), told.begin(), told.end());
             return t;
+        }
+
+    const std::string notFound = "Template '" + name + "' was not found";
+    const std::string file = "'" + templatesFile + "'";
+    if (!ok)
+        told.push_back(notFound + ". " + store.errorString());
+    else if (!store.fileExists())
+        told.push_back(notFound + ": there is no templates file " + file + ".");
+    else if (store.stored().empty())
+        told.push_back(notFound + ": " + file + " holds no template"
+                       + (store.badLines().empty() ? "." : " that could be read."));
+    else
+        told.push_back(notFound + " in " + file + ", which holds "
+                       + JoinList(store.stored(), [](const CardTemplate &t) { return "'" + t.Name + "'"; })
+                       + ".");
+    if (messages)
+        messages->insert(messages->end(), told.begin(), told.end());
     return std::nullopt;
 }
 

@@ -405,6 +405,7 @@ TEST_F(CliSheetTest, StoredTemplatesAreReadNeverWrittenAndTheDefaultFolderIsFres
     EXPECT_TRUE(fs::exists(listed[1]));
     EXPECT_NE(r.err.find(fresh.string()), std::string::npos) << "the folder is told: " << r.err;
     EXPECT_NE(r.err.find("Line 1"), std::string::npos) << "the corrupt line is named: " << r.err;
+    EXPECT_EQ(r.err.find(".bak"), std::string::npos) << "the command line keeps no copy: " << r.err;
     // The store is read only: no rewrite, no copy.
     EXPECT_EQ(readFile(work / "templates.dat"), stored);
     EXPECT_FALSE(fs::exists(work / "templates.dat.bak"));
@@ -428,4 +429,13 @@ TEST_F(CliSheetTest, StoredTemplatesAreReadNeverWrittenAndTheDefaultFolderIsFres
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_TRUE(fs::exists(clips / "clip03.bmp"));
     EXPECT_FALSE(fs::exists(clips / "clip04.bmp"));
+
+    // A templates file that gives nothing: the message says which file was read and why.
+    for (const auto &[file, why] : {std::pair{dir / "none.dat", std::string(": there is no templates file '")},
+                                    std::pair{clips, std::string(". '")}}) {
+        r = runCli("clip " + base() + "--templates " + file.string() + " --template Column " + (dir / "sheet.bmp").string(),
+                   dir);
+        EXPECT_EQ(r.status, 1);
+        EXPECT_NE(r.err.find("Template 'Column' was not found" + why + file.string() + "'"), std::string::npos) << r.err;
+    }
 }

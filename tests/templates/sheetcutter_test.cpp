@@ -215,7 +215,9 @@ TEST(SheetCutFile, RefusalsCutNothingThenCellsOffsetAndResolution)
                                  + "': cell 1 lies off the sheet, which is 0.14 by 0.18 inches at 1200 dpi.");
     req.Res = kRes;
     req.TemplateName = "Nope";
-    EXPECT_EQ(CutSheetFile(ws, req).Messages, (std::vector<std::string>{"Template 'Nope' was not found."}));
+    r = CutSheetFile(ws, req);
+    ASSERT_EQ(r.Messages.size(), 1u);
+    EXPECT_EQ(r.Messages[0].rfind("Template 'Nope' was not found: there is no templates file '", 0), 0u);
     req.TemplateName = "<Default>";
     const std::string sheetPath = req.SheetPath;
     req.SheetPath = dir.file("missing.bmp");

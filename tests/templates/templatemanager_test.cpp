@@ -116,6 +116,7 @@ TEST(TemplateManagerOpen, CorruptFileTellsTheLinesOnceAndASingleCardDisablesItsG
     TemplateManager m = f.open("One", "\"One\",1,2,0.5,1,2,0.5\r\nrubbish\r\n\"B\",0,1,1,1,1,1\r\n");
     ASSERT_EQ(f.host.messages.size(), 1u);
     EXPECT_NE(f.host.messages[0].find("Lines 2 and 3 of"), std::string::npos);
+    EXPECT_NE(f.host.messages[0].find("\rThe file as it stands is kept as 'templates.dat.bak' when"), std::string::npos);
     EXPECT_EQ(Names(m), (std::vector<std::string>{"<Default>", "One"}));
     EXPECT_FALSE(m.box(TemplateBox::HSpace).Enabled);
     EXPECT_FALSE(m.box(TemplateBox::VSpace).Enabled);
@@ -130,6 +131,35 @@ TEST(TemplateManagerOpen, CorruptFileTellsTheLinesOnceAndASingleCardDisablesItsG
     m.setSpinner(TemplateBox::HNum, 2);
     EXPECT_TRUE(m.box(TemplateBox::HSpace).Enabled);
     EXPECT_EQ(m.layout().TotalWidth, 3.75f);
+}
+
+// The load dialog's fields (hand-edited settings, say) can lie outside the boxes' ranges: the
+// element made from them is held to what the boxes show, so that a save writes only lines the
+// store reads back and never makes it keep a copy of a sound file.
+TEST(TemplateManagerOpen, FieldsFromTheLoadDialogAreKeptAsTheBoxesShowThem)
+{
+    Fixture f;
+    WriteBytes(f.file(), "\"A\",3,1.75,0.25,3,2.75,0.375\r\n");
+    CardTemplate current{"Wide", 2, 1.75f, 0.0f, 1, 9.0f, 0.375f};
+    TemplateManager m(f.dir.dir(), f.host);
+    m.open(current);
+    EXPECT_EQ(m.templates().back(), (CardTemplate{"Wide", 2, 1.75f, 0.05f, 1, 8.5f, 0.375f}));
+    m.setSpinner(TemplateBox::HNum, 4);
+    f.host.texts = {"New"};
+    m.save();
+    TemplateStore reader(f.file());
+    ASSERT_TRUE(reader.load());
+    EXPECT_TRUE(reader.badLines().empty());
+    EXPECT_EQ(reader.stored().size(), 3u);
+    TemplateManager again = f.open("Wide");
+    EXPECT_TRUE(f.host.messages.empty()) << f.host.messages.front();
+    EXPECT_FALSE(std::filesystem::exists(f.file() + ".bak"));
+
+    // A name the file cannot hold stands as the dialog's "no name".
+    current.Name = "say \"hi\"";
+    TemplateManager quoted(f.dir.dir(), f.host);
+    quoted.open(current);
+    EXPECT_EQ(quoted.templates().back().Name, "<No Name>");
 }
 
 TEST(TemplateManagerBoxes, ArrowsStepAndStopAtTheEnds)

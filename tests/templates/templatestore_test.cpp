@@ -102,15 +102,48 @@ TEST(TemplateStoreFile, CorruptLinesAreSkippedAndNamedOnceWhateverTheLineEnds)
     const std::string message = store.badLinesMessage();
     EXPECT_NE(message.find("Lines 2, 3, 4, 5, 6, 7, 8, 9 and 11 of '"), std::string::npos) << message;
 
-    // The first rewrite keeps the file as it was; a later one leaves that copy alone.
+    EXPECT_EQ(message.find(".bak"), std::string::npos) << "only a writer speaks of the copy";
+
+    // The first rewrite keeps the file as it was, under a name no earlier copy holds; a later
+    // rewrite leaves that copy alone.
+    WriteBytes(dir.file("templates.dat.bak"), "earlier copy");
+    ASSERT_TRUE(store.load());
+    EXPECT_EQ(store.backupNotice(), "The file as it stands is kept as 'templates.dat.bak2' when the list is next saved.");
     std::vector<CardTemplate> list{DefaultTemplate()};
     list.insert(list.end(), store.stored().begin(), store.stored().end());
     ASSERT_TRUE(store.write(list));
-    EXPECT_EQ(ReadBytes(dir.file("templates.dat.bak")), original);
+    EXPECT_EQ(ReadBytes(dir.file("templates.dat.bak2")), original);
     list.pop_back();
     ASSERT_TRUE(store.write(list));
-    EXPECT_EQ(ReadBytes(dir.file("templates.dat.bak")), original);
+    EXPECT_EQ(ReadBytes(dir.file("templates.dat.bak2")), original);
+    EXPECT_EQ(ReadBytes(dir.file("templates.dat.bak")), "earlier copy");
     EXPECT_EQ(ReadBytes(dir.file("templates.dat")), "\"Good\",3,1.75,0.25,3,2.75,0.375\r\n");
+}
+
+// A list holding a template the reader would skip is not written at all: the file and its
+// copies stay as they are.
+TEST(TemplateStoreFile, WritesOnlyWhatItReadsBack)
+{
+    TestDir dir;
+    const std::string original = "\"Good\",3,1.75,0.25,3,2.75,0.375\r\nbroken\r\n";
+    WriteBytes(dir.file("templates.dat"), original);
+    const std::pair<CardTemplate, const char *> cases[] = {
+        {Make("Gap 0", 3, 1.75f, 0.0f, 3, 2.75f, 0.375f), "its numbers of cards"},
+        {Make("Six", 6, 1.75f, 0.25f, 3, 2.75f, 0.375f), "its numbers of cards"},
+        {Make("Line\nbreak", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), "a name has"},
+        {Make("Root \xE2\x88\x9A", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), "a name has"},
+        {Make("Seventeen chars!!", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), "a name has"},
+    };
+    for (const auto &[t, why] : cases) {
+        TemplateStore store(dir.file("templates.dat"));
+        ASSERT_TRUE(store.load());
+        EXPECT_NE(TemplateStore::whyNotStorable(t).find(why), std::string::npos) << t.Name;
+        EXPECT_FALSE(store.write(WithDefault({Make("Good", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), t}))) << t.Name;
+        EXPECT_NE(store.errorString().find("'" + t.Name + "' cannot be stored"), std::string::npos);
+        EXPECT_EQ(ReadBytes(dir.file("templates.dat")), original);
+        EXPECT_FALSE(std::filesystem::exists(dir.file("templates.dat.bak")));
+    }
+    EXPECT_EQ(TemplateStore::whyNotStorable(Make("Größe", 5, 0.05f, 8.5f, 1, 1, 1)), "");
 }
 
 TEST(TemplateStoreFile, UnwritableFolderFailsWithTheFileName)
@@ -125,10 +158,33 @@ TEST(TemplateLookup, DefaultFirstThenFileOrderCaseSensitive)
     TestDir dir;
     WriteBytes(dir.file("t.dat"), "\"<Default>\",1,1,1,1,1,1\r\n\"Field\",2,2,2,2,2,2\r\n"
                                   "\"Field\",4,4,4,4,4,4\r\nbroken\r\n");
-    std::string warning;
-    EXPECT_EQ(FindTemplate("<Default>", dir.file("t.dat"), &warning)->NumH, 3);
-    EXPECT_EQ(FindTemplate("Field", dir.file("t.dat"), &warning)->NumH, 2);
-    EXPECT_NE(warning.find("Line 4 "), std::string::npos);
+    std::vector<std::string> told;
+    EXPECT_EQ(FindTemplate("<Default>", dir.file("t.dat"), &told)->NumH, 3);
+    EXPECT_TRUE(told.empty());
+    EXPECT_EQ(FindTemplate("Field", dir.file("t.dat"), &told)->NumH, 2);
+    EXPECT_EQ(told, (std::vector<std::string>{"Line 4 of '" + dir.file("t.dat") + "' could not be read and was skipped."}));
     EXPECT_FALSE(FindTemplate("field", dir.file("t.dat")).has_value());
-    EXPECT_FALSE(FindTemplate("Field", dir.file("missing.dat")).has_value());
+}
+
+// When nothing is found the user learns which file was read and why it gave nothing.
+TEST(TemplateLookup, NotFoundSaysWhichFileAndWhy)
+{
+    TestDir dir;
+    std::filesystem::create_directory(dir.file("folder.dat"));
+    WriteBytes(dir.file("empty.dat"), "\r\n");
+    WriteBytes(dir.file("bad.dat"), "broken\r\n");
+    WriteBytes(dir.file("two.dat"), "\"Pair\",2,1,1,1,1,1\r\n\"Row\",3,1,1,1,1,1\r\n");
+    const std::pair<const char *, std::string> cases[] = {
+        {"missing.dat", ": there is no templates file '" + dir.file("missing.dat") + "'."},
+        {"folder.dat", ". '" + dir.file("folder.dat") + "' is a folder, not a templates file."},
+        {"empty.dat", ": '" + dir.file("empty.dat") + "' holds no template."},
+        {"bad.dat", ": '" + dir.file("bad.dat") + "' holds no template that could be read."},
+        {"two.dat", " in '" + dir.file("two.dat") + "', which holds 'Pair' and 'Row'."},
+    };
+    for (const auto &[file, why] : cases) {
+        std::vector<std::string> told;
+        EXPECT_FALSE(FindTemplate("pair", dir.file(file), &told).has_value());
+        ASSERT_FALSE(told.empty()) << file;
+        EXPECT_EQ(told.back(), "Template 'pair' was not found" + why);
+    }
 }
