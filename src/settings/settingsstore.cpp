@@ -63,6 +63,10 @@ std::string quotedLine(const std::string &text)
             ++cut;
     const bool longer = cut < shown.size();
     shown.resize(cut);
+    // Control characters would reach a terminal as they are.
+    for (char &c : shown)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F)
+            c = '?';
     return "\"" + shown + (longer ? "...\"" : "\"");
 }
 

@@ -320,8 +320,8 @@ TEST_F(SettingsFile, DamagedFilesAreReadAsFarAsTheyCanBe)
         const char *afterSave; // the file after a save of Metric; nullptr: unchanged
     };
     const Case cases[] = {
-        {"[Prefs]\nstray words\nDefaultRes=600\n", State::PartlyRead, {2},
-         "line 2 is neither a [Section] header nor a Key=value line: \"stray words\"", 600,
+        {"[Prefs]\nstray\x1b[2Jwords\nDefaultRes=600\n", State::PartlyRead, {2},
+         "line 2 is neither a [Section] header nor a Key=value line: \"stray?[2Jwords\"", 600,
          "[Prefs]\nDefaultRes=600\nMetric=False\n"},
         // The keys after an unclosed header have no known section.
         {"[Prefs]\nDefaultRes=600\n[Settings\nInitialDir=/x\n; kept\n[SprayInfo]\nComment=a\n", State::PartlyRead, {3, 4},
