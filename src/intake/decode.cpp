@@ -276,9 +276,9 @@ void ChooseBackground(Workspace &ws, int cardIndex, const SampleRanking &sample,
 // resident. Below it a reservation may come from reused heap memory that is resident already.
 constexpr size_t kMappedBytes = size_t{64} << 20;
 
-// Room for more pixels and the closing element. A big sheet reserves one element per pixel up
-// front, address space only, and never moves; a smaller card grows by what its lines hold, so a
-// card read in one chunk, the usual card, gets exactly what its foreground needs.
+// Room for more pixels and the closing element. A big sheet has reserved one element per pixel up
+// front, address space only, and never moves; a card read in one chunk, the usual card, is
+// counted first and gets exactly what its foreground needs; a card in between grows by half.
 void MakeRoom(std::vector<CardPixel> &pixels, size_t more)
 {
     const size_t need = pixels.size() + more + 1;
@@ -321,8 +321,9 @@ PassEnd ReadPixels(ByteSource &source, const BitmapLayout &layout, CardImage &ca
     card.Pixels.emplace_back(); // element 0 stays zero
 
     const size_t rowsPerChunk = std::clamp<size_t>(kChunkBytes / stride, 1, static_cast<size_t>(height));
+    const bool oneChunk = rowsPerChunk == static_cast<size_t>(height);
     std::vector<Byte> chunk(rowsPerChunk * stride);
-    std::vector<std::uint32_t> lineCount(rowsPerChunk); // a line holds at most 32767 pixels
+    std::vector<std::uint32_t> lineCount(oneChunk ? rowsPerChunk : 0); // at most 32767 a line
     std::uint64_t indexCount[4][256] = {};
     const LineScanner scanner(card.BackgroundIndex, card.DitherIndex);
     PassEnd end = PassEnd::Done;
@@ -333,17 +334,22 @@ PassEnd ReadPixels(ByteSource &source, const BitmapLayout &layout, CardImage &ca
             end = PassEnd::Truncated; // the file shrank under us
             break;
         }
-        size_t chunkCount = 0;
-        for (size_t r = 0; r < rows; ++r)
-            chunkCount += lineCount[r] = static_cast<std::uint32_t>(scanner.count(chunk.data() + r * stride, width));
-        MakeRoom(card.Pixels, chunkCount);
+        if (oneChunk) {
+            size_t total = 0;
+            for (size_t r = 0; r < rows; ++r)
+                total += lineCount[r] = static_cast<std::uint32_t>(scanner.count(chunk.data() + r * stride, width));
+            MakeRoom(card.Pixels, total);
+        }
         for (size_t r = 0; r < rows; ++r, ++n) {
             if (cancel) {
                 end = PassEnd::Cancelled;
                 break;
             }
-            AppendLine(scanner, chunk.data() + r * stride, width, lineCount[r], static_cast<Integer>(height - n),
-                       hueOf, card.Pixels, indexCount);
+            const Byte *line = chunk.data() + r * stride;
+            const size_t count = oneChunk ? lineCount[r] : scanner.count(line, width);
+            MakeRoom(card.Pixels, count);
+            AppendLine(scanner, line, width, count, static_cast<Integer>(height - n), hueOf, card.Pixels,
+                       indexCount);
             if (n % 10 == 0) {
                 progress.SetValue(n);
                 progress.Yield();
