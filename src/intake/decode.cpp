@@ -107,12 +107,10 @@ private:
     std::uint64_t mBg, mDi;
 };
 
-// Appends the foreground pixels of one line: counted first, so that the list grows once per line
-// and the pixels are written in place.
-void AppendLine(const LineScanner &scan, const Byte *line, int width, Integer row, const Byte *hueOf,
+// Appends the n foreground pixels of one line, counted beforehand, in place.
+void AppendLine(const LineScanner &scan, const Byte *line, int width, size_t n, Integer row, const Byte *hueOf,
                 std::vector<CardPixel> &pixels, std::uint64_t (*indexCount)[256])
 {
-    const size_t n = scan.count(line, width);
     if (n == 0)
         return;
     const size_t start = pixels.size();
@@ -141,6 +139,239 @@ DecodeResult Failed(std::string message)
     DecodeResult r;
     r.Message = std::move(message);
     return r;
+}
+
+// The card's own BMP file is read as it stands; a GIF or TIF is converted in memory, not through
+// a temporary file, so that the bytes read are those its bitmap file would hold. A file gone or
+// changed since registration gives null and the reason.
+std::unique_ptr<ByteSource> OpenSource(const CardImage &card, std::string &error)
+{
+    if (EndsInBmp(card.FullPath)) {
+        auto file = std::make_unique<FileSource>();
+        if (!file->open(card.FullPath, error))
+            return nullptr;
+        return file;
+    }
+    Picture picture;
+    if (!ReadPicture(card.FullPath, PictureDepth::EightBitOnly, picture, error))
+        return nullptr;
+    if (picture.Width != card.WidthPx || picture.Height != card.HeightPx) {
+        error = "The picture has changed since it was loaded.";
+        return nullptr;
+    }
+    return std::make_unique<PictureSource>(std::move(picture));
+}
+
+struct BitmapLayout
+{
+    std::uint64_t pixelOffset = 0;
+    int colours = 0;
+    size_t stride = 0; // bytes of one file line, padding included
+};
+
+// The header fields that are read, checked against the size of the bytes before anything is
+// allocated for them.
+bool ReadLayout(ByteSource &source, Long width, Long height, BitmapLayout &layout, std::string &error)
+{
+    Byte header[54] = {};
+    if (source.readAt(0, header, sizeof header) < sizeof header) {
+        error = kTruncated;
+        return false;
+    }
+    layout.pixelOffset = static_cast<std::uint32_t>(ReadLong(header + 10));
+    const std::uint32_t coloursField = static_cast<std::uint32_t>(ReadLong(header + 46));
+    if (coloursField > 256) {
+        error = "The colour table of the bitmap is damaged.";
+        return false;
+    }
+    layout.colours = coloursField == 0 ? 256 : static_cast<int>(coloursField);
+    layout.stride = (static_cast<size_t>(width) + 3) & ~size_t{3};
+    if (kTableOffset + 4ull * layout.colours > source.size() ||
+        layout.pixelOffset + layout.stride * height > source.size()) {
+        error = kTruncated;
+        return false;
+    }
+    return true;
+}
+
+// The colour table is taken from offset 54 whatever the header size says.
+void ReadColourTable(ByteSource &source, int colours, CardImage &card)
+{
+    card.ColourTable.assign(static_cast<size_t>(colours), std::array<Byte, 4>{});
+    std::vector<Byte> table(4 * static_cast<size_t>(colours));
+    source.readAt(kTableOffset, table.data(), table.size());
+    for (int i = 0; i < colours; ++i) {
+        const Byte blue = table[4 * i], green = table[4 * i + 1], red = table[4 * i + 2];
+        card.ColourTable[i] = {0, red, green, blue};
+        card.HueOfIndex[i] = RgbToHue(red, green, blue);
+    }
+}
+
+// The two commonest indexes of the sample other than 0; of equal counts the lower index stands.
+struct SampleRanking
+{
+    Long zeroCount = 0;
+    int topIndex = 0, secondIndex = 0;
+    Long topCount = 0, secondCount = 0;
+};
+
+// The sample: the 5 * width bytes after the table, padding and any gap included; for a normal
+// bitmap the bottom rows of the picture. Bytes past the end of the file count for nothing.
+SampleRanking RankSample(ByteSource &source, int colours, Long width)
+{
+    std::vector<Byte> sample(static_cast<size_t>(kSampleRows) * width);
+    const size_t sampled = source.readAt(kTableOffset + 4ull * colours, sample.data(), sample.size());
+    std::array<Long, 256> count{};
+    for (size_t i = 0; i < sampled; ++i)
+        ++count[sample[i]];
+
+    SampleRanking r;
+    r.zeroCount = count[0];
+    for (int i = 1; i <= 255; ++i) {
+        if (count[i] > r.topCount) {
+            r.secondIndex = r.topIndex;
+            r.secondCount = r.topCount;
+            r.topIndex = i;
+            r.topCount = count[i];
+        } else if (count[i] > r.secondCount) {
+            r.secondIndex = i;
+            r.secondCount = count[i];
+        }
+    }
+    return r;
+}
+
+// Background and dither indexes of the card, asking where the sample disagrees with index 0 or
+// shows a second colour above a tenth of it.
+void ChooseBackground(Workspace &ws, int cardIndex, const SampleRanking &sample, DecodeQuestions &questions)
+{
+    CardImage &card = ws.Card(cardIndex);
+    card.BackgroundIndex = 0;
+    if (sample.topCount > sample.zeroCount) {
+        if (ws.DisableBackgroundWarning) {
+            card.BackgroundIndex = static_cast<Byte>(sample.topIndex);
+        } else {
+            const Answer answer = questions.AskBackground(ws, cardIndex, static_cast<Byte>(sample.topIndex));
+            card.BackgroundIndex = answer == Answer::No ? 0 : static_cast<Byte>(sample.topIndex);
+            if (answer == Answer::YesToAll)
+                ws.DisableBackgroundWarning = true;
+        }
+    }
+    // With no dither colour confirmed, the dither index is the background's, so that a pixel is
+    // foreground exactly when its index differs from the background (as after the No answer).
+    card.DitherIndex = card.BackgroundIndex;
+    const double ditherRatio = sample.secondCount / (5.0 * card.WidthPx);
+    if (ditherRatio > 0.1 && !ws.DisableDitherWarning) {
+        const Answer answer =
+            questions.AskDither(ws, cardIndex, card.BackgroundIndex, static_cast<Byte>(sample.secondIndex));
+        if (answer != Answer::No)
+            card.DitherIndex = static_cast<Byte>(sample.secondIndex);
+        if (answer == Answer::YesToAll)
+            ws.DisableDitherWarning = true;
+    }
+}
+
+// Lists of at least this many bytes are mapped fresh from the system by the C library's allocator
+// (its largest dynamic threshold is 32 MiB), so pages that are never written never become
+// resident. Below it a reservation may come from reused heap memory that is resident already.
+constexpr size_t kMappedBytes = size_t{64} << 20;
+
+// Room for more pixels and the closing element. A big sheet has reserved one element per pixel up
+// front, address space only, and never moves; a card read in one chunk, the usual card, is
+// counted first and gets exactly what its foreground needs; a card in between grows by half.
+void MakeRoom(std::vector<CardPixel> &pixels, size_t more)
+{
+    const size_t need = pixels.size() + more + 1;
+    if (need > pixels.capacity())
+        pixels.reserve(std::max(need, pixels.capacity() + pixels.capacity() / 2));
+}
+
+void ReserveForSheet(std::vector<CardPixel> &pixels, Long width, Long height)
+{
+    const size_t bound = static_cast<size_t>(width) * height + 2;
+    if (bound * sizeof(CardPixel) < kMappedBytes)
+        return;
+    try {
+        pixels.reserve(bound);
+    } catch (const std::bad_alloc &) {
+        // Without the address space the list grows as a smaller card's does.
+    }
+}
+
+enum class PassEnd
+{
+    Done,
+    Cancelled,
+    Truncated,
+};
+
+// Reads the pixel lines about a megabyte at a time, appending the foreground of each to the
+// card's list and counting it per colour table index into the card's hue histogram.
+PassEnd ReadPixels(ByteSource &source, const BitmapLayout &layout, CardImage &card, const bool &cancel,
+                   ProgressSink &progress)
+{
+    const Long width = card.WidthPx, height = card.HeightPx;
+    const size_t stride = layout.stride;
+    // Hue of every index as a byte; indexes beyond a short table keep hue 0.
+    Byte hueOf[256];
+    for (int i = 0; i < 256; ++i)
+        hueOf[i] = static_cast<Byte>(card.HueOfIndex[i]);
+
+    ReserveForSheet(card.Pixels, width, height);
+    card.Pixels.emplace_back(); // element 0 stays zero
+
+    const size_t rowsPerChunk = std::clamp<size_t>(kChunkBytes / stride, 1, static_cast<size_t>(height));
+    const bool oneChunk = rowsPerChunk == static_cast<size_t>(height);
+    std::vector<Byte> chunk(rowsPerChunk * stride);
+    std::vector<std::uint32_t> lineCount(oneChunk ? rowsPerChunk : 0); // at most 32767 a line
+    std::uint64_t indexCount[4][256] = {};
+    const LineScanner scanner(card.BackgroundIndex, card.DitherIndex);
+    PassEnd end = PassEnd::Done;
+    for (Long n = 0; n < height && end == PassEnd::Done;) {
+        const size_t rows = std::min<size_t>(rowsPerChunk, static_cast<size_t>(height - n));
+        if (source.readAt(layout.pixelOffset + static_cast<std::uint64_t>(n) * stride, chunk.data(), rows * stride) <
+            rows * stride) {
+            end = PassEnd::Truncated; // the file shrank under us
+            break;
+        }
+        if (oneChunk) {
+            size_t total = 0;
+            for (size_t r = 0; r < rows; ++r)
+                total += lineCount[r] = static_cast<std::uint32_t>(scanner.count(chunk.data() + r * stride, width));
+            MakeRoom(card.Pixels, total);
+        }
+        for (size_t r = 0; r < rows; ++r, ++n) {
+            if (cancel) {
+                end = PassEnd::Cancelled;
+                break;
+            }
+            const Byte *line = chunk.data() + r * stride;
+            const size_t count = oneChunk ? lineCount[r] : scanner.count(line, width);
+            MakeRoom(card.Pixels, count);
+            AppendLine(scanner, line, width, count, static_cast<Integer>(height - n), hueOf, card.Pixels,
+                       indexCount);
+            if (n % 10 == 0) {
+                progress.SetValue(n);
+                progress.Yield();
+            }
+        }
+    }
+    for (int i = 0; i < 256; ++i)
+        card.HueCount[hueOf[i]] +=
+            static_cast<Long>(indexCount[0][i] + indexCount[1][i] + indexCount[2][i] + indexCount[3][i]);
+    return end;
+}
+
+// The closing element carries the width and the last line with pixels, which ends the stain walk.
+void CloseList(CardImage &card)
+{
+    CardPixel closing;
+    closing.Column = static_cast<Integer>(card.WidthPx);
+    closing.Row = card.Pixels.size() > 1 ? card.Pixels.back().Row : Integer{0};
+    closing.PaletteIndex = 0;
+    closing.Hue = static_cast<Byte>(card.HueOfIndex[0]);
+    card.Pixels.push_back(closing);
+    card.PixelsReady = true;
 }
 
 } // namespace
@@ -183,158 +414,28 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
         return Failed("The card's size of " + std::to_string(width) + " by " + std::to_string(height) +
                       " pixels can't be decoded.");
 
-    // A GIF or TIF is converted in memory, not through a temporary file: the bytes read below are
-    // those its bitmap file would hold. A file gone or changed since registration fails here and
-    // leaves the card Loaded.
-    std::unique_ptr<ByteSource> source;
-    const std::string &path = ws.Card(cardIndex).FullPath;
     std::string error;
-    if (EndsInBmp(path)) {
-        auto file = std::make_unique<FileSource>();
-        if (!file->open(path, error))
-            return Failed(error);
-        source = std::move(file);
-    } else {
-        Picture picture;
-        if (!ReadPicture(path, PictureDepth::EightBitOnly, picture, error))
-            return Failed(error);
-        if (picture.Width != width || picture.Height != height)
-            return Failed("The picture has changed since it was loaded.");
-        source = std::make_unique<PictureSource>(std::move(picture));
-    }
-
-    Byte header[54] = {};
-    if (source->readAt(0, header, sizeof header) < sizeof header)
-        return Failed(kTruncated);
-    const std::uint64_t pixelOffset = static_cast<std::uint32_t>(ReadLong(header + 10));
-    const std::uint32_t coloursField = static_cast<std::uint32_t>(ReadLong(header + 46));
-    const int colours = coloursField == 0 ? 256 : static_cast<int>(std::min<std::uint32_t>(coloursField, 257));
-    if (colours > 256)
-        return Failed("The colour table of the bitmap is damaged.");
-    const size_t stride = (static_cast<size_t>(width) + 3) & ~size_t{3};
-    if (kTableOffset + 4ull * colours > source->size() || pixelOffset + stride * height > source->size())
-        return Failed(kTruncated);
+    const std::unique_ptr<ByteSource> source = OpenSource(ws.Card(cardIndex), error);
+    BitmapLayout layout;
+    if (!source || !ReadLayout(*source, width, height, layout, error))
+        return Failed(error);
 
     CardImage &card = ws.Card(cardIndex);
-    card.ColourTable.assign(static_cast<size_t>(colours), std::array<Byte, 4>{});
     card.Pixels.clear();
     card.HueCount.fill(0);
-
-    // The colour table is taken from offset 54 whatever the header size says.
-    std::vector<Byte> table(4 * static_cast<size_t>(colours));
-    source->readAt(kTableOffset, table.data(), table.size());
-    for (int i = 0; i < colours; ++i) {
-        const Byte blue = table[4 * i], green = table[4 * i + 1], red = table[4 * i + 2];
-        card.ColourTable[i] = {0, red, green, blue};
-        card.HueOfIndex[i] = RgbToHue(red, green, blue);
-    }
-
-    // The sample: the 5 * width bytes after the table, padding and any gap included; for a normal
-    // bitmap the bottom rows of the picture. Bytes past the end of the file count for nothing.
-    std::vector<Byte> sample(static_cast<size_t>(kSampleRows) * width);
-    const size_t sampled = source->readAt(kTableOffset + 4ull * colours, sample.data(), sample.size());
-    std::array<Long, 256> sampleCount{};
-    for (size_t i = 0; i < sampled; ++i)
-        ++sampleCount[sample[i]];
-    std::vector<Byte>().swap(sample);
-
-    int topIndex = 0, secondIndex = 0;
-    Long topCount = 0, secondCount = 0;
-    for (int i = 1; i <= 255; ++i) {
-        if (sampleCount[i] > topCount) {
-            secondIndex = topIndex;
-            secondCount = topCount;
-            topIndex = i;
-            topCount = sampleCount[i];
-        } else if (sampleCount[i] > secondCount) {
-            secondIndex = i;
-            secondCount = sampleCount[i];
-        }
-    }
-
-    card.BackgroundIndex = 0;
-    if (topCount > sampleCount[0]) {
-        if (ws.DisableBackgroundWarning) {
-            card.BackgroundIndex = static_cast<Byte>(topIndex);
-        } else {
-            const Answer answer = questions.AskBackground(ws, cardIndex, static_cast<Byte>(topIndex));
-            card.BackgroundIndex = answer == Answer::No ? 0 : static_cast<Byte>(topIndex);
-            if (answer == Answer::YesToAll)
-                ws.DisableBackgroundWarning = true;
-        }
-    }
-    // With no dither colour confirmed, the dither index is the background's, so that a pixel is
-    // foreground exactly when its index differs from the background (as after the No answer).
-    card.DitherIndex = card.BackgroundIndex;
-    const double ditherRatio = secondCount / (5.0 * width);
-    if (ditherRatio > 0.1 && !ws.DisableDitherWarning) {
-        const Answer answer = questions.AskDither(ws, cardIndex, card.BackgroundIndex, static_cast<Byte>(secondIndex));
-        if (answer != Answer::No)
-            card.DitherIndex = static_cast<Byte>(secondIndex);
-        if (answer == Answer::YesToAll)
-            ws.DisableDitherWarning = true;
-    }
-
-    // Hue of every index as a byte; indexes beyond a short table keep hue 0.
-    Byte hueOf[256];
-    for (int i = 0; i < 256; ++i)
-        hueOf[i] = static_cast<Byte>(card.HueOfIndex[i]);
-
-    // The list can never hold more than one element per pixel. Reserving that bound takes address
-    // space only: pages nobody writes are never made resident, so memory follows the foreground.
-    const size_t bound = static_cast<size_t>(width) * height + 2;
-    try {
-        card.Pixels.reserve(bound);
-    } catch (const std::bad_alloc &) {
-        card.Pixels.reserve(std::min<size_t>(bound, size_t{1} << 20));
-    }
-    card.Pixels.emplace_back(); // element 0 stays zero
+    ReadColourTable(*source, layout.colours, card);
+    ChooseBackground(ws, cardIndex, RankSample(*source, layout.colours, width), questions);
 
     progress.Start(height);
-    const size_t rowsPerChunk = std::max<size_t>(1, kChunkBytes / stride);
-    std::vector<Byte> chunk(rowsPerChunk * stride);
-    std::uint64_t indexCount[4][256] = {};
-    const LineScanner scanner(card.BackgroundIndex, card.DitherIndex);
-    bool cancelled = false;
-    std::string readError;
-    for (Long n = 0; n < height && !cancelled;) {
-        const size_t rows = std::min<size_t>(rowsPerChunk, static_cast<size_t>(height - n));
-        if (source->readAt(pixelOffset + static_cast<std::uint64_t>(n) * stride, chunk.data(), rows * stride) <
-            rows * stride) {
-            readError = kTruncated; // the file shrank under us
-            break;
-        }
-        for (size_t r = 0; r < rows; ++r, ++n) {
-            if (ws.CancelRequested) {
-                cancelled = true;
-                break;
-            }
-            AppendLine(scanner, chunk.data() + r * stride, width, static_cast<Integer>(height - n), hueOf,
-                       card.Pixels, indexCount);
-            if (n % 10 == 0) {
-                progress.SetValue(n);
-                progress.Yield();
-            }
-        }
-    }
-
+    const PassEnd end = ReadPixels(*source, layout, card, ws.CancelRequested, progress);
     DecodeResult result;
-    for (int i = 0; i < 256; ++i)
-        card.HueCount[hueOf[i]] +=
-            static_cast<Long>(indexCount[0][i] + indexCount[1][i] + indexCount[2][i] + indexCount[3][i]);
-    if (cancelled) {
+    if (end == PassEnd::Cancelled) {
         result.Cancelled = true;
-    } else if (!readError.empty()) {
-        result.Message = readError;
+    } else if (end == PassEnd::Truncated) {
+        result.Message = kTruncated;
     } else {
         progress.SetValue(height);
-        CardPixel closing;
-        closing.Column = static_cast<Integer>(width);
-        closing.Row = card.Pixels.size() > 1 ? card.Pixels.back().Row : Integer{0};
-        closing.PaletteIndex = 0;
-        closing.Hue = hueOf[0];
-        card.Pixels.push_back(closing);
-        card.PixelsReady = true;
+        CloseList(card);
         result.Ok = true;
     }
     progress.Finish();

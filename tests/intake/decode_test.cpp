@@ -132,6 +132,9 @@ TEST_F(DecodeFixture, PixelListInFileOrderWithClosingElement)
     EXPECT_EQ(card.HueCount[0], 1);
     EXPECT_EQ(card.HueCount[256], 0);
 
+    // Memory follows the foreground, not the picture's area.
+    EXPECT_EQ(card.Pixels.capacity(), card.Pixels.size());
+
     EXPECT_EQ(progress.maximum, 4);
     EXPECT_EQ(progress.values, (std::vector<long>{0, 4})); // line 0, then the end
     EXPECT_EQ(progress.yields, 1);
@@ -155,6 +158,20 @@ TEST_F(DecodeFixture, EveryPaddingWidthGivesTheSameListAsTheImage)
         ASSERT_TRUE(decode(i, no).Ok);
         ExpectPixels(ws.Card(i).Pixels, ExpectedPixels(im, ws.Card(i)));
     }
+}
+
+TEST_F(DecodeFixture, APictureReadInSeveralChunksKeepsItsLineOrder)
+{
+    // 1.2 MB of lines: more than one read of about a megabyte, with a sparse foreground.
+    IndexedImage im = MakeImage(1500, 800, 4, 0);
+    for (int y = 0; y < im.height; ++y)
+        for (int x = y % 37; x < im.width; x += 97)
+            im.row(y)[x] = static_cast<Byte>(1 + (x + y) % 3);
+    const int i = add("chunks.bmp", im);
+    ASSERT_TRUE(decode(i).Ok);
+    const std::vector<CardPixel> &pixels = ws.Card(i).Pixels;
+    ExpectPixels(pixels, ExpectedPixels(im, ws.Card(i)));
+    EXPECT_LE(pixels.capacity(), pixels.size() * 3 / 2);
 }
 
 TEST_F(DecodeFixture, ShortTableAndBlankCard)

@@ -16,25 +16,10 @@ import struct
 import subprocess
 import sys
 import tempfile
-from decimal import Context, Decimal, ROUND_HALF_UP
+
+from textforms import Columns, f32, fixed
 
 PI = 4.0 * math.atan(1.0)
-
-
-def f32(x):
-    """Round a Double to the nearest Single."""
-    return struct.unpack('<f', struct.pack('<f', x))[0]
-
-
-def fixed(value, decimals, digits=15):
-    """Number form "0", "0.0", "0.00"...: the value is first taken as a decimal of `digits`
-    significant digits (15 for a Double, 7 for a Single), then rounded with ties away from zero."""
-    text = Decimal('%.*e' % (digits - 1, value))
-    out = text.quantize(Decimal(1).scaleb(-decimals), rounding=ROUND_HALF_UP,
-                        context=Context(prec=400))
-    if out == 0:
-        out = abs(out)
-    return format(out, 'f')
 
 
 def rgb_to_hue(red, green, blue):
@@ -267,108 +252,66 @@ def build_size_table(card, valid_areas, spread):
 # ---------------------------------------------------------------------------------------------
 # Scan log
 
-class ColumnWriter:
-    def __init__(self):
-        self.lines, self.current = [], ''
-
-    def text(self, s):
-        self.current += s
-
-    def number(self, n):
-        self.current += ('-' if n < 0 else ' ') + str(abs(n)) + ' '
-
-    def tab(self, n):
-        n = max(n, 1)
-        if len(self.current) + 1 > n:
-            self.end_line()
-        self.current += ' ' * (n - 1 - len(self.current))
-
-    def end_line(self):
-        self.lines.append(self.current)
-        self.current = ''
-
-    def dashes(self, n):
-        self.text('-' * n)
-        self.end_line()
-
-    def label(self, label, value):
-        self.text(label)
-        self.tab(29)
-        self.text(value)
-        self.end_line()
-
-    def right(self, value, column):
-        self.tab(column + 1 - len(value))
-        self.text(value)
-
-    def right_number(self, n, column):
-        self.tab(column - len(str(abs(n))))
-        self.number(n)
-
-    def data(self):
-        return ''.join(line + '\r\n' for line in self.lines).encode('cp1252')
-
-
 def scan_log(card, hue_low, hue_high, invert, metric):
-    out = ColumnWriter()
-    out.text('Velmara -- Orvinek Droplet Analysis Program')
-    out.end_line()
-    out.end_line()
-    out.text('File: ' + card.name)
-    out.end_line()
-    out.dashes(50)
-    out.end_line()
-    out.text('Scan Information:')
-    out.end_line()
-    out.dashes(17)
+    out = Columns()
+
+    def label(name, value):
+        out.text(name)
+        out.tab(29)
+        out.line(value)
+
+    out.line('Velmara -- Orvinek Droplet Analysis Program')
+    out.line()
+    out.line('File: ' + card.name)
+    out.line('-' * 50)
+    out.line()
+    out.line('Scan Information:')
+    out.line('-' * 17)
     out.text('Optical Resolution:')
     out.tab(28)
     out.number(card.dpi)
-    out.text('d.p.i.')
-    out.end_line()
-    out.label('Image Size:', fixed(card.width * card.mpp / 10000, 2) + '\u00d7'
-              + fixed(card.height * card.mpp / 10000, 2) + ' cm')
+    out.line('d.p.i.')
+    label('Image Size:', fixed(card.width * card.mpp / 10000, 2) + '\u00d7'
+          + fixed(card.height * card.mpp / 10000, 2) + ' cm')
     if invert:
         hues = '0 to %d and %d to 255' % (hue_low - 1, hue_high + 1)
     else:
         hues = '%d to %d' % (hue_low, hue_high)
-    out.label('Hue Range:', hues)
-    out.label('VMD:', fixed(card.vmd, 1) + ' \u00b5m' if card.size_table else '--- \u00b5m')
-    out.label('Drop Density:', fixed(card.drop_density, 2) + ' drops/cm\u00b2')
+    label('Hue Range:', hues)
+    label('VMD:', fixed(card.vmd, 1) + ' \u00b5m' if card.size_table else '--- \u00b5m')
+    label('Drop Density:', fixed(card.drop_density, 2) + ' drops/cm\u00b2')
     deposit = card.volume_density * (0.1 if metric else 1.368)
-    out.label('Volume:', fixed(card.volume_density, 2) + ' nL/cm\u00b2 = '
-              + fixed(deposit, 3) + (' L/ha' if metric else ' oz/ac'))
-    out.end_line()
-    out.text('Results:')
-    out.end_line()
-    out.dashes(8)
+    label('Volume:', fixed(card.volume_density, 2) + ' nL/cm\u00b2 = '
+          + fixed(deposit, 3) + (' L/ha' if metric else ' oz/ac'))
+    out.line()
+    out.line('Results:')
+    out.line('-' * 8)
     for word, column in (('Area', 3), ('Count', 12), ('Diameter', 22), ('Volume', 35),
                          ('Cumulative', 48), ('Drop Density', 62), ('Number', 79), ('Cumulative', 91)):
         out.tab(column)
         out.text(word)
-    out.end_line()
+    out.end()
     for word, column in (('(pixels)', 1), ('(\u00b5m)', 24), ('Fraction%', 34), ('V.F. (%)', 49),
                          ('(#/cm\u00b2)', 64), ('Fraction%', 78), ('N.F. (%)', 92)):
         out.tab(column)
         out.text(word)
-    out.end_line()
+    out.end()
     if card.size_table:
         for row in card.size_table:
             out.tab(3)
             out.number(row['area'])
-            out.right_number(row['count'], 15)
-            out.right(fixed(row['diameter'], 3, 7), 28)
-            out.right(fixed(f32(row['vf'] * 100), 2, 7), 40)
-            out.right(fixed(f32(row['cvf'] * 100), 2, 7), 55)
-            out.right(fixed(row['count'] / card.area_cm2, 3), 69)
-            out.right(fixed(f32(row['nf'] * 100), 2, 7), 84)
-            out.right(fixed(f32(row['cnf'] * 100), 2, 7), 98)
-            out.end_line()
+            out.number_ending(15, row['count'])
+            out.ending(28, fixed(row['diameter'], 3, 7))
+            out.ending(40, fixed(f32(row['vf'] * 100), 2, 7))
+            out.ending(55, fixed(f32(row['cvf'] * 100), 2, 7))
+            out.ending(69, fixed(row['count'] / card.area_cm2, 3))
+            out.ending(84, fixed(f32(row['nf'] * 100), 2, 7))
+            out.ending(98, fixed(f32(row['cnf'] * 100), 2, 7))
+            out.end()
     else:
-        out.end_line()
-        out.text('-' * 30 + ' NO DROPS FOUND ' + '-' * 30)
-        out.end_line()
-    out.end_line()
+        out.line()
+        out.line('-' * 30 + ' NO DROPS FOUND ' + '-' * 30)
+    out.line()
     return out.data()
 
 

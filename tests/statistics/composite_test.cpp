@@ -6,21 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
 using namespace velmara;
 using velmara::testing::AddCard;
 using velmara::testing::Figures;
-
-namespace {
-
-double NominalVolumeNl(int bin)
-{
-    const double r = ToSingle(bin / 20.0);
-    return (4.0 / 3.0 * (4.0 * std::atan(1.0))) * r * r * r / 1000000;
-}
-
-} // namespace
 
 TEST(CalcCompositeAll, TenthBinsRoundHalfToEvenAndMergeAcrossCards)
 {
@@ -34,7 +22,7 @@ TEST(CalcCompositeAll, TenthBinsRoundHalfToEvenAndMergeAcrossCards)
     for (size_t k = 1; k < rows.size(); ++k)
         EXPECT_EQ(std::pair(rows[k].Diameter, rows[k].Count), bins[k]) << k;
     EXPECT_NEAR(rows[1].Volume, 9.50776e-4, 1e-9); // sphere of diameter 12.2 in nanolitres
-    EXPECT_FLOAT_EQ(rows[3].Volume, ToSingle(NominalVolumeNl(128)));
+    EXPECT_FLOAT_EQ(rows[3].Volume, 1.09806622e-3f); // diameter 12.8
     EXPECT_EQ(ws.CompositeAll.MaxDiameter, 40.04f) << "the largest drop, not its bin";
     EXPECT_EQ(ws.CompositeAll.MinDiameter, static_cast<double>(12.2f));
     EXPECT_EQ(ws.CompositeAll.DropCount, 16);
@@ -89,7 +77,7 @@ TEST(CalcCompositeAll, FirstRowOverHalfIsInterpolatedFromZero)
     const int a = AddCard(ws, 1.0, {{20, 2, 1}});
     const int b = AddCard(ws, 1.0, {{20, 1, 1}});
     // Card totals equal to the nominal class volumes, so the single row holds exactly 1.
-    const double v = ToSingle(NominalVolumeNl(200));
+    const double v = ToSingle(4.1887902047863905e-3); // a sphere of diameter 20 in nanolitres
     ws.Card(a).TotalVolume = 2 * v;
     ws.Card(b).TotalVolume = v;
     CalcCompositeAll(ws);

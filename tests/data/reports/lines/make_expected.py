@@ -6,22 +6,11 @@ and review the difference of the expected files by eye.
 Usage: make_expected.py line_a.cards ...   (writes line_a.expected.txt and line_a.expected.csv)
 """
 import math
-import struct
+import os
 import sys
-from decimal import Decimal, ROUND_HALF_UP
 
-
-def f32(x):
-    return struct.unpack('<f', struct.pack('<f', x))[0]
-
-
-# ---- number forms -----------------------------------------------------------------------------
-def fixed(value, decimals, single):
-    text = ('%.6e' if single else '%.14e') % value  # 7 or 15 significant digits first
-    q = Decimal(text).quantize(Decimal(1).scaleb(-decimals), rounding=ROUND_HALF_UP)
-    if q == 0:
-        q = abs(q)
-    return format(q, 'f')
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), '..', '..', '..', 'reference'))
+from textforms import Columns, f32, fixed  # noqa: E402
 
 
 def general(value):
@@ -200,41 +189,6 @@ def stats(line):
 
 
 # ---- the file ---------------------------------------------------------------------------------
-class Columns:
-    def __init__(self):
-        self.out = []
-        self.col = 1
-
-    def text(self, s):
-        self.out.append(s)
-        self.col += len(s)
-
-    def tab(self, n):
-        n = max(n, 1)
-        if self.col > n:
-            self.end()
-        self.text(' ' * (n - self.col))
-
-    def at(self, n, s):
-        self.tab(n)
-        self.text(s)
-
-    def ending(self, c, s):
-        self.at(c + 1 - len(s), s)
-
-    def number_ending(self, c, v):
-        self.tab(c - len(str(abs(v))))
-        self.text((' ' if v >= 0 else '-') + str(abs(v)) + ' ')
-
-    def end(self):
-        self.out.append('\r\n')
-        self.col = 1
-
-    def line(self, s=''):
-        self.text(s)
-        self.end()
-
-
 def results_file(line, csv):
     S = stats(line)
     sp = line['spray']
@@ -253,7 +207,7 @@ def results_file(line, csv):
             w.line(value)
 
     def form(v, d, single=True):
-        return fixed(v, d, single)
+        return fixed(v, d, 7 if single else 15)
 
     w.line('Velmara -- Orvinek Droplet Analysis Program')
     w.line('Swath Deposit Analysis')
@@ -436,7 +390,7 @@ def results_file(line, csv):
             w.end()
     if csv:
         w.line()
-    return ''.join(w.out).encode('cp1252')
+    return w.data()
 
 
 if __name__ == '__main__':
