@@ -112,10 +112,13 @@ void BM_MouseUpRefresh(benchmark::State &state)
         FillLineStats(ws);
         RebuildSwathTables(ws);
         PainterChartCanvas canvas(image);
-        if (state.range(1) == 0)
+        if (state.range(1) == 0) {
+            ComputeLineScales(ws);
             benchmark::DoNotOptimize(DrawLineChart(canvas, ws));
-        else
+        } else {
+            PrepareSwathView(ws);
             benchmark::DoNotOptimize(DrawSwathView(canvas, ws));
+        }
     }
 }
 BENCHMARK(BM_MouseUpRefresh)->Args({100, 0})->Args({100, 1})->Args({1000, 0})->Args({1000, 1})

@@ -349,16 +349,17 @@ void Pages::page3()
     head(kReportPageTitles[2]);
     c.DrawWidth = 1;
 
-    auto axis = [&](Single M, Single T, double Y, bool wholeForm) {
+    auto axis = [&](Single M, Single T, double Y) {
+        const std::string pattern = TickPattern(T);
         ForSingle(0, M, T, [&](Single v) {
             const double y = Div(v, M) * H + Y;
-            middleAt(num(v, wholeForm ? "0" : "0.0#"), kRightLabelX, y);
+            middleAt(num(v, pattern.c_str()), kRightLabelX, y);
             c.LineBy(L + W, y, kTick, 0);
         });
     };
-    axis(M1, T1, Y3, IsWhole(T1));
-    axis(M2, T2, Y2, IsWhole(T2));
-    axis(M3, T3, Y1, T3 >= 1);
+    axis(M1, T1, Y3);
+    axis(M2, T2, Y2);
+    axis(M3, T3, Y1);
 
     // The running count starts past the cards so that with many cards the labels fall on every
     // E-th step counted from the line's left end.

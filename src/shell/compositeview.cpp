@@ -30,6 +30,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace velmara {
 
@@ -443,10 +444,13 @@ void CompositeView::DrawLineChart()
     if (!mOn)
         return;
     hideWidthButtons();
+    // The scales follow the positions, the line statistics and the unit: computed afresh before
+    // each drawing, which only reads.
+    ComputeLineScales(mWs);
     LineChartLayout layout;
     {
         PainterChartCanvas canvas(canvasImage());
-        layout = velmara::DrawLineChart(canvas, mWs);
+        layout = velmara::DrawLineChart(canvas, std::as_const(mWs));
         mChartScale = canvas.scale();
     }
     const int n = mWs.CardCount();
@@ -472,10 +476,11 @@ void CompositeView::DrawSwathView()
         hideCallouts();
         mWindow.setWindowTitle(kCompositeCaption);
     }
+    PrepareSwathView(mWs);
     SwathViewLayout layout;
     {
         PainterChartCanvas canvas(canvasImage());
-        layout = velmara::DrawSwathView(canvas, mWs);
+        layout = velmara::DrawSwathView(canvas, std::as_const(mWs));
     }
     if (layout.Drawn) {
         for (size_t w = 1; w < optSwathWidth.size() && w < layout.ButtonCentreX.size(); ++w) {
@@ -491,6 +496,22 @@ void CompositeView::DrawSwathView()
         mWindow.VolumeLabel->setText(layout.Volume);
     }
     commitImage();
+}
+
+void CompositeView::redrawAtNewSize()
+{
+    if (!mOn)
+        return;
+    if (swathTabShown()) {
+        DrawSwathView();
+        return;
+    }
+    // The callouts stand on the old scale.
+    if (CalloutsShown) {
+        hideCallouts();
+        mWindow.setWindowTitle(kCompositeCaption);
+    }
+    DrawLineChart();
 }
 
 // --- Callouts.
@@ -604,8 +625,8 @@ void CompositeView::ensureCardLabels(int count)
 bool CompositeView::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == mWindow.Picture1 && event->type() == QEvent::Resize) {
-        // A resize only repaints: the chart stays as drawn until the next drawing.
         mSurface->setGeometry(mWindow.Picture1->rect());
+        redrawAtNewSize();
     } else if (event->type() == QEvent::MouseMove) {
         const QVariant index = watched->property(kCardIndexProperty);
         if (index.isValid()) {

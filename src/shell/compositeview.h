@@ -95,6 +95,8 @@ private:
     bool openPositionDialog(CardPosMode mode);
     void placeLinesAndStatistics();
     void hideCallouts();
+    // The picture changed size: the tab on show is drawn again at once.
+    void redrawAtNewSize();
     void loadWidthButtons(int count);
     void unloadWidthButtons();
     void hideWidthButtons();

@@ -737,7 +737,7 @@ void MainWindow::UpdateHistogramLabels()
     ResultLabelY2->setText(t.y2);
     for (QLabel *l : {ResultLabelX1, ResultLabelX2, ResultLabelY1, ResultLabelY2})
         l->adjustSize();
-    const QRect pic = ResultPic->geometry();
+    const QRect pic = ResultPic->imageGeometry();
     const int areaWidth = ResultPic->parentWidget()->width();
     const int below = pic.bottom() + 2;
     ResultLabelX1->move(pic.left() - ResultLabelX1->width() / 2, below);
@@ -775,9 +775,10 @@ void MainWindow::placeSizeRangeLabel(double x)
 {
     SizeRangeLabel->adjustSize();
     const UserScale &s = ResultPic->scale();
-    const double pixelsPerUnit = ResultPic->width() / s.Width;
+    const double pixelsPerUnit = ResultPic->image().width() / s.Width;
     const double left = SizeRangeLabelLeft(x, SizeRangeLabel->width() / pixelsPerUnit, s.Width);
-    SizeRangeLabel->move(static_cast<int>(std::lround((left - s.Left) * pixelsPerUnit)), 1);
+    SizeRangeLabel->move(static_cast<int>(std::lround((left - s.Left) * pixelsPerUnit)) + PictureBox::kFrame,
+                         1 + PictureBox::kFrame);
     SizeRangeLabel->show();
     SizeRangeLabel->raise();
 }

@@ -32,7 +32,7 @@ int ShiftCode(Qt::KeyboardModifiers modifiers)
 PictureBox::PictureBox(int width, int height, const UserScale &scale, QWidget *parent)
     : QWidget(parent), mImage(width, height, QImage::Format_RGB32), mScale(scale)
 {
-    setFixedSize(width, height);
+    setFixedSize(width + 2 * kFrame, height + 2 * kFrame);
     mImage.fill(palette().color(QPalette::Window));
     setAttribute(Qt::WA_OpaquePaintEvent);
 }
@@ -63,31 +63,37 @@ void PictureBox::clear(QRgb colour)
 void PictureBox::paintEvent(QPaintEvent *)
 {
     QPainter p(this);
-    p.drawImage(0, 0, mImage);
-    // A hairline edge over the outermost pixels so that a box in the window colour still shows.
+    p.drawImage(kFrame, kFrame, mImage);
+    // A hairline edge so that a box in the window colour still shows; it lies around the drawing,
+    // never over it.
     p.setPen(palette().color(QPalette::Mid));
     p.drawRect(rect().adjusted(0, 0, -1, -1));
+}
+
+QPoint PictureBox::drawingPixel(QPointF pos)
+{
+    return pos.toPoint() - QPoint(kFrame, kFrame);
 }
 
 void PictureBox::mousePressEvent(QMouseEvent *event)
 {
     const QPointF pos = event->position();
     emit mousePressed(ButtonCode(event->button()), ShiftCode(event->modifiers()), userX(pos.x()),
-                      userY(pos.y()), pos.toPoint());
+                      userY(pos.y()), drawingPixel(pos));
 }
 
 void PictureBox::mouseMoveEvent(QMouseEvent *event)
 {
     const QPointF pos = event->position();
     emit mouseMoved(ButtonCode(event->buttons()), ShiftCode(event->modifiers()), userX(pos.x()),
-                    userY(pos.y()), pos.toPoint());
+                    userY(pos.y()), drawingPixel(pos));
 }
 
 void PictureBox::mouseReleaseEvent(QMouseEvent *event)
 {
     const QPointF pos = event->position();
     emit mouseReleased(ButtonCode(event->button()), ShiftCode(event->modifiers()), userX(pos.x()),
-                       userY(pos.y()), pos.toPoint());
+                       userY(pos.y()), drawingPixel(pos));
 }
 
 } // namespace velmara

@@ -112,4 +112,23 @@ double TickStep(Single max)
     return 2 * p;
 }
 
+int TickDecimals(double step)
+{
+    if (!(step > 0) || !std::isfinite(step))
+        return 0;
+    // A Single step such as 0.0025f lies a few parts in 10^8 off its decimal.
+    constexpr int kMost = 9;
+    double scaled = step;
+    for (int decimals = 0; decimals < kMost; ++decimals, scaled *= 10)
+        if (std::fabs(scaled - std::nearbyint(scaled)) <= 1e-5 * scaled)
+            return decimals;
+    return kMost;
+}
+
+std::string TickPattern(double step)
+{
+    const int decimals = TickDecimals(step);
+    return decimals == 0 ? std::string("0") : "0." + std::string(static_cast<size_t>(decimals), '0');
+}
+
 } // namespace velmara

@@ -4,6 +4,8 @@
 
 #include "core/workspace.h"
 
+#include <string>
+
 namespace velmara {
 
 // Shown when two cards share a position; the caller then opens the card position dialog.
@@ -36,5 +38,13 @@ void ComputeLineScales(Workspace &ws);
 // at or below max. For max at or below 0 (a band with nothing to label) or not a number it returns
 // 1, a step that keeps a chart drawable; report pages must not use that fallback as a divisor.
 double TickStep(Single max);
+
+// Decimals that labels at multiples of step need so that each reads its exact value: 0 for a
+// whole step, 1 for 0.5 or 2.5, 2 for 0.25, 4 for 0.0025. Steps of Single precision count as the
+// decimal they stand for. 0 for a step that is not a positive number.
+int TickDecimals(double step);
+
+// The number pattern of such labels: "0", "0.0", "0.00", ...
+std::string TickPattern(double step);
 
 } // namespace velmara

@@ -134,6 +134,23 @@ double ChartCanvas::fontTextHeightPixels(const QString &text, const ChartFont &f
     return h;
 }
 
+bool AxisLabelRow::place(const QString &text, double x)
+{
+    const double width = mCanvas.textWidthPixels(text);
+    const double from = mCanvas.toPixelX(x) - width / 2;
+    const double to = from + width;
+    if (!std::isfinite(from))
+        return false;
+    for (const auto &[a, b] : mTaken)
+        if (from < b + mGap && a < to + mGap)
+            return false;
+    mTaken.emplace_back(from, to);
+    mCanvas.CurrentX = x - mCanvas.textWidth(text) / 2;
+    mCanvas.CurrentY = mCanvas.scaleY(mDy);
+    mCanvas.print(text);
+    return true;
+}
+
 // --- Painter.
 
 PainterChartCanvas::PainterChartCanvas(QImage &image)

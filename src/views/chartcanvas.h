@@ -19,6 +19,7 @@
 #include <QString>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace velmara {
@@ -102,6 +103,26 @@ protected:
                            int angle) = 0;
 
     QPointF toPixels(double x, double y) const { return {toPixelX(x), toPixelY(y)}; }
+};
+
+// The labels under a horizontal axis, each centred on its x with its top a number of pixels below
+// y = 0. A label is printed only where it keeps clear of those already printed, so that
+// neighbours never run together; place the ones that matter most first.
+class AxisLabelRow
+{
+public:
+    explicit AxisLabelRow(ChartCanvas &canvas, double dyPixels, double gapPixels = 4)
+        : mCanvas(canvas), mDy(dyPixels), mGap(gapPixels)
+    {
+    }
+    // Prints text centred on x when it has room; returns whether it did.
+    bool place(const QString &text, double x);
+
+private:
+    ChartCanvas &mCanvas;
+    double mDy;
+    double mGap;
+    std::vector<std::pair<double, double>> mTaken; // pixel spans of the printed labels
 };
 
 class PainterChartCanvas : public ChartCanvas

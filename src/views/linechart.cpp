@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 namespace velmara {
 
@@ -35,7 +37,7 @@ bool bandHasTop(double top)
     return std::isfinite(top) && top > 0;
 }
 
-// Text centred on y, right edge dx pixels left of x (dx < 0: left edge -dx pixels right of x).
+// Text centred on y, its right edge 7 pixels left of x (leftOfX) or its left edge 7 pixels right.
 void printBeside(ChartCanvas &c, const QString &text, double x, double y, bool leftOfX)
 {
     c.CurrentX = leftOfX ? x - c.scaleX(7) - c.textWidth(text) : x + c.scaleX(7);
@@ -43,19 +45,82 @@ void printBeside(ChartCanvas &c, const QString &text, double x, double y, bool l
     c.print(text);
 }
 
-// One band's labels and ticks: v from 0 to top by the band's step.
-void drawBandAxis(ChartCanvas &c, double top, double base, double edge, bool left,
-                  const std::string &pattern)
+// One band's axis: labels from 0 to its top by the band's step, each with as many decimals as the
+// step needs.
+struct BandAxis
 {
-    const double step = TickStep(ToSingle(top));
-    for (long i = 0; i <= 100; ++i) {
-        const double v = step * static_cast<double>(i);
-        if (v > top)
-            break;
-        const double y = v / top + base;
-        printBeside(c, ChartText(v, pattern), edge, y, left);
-        c.drawLine(edge, y, edge + (left ? -c.scaleX(5) : c.scaleX(5)), y);
+    double Top = 0;
+    double Base = 0; // the band's bottom: 0, 1 or 2
+    bool Left = false;
+    QString Title;
+    std::vector<std::pair<double, QString>> Labels; // value, text
+
+    BandAxis(double top, double base, bool left, QString title)
+        : Top(top), Base(base), Left(left), Title(std::move(title))
+    {
+        if (!bandHasTop(top))
+            return;
+        const double step = TickStep(ToSingle(top));
+        const std::string pattern = TickPattern(step);
+        for (long i = 0; i <= 100; ++i) {
+            const double v = step * static_cast<double>(i);
+            if (v > top)
+                break;
+            Labels.emplace_back(v, ChartText(v, pattern));
+        }
     }
+
+    double widestLabelPixels(const ChartCanvas &c) const
+    {
+        double widest = 0;
+        for (const auto &label : Labels)
+            widest = std::max(widest, c.textWidthPixels(label.second));
+        return widest;
+    }
+
+    void draw(ChartCanvas &c, double edge) const
+    {
+        for (const auto &[v, text] : Labels) {
+            const double y = v / Top + Base;
+            printBeside(c, text, edge, y, Left);
+            c.drawLine(edge, y, edge + (Left ? -c.scaleX(5) : c.scaleX(5)), y);
+        }
+    }
+};
+
+const ChartFont kTitleFont{QStringLiteral("Arial"), 12, true};
+const ChartFont kLabelFont{QStringLiteral("MS Sans Serif"), 8, false};
+constexpr double kTitleGap = 4;  // pixels between a title and its labels
+constexpr double kEdgeGap = 2;   // pixels between a title and the picture's edge
+
+// Pixels a side needs for its labels (7 pixels off the line) and the titles beside them.
+double sideNeed(ChartCanvas &c, const std::vector<const BandAxis *> &axes)
+{
+    double need = 0;
+    for (const BandAxis *axis : axes)
+        need = std::max(need, 7 + axis->widestLabelPixels(c) + kTitleGap
+                                  + c.fontTextHeightPixels(axis->Title, kTitleFont) + kEdgeGap);
+    return need;
+}
+
+// A band title turned along the picture's edge, beside its band's labels: on the left it reads
+// upward, on the right downward. Centred on its band, and made smaller (down to 7 points) where
+// it would run out of the room the band has along the edge (halfRoom user units either way).
+void drawTitle(ChartCanvas &c, const BandAxis &axis, double lineEdge, double halfRoom)
+{
+    ChartFont font = kTitleFont;
+    const double pixelsPerUnit = std::abs(c.lengthToPixelsY(1));
+    while (font.Size > 7 && c.fontTextWidthPixels(axis.Title, font) > 2 * halfRoom * pixelsPerUnit)
+        font.Size -= 1;
+    const double thickness = c.fontTextHeightPixels(axis.Title, font);
+    const double labels = axis.widestLabelPixels(c) + 7;
+    const double edgePx = c.toPixelX(lineEdge);
+    double x = axis.Left ? edgePx - labels - kTitleGap - thickness : edgePx + labels + kTitleGap + thickness;
+    x = axis.Left ? std::max(x, kEdgeGap) : std::min(x, c.pixelWidth() - kEdgeGap);
+    const double along = -c.scaleY(c.fontTextWidthPixels(axis.Title, font)); // upward user length
+    const double centre = axis.Base + 0.5;
+    c.printRotated(axis.Title, font, axis.Left ? 90 : 270, c.toUserX(x),
+                   axis.Left ? centre - along / 2 : centre + along / 2);
 }
 
 } // namespace
@@ -91,14 +156,13 @@ QSize MarkerSize(double pitchPixels)
     return {static_cast<int>(w), static_cast<int>(std::nearbyint(1.25 * w))};
 }
 
-LineChartLayout DrawLineChart(ChartCanvas &c, Workspace &ws)
+LineChartLayout DrawLineChart(ChartCanvas &c, const Workspace &ws)
 {
     LineChartLayout layout;
     const int n = ws.CardCount();
     if (n < 1)
         return layout;
 
-    ComputeLineScales(ws);
     const double left = ws.LineLeft;
     const double right = ws.LineRight;
     double R = static_cast<double>(right) - left;
@@ -108,6 +172,12 @@ LineChartLayout DrawLineChart(ChartCanvas &c, Workspace &ws)
         R = 1;
     const std::optional<Single> typedInterval = TryTextToSingle(ws.Spray.Sample_Interval);
     const double interval = typedInterval ? static_cast<double>(*typedInterval) : 0.0;
+    const double maxVmd = ws.LineMaxVmd, maxDensity = ws.LineMaxDensity, maxDeposit = ws.LineMaxDeposit;
+    const QString depositUnit = QString::fromStdString(ws.DepositUnit[static_cast<size_t>(ws.UnitIndex())]);
+    const BandAxis vmdAxis(maxVmd, 2, true, QStringLiteral("VMD (") + QChar(0x00B5) + QStringLiteral("m)"));
+    const BandAxis densityAxis(maxDensity, 1, false,
+                               QStringLiteral("Drop Density (drops/cm") + QChar(0x00B2) + QLatin1Char(')'));
+    const BandAxis depositAxis(maxDeposit, 0, true, QStringLiteral("Vol. Density (") + depositUnit + QLatin1Char(')'));
 
     c.BackColor = kChartWhite;
     c.cls();
@@ -115,7 +185,20 @@ LineChartLayout DrawLineChart(ChartCanvas &c, Workspace &ws)
     c.ForeColor = kChartBlack;
     c.DrawStyle = ChartCanvas::Style::Solid;
     c.FillShapes = false;
-    c.setScaleTo(left - R / 10, R * 1.2, 3.15, -3.7);
+    c.Font = kLabelFont;
+    // A tenth of the line's length on either side, widened where the labels and titles of a side
+    // need more (up to a quarter of the picture each).
+    const double width = c.pixelWidth();
+    const double usual = width / 12;
+    const double most = std::max(usual, width / 4);
+    const double leftMargin = std::clamp(sideNeed(c, {&vmdAxis, &depositAxis}), usual, most);
+    const double rightMargin = std::clamp(sideNeed(c, {&densityAxis}), usual, most);
+    if (leftMargin == usual && rightMargin == usual) {
+        c.setScaleTo(left - R / 10, R * 1.2, 3.15, -3.7);
+    } else {
+        const double unitsPerPixel = R / (width - leftMargin - rightMargin);
+        c.setScaleTo(left - leftMargin * unitsPerPixel, width * unitsPerPixel, 3.15, -3.7);
+    }
 
     // Markers under the line, and a pale line up through the bands at each card.
     const QSize marker = MarkerSize(c.lengthToPixelsX(R / n));
@@ -137,29 +220,17 @@ LineChartLayout DrawLineChart(ChartCanvas &c, Workspace &ws)
     c.drawLine(left, 1, right, 1);
     c.drawLine(left, 2, right, 2);
 
-    const double maxVmd = ws.LineMaxVmd, maxDensity = ws.LineMaxDensity, maxDeposit = ws.LineMaxDeposit;
-    if (bandHasTop(maxVmd)) {
-        const double step = TickStep(ToSingle(maxVmd));
-        drawBandAxis(c, maxVmd, 2, left, true, step == std::floor(step) ? "0" : "0.0#");
-    }
-    if (bandHasTop(maxDensity)) {
-        const double step = TickStep(ToSingle(maxDensity));
-        drawBandAxis(c, maxDensity, 1, right, false, step == std::floor(step) ? "0" : "0.0");
-    }
-    if (bandHasTop(maxDeposit)) {
-        const double step = TickStep(ToSingle(maxDeposit));
-        drawBandAxis(c, maxDeposit, 0, left, true, step >= 1 ? "0" : "0.0");
-    }
+    vmdAxis.draw(c, left);
+    densityAxis.draw(c, right);
+    depositAxis.draw(c, left);
 
     // Positions below, thinned to every k-th interval on a long line. The place advances in
     // Single as the typed interval does, so the last label stops where the line's own arithmetic
     // stops.
     const std::string pattern = PositionPattern(ws);
+    AxisLabelRow positions(c, 7);
     auto positionLabel = [&](double x) {
-        const QString text = ChartText(x, pattern);
-        c.CurrentX = x - c.textWidth(text) / 2;
-        c.CurrentY = c.scaleY(7);
-        c.print(text);
+        positions.place(ChartText(x, pattern), x);
         c.drawLine(x, 0, x, c.scaleY(5));
     };
     if (interval > 0 && std::isfinite(interval)) {
@@ -184,18 +255,12 @@ LineChartLayout DrawLineChart(ChartCanvas &c, Workspace &ws)
     c.DrawWidth = 2;
     c.drawLine(0, 0, 0, 3, kChartBlack);
 
-    // Band titles, each on the side away from its band's labels.
-    const ChartFont title{QStringLiteral("Arial"), 12, true};
-    auto titleAt = [&](const QString &text, int angle, double x, double centreY) {
-        const double along = -c.scaleY(c.fontTextWidthPixels(text, title)); // upward user length
-        const double y = angle == 90 ? centreY - along / 2 : centreY + along / 2;
-        c.printRotated(text, title, angle, x, y);
-    };
-    const UserScale &s = c.scale();
-    titleAt(QStringLiteral("Drop Density"), 90, s.Left + c.scaleX(15), 1.5);
-    titleAt(QStringLiteral("VMD"), 270, s.Left + s.Width - c.scaleX(15), 2.5);
-    titleAt(QStringLiteral("Vol. Density"), 270, s.Left + s.Width - c.scaleX(15), 0.5);
-    c.Font = ChartFont{QStringLiteral("MS Sans Serif"), 8, false};
+    // Band titles with their units, each beside its own labels; the left pair shares the edge, so
+    // each keeps to its band and half of the middle one.
+    drawTitle(c, vmdAxis, left, 0.65); // the picture ends 0.15 above the band
+    drawTitle(c, depositAxis, left, 1.0);
+    drawTitle(c, densityAxis, right, 1.65);
+    c.Font = kLabelFont;
 
     const double factor = ws.DepositFactor[static_cast<size_t>(ws.UnitIndex())];
 

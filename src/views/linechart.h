@@ -50,9 +50,11 @@ double BandFraction(double value, double top);
 // a pitch that leaves nothing (about 170 cards on 700 pixels) gives 3 by 4 pixels.
 QSize MarkerSize(double pitchPixels);
 
-// Draws the chart (ComputeLineScales first, so ws's line scales are refreshed) and returns where
-// the card markers go. Needs at least one card. Never draws a coordinate that is not a number: a
-// line of no length, an interval of 0 and empty bands each have a drawing of their own.
-LineChartLayout DrawLineChart(ChartCanvas &canvas, Workspace &ws);
+// Draws the chart from ws's line scales (ComputeLineScales must have run since the positions,
+// the line statistics or the unit last changed) and returns where the card markers go. Needs at
+// least one card. Never draws a coordinate that is not a number: a line of no length, an interval
+// of 0 and empty bands each have a drawing of their own. The band labels take as many decimals as
+// their step needs; a band's title carries its unit and stands beside the band's labels.
+LineChartLayout DrawLineChart(ChartCanvas &canvas, const Workspace &ws);
 
 } // namespace velmara

@@ -16,6 +16,11 @@ namespace {
 // block would take gigabytes, and its chart could not show it anyway.
 constexpr double kMaxProfileLength = 2.0e7;
 
+int currentSet(const Workspace &ws)
+{
+    return ws.CurrentSwathSet == 2 ? 2 : 1;
+}
+
 bool setUsable(const Workspace &ws, const SwathSet &set)
 {
     const Long n = ws.CardCount();
@@ -115,18 +120,33 @@ bool RebuildSwathTables(Workspace &ws)
     }
 }
 
-SwathViewLayout DrawSwathView(ChartCanvas &c, Workspace &ws)
+void PrepareSwathView(Workspace &ws)
+{
+    if (ws.CardCount() < 3)
+        return;
+    const int setIndex = currentSet(ws);
+    if (!setUsable(ws, ws.SwathSets[static_cast<size_t>(setIndex)]))
+        RebuildSwathTables(ws);
+    SwathSet &S = ws.SwathSets[static_cast<size_t>(setIndex)];
+    if (profileLength(ws, S) <= kMaxProfileLength) {
+        BuildOverlapProfile(ws, setIndex);
+    } else {
+        S.Profile.Redim(0, -1);
+        S.ProfileMax = 0;
+        S.Passes = 5;
+    }
+}
+
+SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
 {
     SwathViewLayout out;
     const int n = ws.CardCount();
     c.BackColor = kChartWhite;
     c.cls();
-    if (n < 3)
+    const int setIndex = currentSet(ws);
+    const SwathSet &S = ws.SwathSets[static_cast<size_t>(setIndex)];
+    if (n < 3 || !setUsable(ws, S))
         return out;
-    const int setIndex = ws.CurrentSwathSet == 2 ? 2 : 1;
-    if (!setUsable(ws, ws.SwathSets[static_cast<size_t>(setIndex)]))
-        RebuildSwathTables(ws);
-    SwathSet &S = ws.SwathSets[static_cast<size_t>(setIndex)];
     const int m = n - 2;
     const double U = SwathUnitFactor(ws, setIndex);
     const double F = SwathShownRateFactor(ws, setIndex);
@@ -152,12 +172,13 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, Workspace &ws)
     const std::string widthPattern = EndsInZero(ws.Spray.Sample_Interval) ? "0" : "0.0";
     const int k = n > 20 ? n / 10 : 1;
     out.ButtonCentreX.assign(static_cast<size_t>(n), 0.0);
+    AxisLabelRow widths(c, 7);
     for (int w = 1; w <= n - 1; ++w) {
         const double x = w - 1;
         out.ButtonCentreX[static_cast<size_t>(w)] = c.toPixelX(x);
         if ((w - 1) % k == 0) {
             tickDown(c, x);
-            labelUnder(c, ChartText(static_cast<double>(ToSingle(interval * w)), widthPattern), x, 7);
+            widths.place(ChartText(static_cast<double>(ToSingle(interval * w)), widthPattern), x);
         }
         const double cov = S.Stats[static_cast<size_t>(w)].Cov;
         c.drawCircle(x, (std::isfinite(cov) ? cov : 0.0) / cTop, 2);
@@ -171,13 +192,6 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, Workspace &ws)
     c.FillShapes = false;
 
     // --- Profile chart: x in card intervals from position 0.
-    if (profileLength(ws, S) <= kMaxProfileLength) {
-        BuildOverlapProfile(ws, setIndex);
-    } else {
-        S.Profile.Redim(0, -1);
-        S.ProfileMax = 0;
-        S.Passes = 5;
-    }
     const std::string posPattern = PositionPattern(ws);
     const std::optional<Single> typedFirst = TryTextToSingle(ws.Spray.Sample_Position1);
     double frac = 0;
@@ -188,40 +202,43 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, Workspace &ws)
     }
     const double a = S.Profile.Empty() ? S.First() : S.Profile.Lower;
     const double b = S.Profile.Empty() ? S.First() + n - 1 : S.Profile.Upper();
+    const double width = S.Width;
+    const double passes = S.Passes;
+    const double blockEnd = width * passes;
+    // The box holds the profile and the whole block: a line starting half an interval short of a
+    // card place ends its profile half an interval before the block does.
     double L = frac + a;
     if (L > 0)
         L = 0;
-    double D = frac + b - L;
+    double D = std::max(frac + b, blockEnd) - L;
     if (!(D > 0))
         D = 1;
     c.setScaleTo(L - D / 10, D * 1.2, 1.25, -2.5);
     const double T = ProfileAxisTop(U * S.ProfileMax * F);
-    const double width = S.Width;
-    const double passes = S.Passes;
 
-    c.fillBoxUser(0, 0, width * passes, 1, 0xffffffdc);
+    c.fillBoxUser(0, 0, blockEnd, 1, 0xffffffdc);
     const double mean = S.Stats[static_cast<size_t>(S.Width)].Mean;
     c.DrawStyle = ChartCanvas::Style::Dotted;
     c.drawLine(L, U * mean * F / T, L + D, U * mean * F / T, kChartRed);
     c.DrawStyle = ChartCanvas::Style::Solid;
+    // A line at every pass; labels where they have room, the block's two ends first, then the
+    // passes between, then the ends of the box where they lie well beyond the block.
     for (Long p = 0; p < S.Passes; ++p) {
         const double x = static_cast<double>(p) * width;
         c.drawLine(x, 1, x, c.scaleY(5), kChartBlack);
-        labelUnder(c, ChartText(static_cast<double>(ToSingle(interval * x)), posPattern), x, 7);
     }
-    tickDown(c, passes * width);
-    labelUnder(c, ChartText(static_cast<double>(ToSingle(interval * passes * width)), posPattern), passes * width, 7);
+    tickDown(c, blockEnd);
+    AxisLabelRow positions(c, 7);
+    auto position = [&](double x) { return ChartText(static_cast<double>(ToSingle(interval * x)), posPattern); };
+    positions.place(position(0), 0);
+    positions.place(position(blockEnd), blockEnd);
+    for (Long p = 1; p < S.Passes; ++p)
+        positions.place(position(static_cast<double>(p) * width), static_cast<double>(p) * width);
     rightEndLabel(c, ChartText(T, "0.0"), L + D, 1);
-    if (c.lengthToPixelsX(L) <= -20) {
+    if (c.lengthToPixelsX(L) <= -20 && positions.place(position(L), L))
         tickDown(c, L);
-        labelUnder(c, ChartText(static_cast<double>(ToSingle(L * interval)), posPattern), L, 7);
-    }
-    // The right end is labelled where it lies beyond the block; where the two coincide the block's
-    // own label already stands there, and printing it twice would smear it.
-    if (c.lengthToPixelsX(D - width * passes) > 30 && L + D != passes * width) {
+    if (c.lengthToPixelsX(L + D - blockEnd) > 30 && positions.place(position(L + D), L + D))
         tickDown(c, L + D);
-        labelUnder(c, ChartText(static_cast<double>(ToSingle((L + D) * interval)), posPattern), L + D, 7);
-    }
 
     c.DrawWidth = 3;
     std::vector<QPointF> curve;
@@ -239,7 +256,8 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, Workspace &ws)
     c.drawBox(L, 0, L + D, 1, kChartBlack);
 
     c.Font = ChartFont{QStringLiteral("MS Sans Serif"), 10, true};
-    titleOver(c, QStringLiteral("Deposit Profile  (") + QString::number(S.Passes) + QStringLiteral(" passes)"), L, D);
+    const QString profileTitle = setIndex == 1 ? QStringLiteral("Deposit Profile  (") : QStringLiteral("Drop Density Profile  (");
+    titleOver(c, profileTitle + QString::number(S.Passes) + QStringLiteral(" passes)"), L, D);
     c.Font = ChartFont{QStringLiteral("MS Sans Serif"), 8, false};
     const QString blockTitle = QStringLiteral("Position Across Block (") + lengthUnit + QLatin1Char(')');
     labelUnder(c, blockTitle, L + D / 2, 10 + c.textHeightPixels(blockTitle));

@@ -1,7 +1,7 @@
 #pragma once
 // The swath analysis view: below, the COV of every swath width as dots, with a width button under
-// each; above, the deposit profile of a block of passes at the chosen width with the line as
-// measured. It draws the set that the graph mode selects (CurrentSwathSet) and says where the
+// each; above, the deposit (or drop density) profile of a block of passes at the chosen width with
+// the line as measured. It draws the set that the graph mode selects (CurrentSwathSet) and says where the
 // width buttons stand and what the labels beside the size graph read.
 
 #include "core/workspace.h"
@@ -39,8 +39,14 @@ double ProfileAxisTop(double shownProfileMax);
 // 0, and an unchosen Width becomes n - 1. Returns false in that case.
 bool RebuildSwathTables(Workspace &ws);
 
-// Draws the view of the current set (BuildOverlapProfile first) on canvas; a set whose tables
-// are missing is rebuilt as RebuildSwathTables does.
-SwathViewLayout DrawSwathView(ChartCanvas &canvas, Workspace &ws);
+// What the view of the current set draws from: its tables (rebuilt as RebuildSwathTables does
+// when missing) and its overlap profile. Run it before each drawing; nothing with fewer than 3
+// cards.
+void PrepareSwathView(Workspace &ws);
+
+// Draws the view of the current set, as PrepareSwathView left it, on canvas; with fewer than 3
+// cards or without prepared tables only clears it. The profile box holds the whole block, and the
+// labels under it never run together.
+SwathViewLayout DrawSwathView(ChartCanvas &canvas, const Workspace &ws);
 
 } // namespace velmara

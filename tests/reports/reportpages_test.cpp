@@ -219,6 +219,22 @@ TEST(ReportPositionAxisTest, ManyCardsLabelEverySecondStepCountedPastTheCards)
     EXPECT_EQ(TextsAtTop(c, 1.375), (std::vector<std::string>{"0.0", "5.0", "10.0", "15.0", "20.0", "25.0", "30.0"}));
 }
 
+// A deposit band topped at 1.1 L/ha steps by 0.25: its labels read 0.00, 0.25 ... as on screen.
+TEST_F(ReportPagesTest, CompositePageLabelsCarryTheDecimalsOfTheirStep)
+{
+    const double factor = ws.DepositFactor[static_cast<size_t>(ws.UnitIndex())];
+    for (int i = 1; i <= ws.CardCount(); ++i)
+        ws.Card(i).Stats.VolumeDensity = 1.0 / factor;
+    FillLineStats(ws);
+    RecordingReportCanvas c = Preview();
+    ASSERT_TRUE(Draw(ws, c, false, 3).result.Ok);
+    std::vector<std::string> deposit;
+    for (const Call *t : TextsAtLeft(c, 7.625))
+        if (t->y1 < 4)
+            deposit.push_back(t->text);
+    EXPECT_EQ(deposit, (std::vector<std::string>{"0.00", "0.25", "0.50", "0.75", "1.00"}));
+}
+
 TEST_F(ReportPagesTest, CompositePageLinesAndPens)
 {
     ws.Card(2).Scanned = false;

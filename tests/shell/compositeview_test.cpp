@@ -281,11 +281,23 @@ TEST_F(CompositeTest, UnscannedCardsKeysAndResize)
     EXPECT_EQ(tabs().size(), 2);
     EXPECT_FALSE(ws.Card(2).Scanned);
 
-    const QImage drawn = view->picture().copy();
-    window->resize(900, 700);
+    // A larger window: the chart is drawn again at once at the new size, on either tab.
+    const int oldWidth = view->picture().width();
+    window->resize(1200, 860);
     QApplication::processEvents();
-    EXPECT_EQ(view->picture(), drawn); // repaint only
+    ASSERT_GT(window->Picture1->width(), oldWidth);
+    EXPECT_EQ(view->picture().size(), window->Picture1->size());
     EXPECT_EQ(view->surface()->size(), window->Picture1->size());
+    const QImage shown = view->surface()->grab().toImage();
+    int blackBeyond = 0;
+    for (int x = oldWidth; x < shown.width(); ++x)
+        for (int y = 0; y < shown.height(); ++y)
+            blackBeyond += (shown.pixel(x, y) & 0xffffff) == 0;
+    EXPECT_GT(blackBeyond, 20) << "the chart keeps its old size";
+    window->ImageStrip->setCurrentIndex(1);
+    window->resize(1024, 768);
+    QApplication::processEvents();
+    EXPECT_EQ(view->picture().size(), window->Picture1->size());
 
     // Ctrl+C leaves again.
     key(Qt::Key_C, Qt::ControlModifier);

@@ -351,8 +351,8 @@ TEST_F(WindowTest, HistogramClicksSetTheEndsOfTheHueRange)
     window->btnScanColour_Click();
     PictureBox *histogram = window->HistogramPic;
     ASSERT_TRUE(histogram->isEnabled());
-    // The scale runs from -1 across 256 units over 260 pixels.
-    auto pixelOf = [&](double hue) { return static_cast<int>((hue + 1.0) * 260.0 / 256.0 + 0.5); };
+    // The scale runs from -1 across 256 units over 260 pixels, inside the frame.
+    auto pixelOf = [&](double hue) { return static_cast<int>((hue + 1.0) * 260.0 / 256.0 + 0.5) + PictureBox::kFrame; };
 
     QTest::mouseClick(histogram, Qt::LeftButton, Qt::NoModifier, QPoint(pixelOf(100), 50));
     EXPECT_EQ(window->Slider1->value(), 100);

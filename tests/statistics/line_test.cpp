@@ -7,18 +7,26 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 using namespace velmara;
 using velmara::testing::AddCard;
 using velmara::testing::FailureText;
 
-TEST(TickStep, StepsOfTheWorkedExamples)
+TEST(TickStep, StepsOfTheWorkedExamplesAndTheDecimalsOfTheirLabels)
 {
     // At 1000 the quotient of logarithms falls just short of 3: p is 100 and m is 10. Nothing to
-    // label gives 1.
-    const std::pair<Single, double> cases[] = {{149, 25}, {150, 50}, {300, 100}, {600, 200}, {0.07f, 0.02},
-                                               {1000, 200}, {1, 0.25}, {0, 1}, {-3, 1}};
-    for (const auto &[max, step] : cases)
+    // label gives 1. Labels carry the decimals of the step, also when it went through a Single.
+    const std::tuple<Single, double, const char *> cases[] = {
+        {149, 25, "0"},      {150, 50, "0"},          {300, 100, "0"},       {600, 200, "0"},
+        {0.07f, 0.02, "0.00"}, {1000, 200, "0"},      {1, 0.25, "0.00"},     {0, 1, "0"},
+        {-3, 1, "0"},        {12, 2.5, "0.0"},        {2.2f, 0.5, "0.0"},    {0.0145f, 0.0025, "0.0000"},
+        {1.1e-6f, 2.5e-7, "0.00000000"}};
+    for (const auto &[max, step, pattern] : cases) {
         EXPECT_DOUBLE_EQ(TickStep(max), step) << max;
+        EXPECT_EQ(TickPattern(TickStep(max)), pattern) << max;
+        EXPECT_EQ(TickPattern(ToSingle(TickStep(max))), pattern) << max;
+    }
 }
 
 TEST(TextToSingle, ReadsTypedNumbers)

@@ -23,7 +23,7 @@ TEST(Callouts, AboveUpToTheMiddleOfTheBandBelowBeyondItAndTheirTexts)
 {
     Workspace ws = MakeLine(3, "0", "10");
     RecordingChartCanvas c(700, 450);
-    DrawLineChart(c, ws);
+    DrawLine(c, ws);
     // Card 1: VMD exactly half its band, density just above half, deposit at 0.
     ws.LineStats[1].Vmd = ws.LineMaxVmd / 2.0;
     ws.LineStats[1].DropDensity = ws.LineMaxDensity * 0.51;
@@ -77,7 +77,7 @@ TEST(Callouts, NoneForCardsNotScannedOrOutsideTheList)
 {
     Workspace ws = MakeLine(3, "0", "10", {2});
     RecordingChartCanvas c(700, 450);
-    DrawLineChart(c, ws);
+    DrawLine(c, ws);
     EXPECT_FALSE(PlaceCallouts(ws, 2, c.scale(), {700, 450}, fixedLabel));
     EXPECT_FALSE(PlaceCallouts(ws, 4, c.scale(), {700, 450}, fixedLabel));
     // No stain anywhere: the values sit at the band bottoms, nothing is NaN.

@@ -1,12 +1,14 @@
 #pragma once
 // A sampling line for the chart tests: scanned cards of two rows each, placed, with their line
-// statistics and composite, as entering the composite view leaves them.
+// statistics, scales and composite, as entering the composite view leaves them.
 
 #include "statistics/cardmaker.h"
 #include "statistics/composite.h"
 #include "statistics/line.h"
 #include "statistics/range.h"
 #include "views/chartcanvas.h"
+#include "views/linechart.h"
+#include "views/swathview.h"
 
 #include <cmath>
 #include <string>
@@ -34,7 +36,21 @@ inline Workspace MakeLine(int n, const std::string &first = "-50", const std::st
     AssignCardPositions(ws);
     ResetLineStats(ws);
     FillLineStats(ws);
+    ComputeLineScales(ws);
     return ws;
+}
+
+// The composite view's steps before each drawing, then the drawing.
+inline LineChartLayout DrawLine(ChartCanvas &c, Workspace &ws)
+{
+    ComputeLineScales(ws);
+    return DrawLineChart(c, ws);
+}
+
+inline SwathViewLayout DrawSwath(ChartCanvas &c, Workspace &ws)
+{
+    PrepareSwathView(ws);
+    return DrawSwathView(c, ws);
 }
 
 inline bool AllFinite(const RecordingChartCanvas &c)

@@ -47,7 +47,7 @@ TEST(LineChartAxes, PositionLabelsTakeTheTypedFormAndThinOutBeyond25Intervals)
     };
     const std::vector<Case> cases = {
         {3, "-50", "10", 6, {"-50", "-40", "-30"}, "0"},
-        {3, "-50", "2.5", 0, {"-50.0", "-47.5", "-45.0"}, ""},
+        {3, "-50", "2.5", 0, {"-50.0", "-45.0", "-40.0"}, ""}, // "-47.5" would touch its neighbours
         {3, "5", "10", 3, {"0.0", "10.0", "20.0"}, "20.0"}, // right of zero: from 0, short of 25
         {26, "0", "10", 26, {"0", "10"}, "250"},           // 25 intervals: every one
         {27, "0", "10", 14, {"0", "20"}, "260"},           // 26 intervals: every second
@@ -57,7 +57,7 @@ TEST(LineChartAxes, PositionLabelsTakeTheTypedFormAndThinOutBeyond25Intervals)
         SCOPED_TRACE(k.first + " / " + k.interval + " x " + std::to_string(k.cards));
         Workspace ws = MakeLine(k.cards, k.first, k.interval);
         RecordingChartCanvas c(kWidth, kHeight);
-        DrawLineChart(c, ws);
+        DrawLine(c, ws);
         EXPECT_TRUE(AllFinite(c));
         const auto labels = positionLabels(c);
         if (k.count) {
@@ -74,39 +74,90 @@ TEST(LineChartAxes, PositionLabelsTakeTheTypedFormAndThinOutBeyond25Intervals)
     EXPECT_EQ(PositionPattern(MakeLine(2, "-45", "10")), "0.0");
 }
 
-TEST(LineChartAxes, FrameZeroLineBandLabelsAndTitles)
+TEST(LineChartAxes, FrameAndZeroLine)
 {
     Workspace ws = MakeLine(3, "5", "10");
     RecordingChartCanvas c(kWidth, kHeight);
-    DrawLineChart(c, ws);
+    DrawLine(c, ws);
     EXPECT_EQ(ws.LineLeft, 0);
     EXPECT_EQ(ws.LineRight, 25);
     // The zero line (pen 2) is the left side of the frame, a tenth of the line in.
     const auto zero = linesOf(c, kChartBlack, 2);
     ASSERT_EQ(zero.size(), 1u);
     EXPECT_DOUBLE_EQ(zero[0]->points[0].x(), kWidth / 12.0);
+}
 
-    // VMD band: top 1.1 * 230 = 253, step 50, right-aligned 7 pixels left of the line.
-    const auto *v100 = c.findText("100");
-    ASSERT_NE(v100, nullptr);
-    EXPECT_NEAR(v100->points[0].x() + 3 * RecordingChartCanvas::charWidthPixels(8), c.toPixelX(ws.LineLeft) - 7, 1e-9);
-    EXPECT_NEAR(v100->points[0].y() + 6.5, c.toPixelY(100.0 / ws.LineMaxVmd + 2), 1e-9);
-    // Density band on the right: top 1.1 * 2 = 2.2, step 0.5 in the "0.0" form.
-    EXPECT_EQ(ws.LineMaxDensity, ToSingle(2.0 * 1.1));
-    const auto *d = c.findText("1.5");
-    ASSERT_NE(d, nullptr);
-    EXPECT_NEAR(d->points[0].x(), c.toPixelX(ws.LineRight) + 7, 1e-9);
-    EXPECT_EQ(c.findText("2.5"), nullptr);
+// Band labels carry as many decimals as their step, and each band's title its unit, turned along
+// the edge of its own labels, centred on its band and clear of the labels and the picture's edge.
+TEST(LineChartAxes, BandLabelsAndTitles)
+{
+    struct Band
+    {
+        Single Workspace::*top;
+        double base;
+        bool left;
+        QString title;
+    };
+    const Band vmd{&Workspace::LineMaxVmd, 2, true, QString("VMD (") + QChar(0x00B5) + "m)"};
+    const Band density{&Workspace::LineMaxDensity, 1, false, QString("Drop Density (drops/cm") + QChar(0x00B2) + ")"};
+    const Band deposit{&Workspace::LineMaxDeposit, 0, true, "Vol. Density (L/ha)"};
+    struct Case
+    {
+        const Band *band;
+        Single top;
+        std::vector<QString> labels;
+    };
+    const std::vector<Case> cases = {
+        {&vmd, 253, {"0", "50", "100", "150", "200", "250"}},
+        {&vmd, 1.1f, {"0.00", "0.25", "0.50", "0.75", "1.00"}},
+        {&density, 1.1f, {"0.00", "0.25", "0.50", "0.75", "1.00"}},
+        {&density, 2.2f, {"0.0", "0.5", "1.0", "1.5", "2.0"}},
+        {&deposit, 0.0145f, {"0.0000", "0.0025", "0.0050", "0.0075", "0.0100", "0.0125"}},
+        {&deposit, 12, {"0.0", "2.5", "5.0", "7.5", "10.0"}},
+        {&deposit, 0.07f, {"0.00", "0.02", "0.04", "0.06"}},
+    };
+    const double charWidth = RecordingChartCanvas::charWidthPixels(8);
+    for (const Case &k : cases) {
+        SCOPED_TRACE(k.band->title.toStdString() + " " + std::to_string(k.top));
+        Workspace ws = MakeLine(3, "0", "10");
+        ws.*(k.band->top) = k.top;
+        RecordingChartCanvas c(kWidth, kHeight);
+        DrawLineChart(c, ws);
+        const double edge = c.toPixelX(k.band->left ? ws.LineLeft : ws.LineRight);
+        std::vector<QString> labels;
+        double outer = edge; // the labels' edge away from the line
+        for (const auto *t : c.of(Op::Text)) {
+            const double middle = t->points[0].y() + 6.5;
+            const bool inBand = middle <= c.toPixelY(k.band->base) + 1e-9 && middle >= c.toPixelY(k.band->base + 1) - 1e-9;
+            const bool onSide = k.band->left ? t->points[0].x() < edge : t->points[0].x() > edge;
+            if (t->angle != 0 || !inBand || !onSide)
+                continue;
+            labels.push_back(t->text);
+            outer = k.band->left ? std::min(outer, t->points[0].x()) : std::max(outer, t->points[0].x() + charWidth * t->text.size());
+        }
+        EXPECT_EQ(labels, k.labels);
 
-    // Titles turned and centred on their bands: reading upward the text starts below the middle.
-    const auto *density = c.findText("Drop Density");
-    const auto *vmd = c.findText("VMD");
-    ASSERT_TRUE(density && vmd);
-    EXPECT_EQ(density->angle, 90);
-    EXPECT_EQ(vmd->angle, 270);
-    EXPECT_NEAR(vmd->points[0].x(), kWidth - 15, 1e-9);
-    EXPECT_NEAR(density->points[0].y(), c.toPixelY(1.5) + 12 * RecordingChartCanvas::charWidthPixels(12) / 2, 1e-9);
-    EXPECT_NEAR(vmd->points[0].y(), c.toPixelY(2.5) - 3 * RecordingChartCanvas::charWidthPixels(12) / 2, 1e-9);
+        const auto *title = c.findText(k.band->title);
+        ASSERT_NE(title, nullptr);
+        EXPECT_EQ(title->angle, k.band->left ? 90 : 270);
+        const double along = RecordingChartCanvas::charWidthPixels(title->font.Size) * title->text.size();
+        const double thickness = RecordingChartCanvas::lineHeightPixels(title->font.Size);
+        const double start = title->points[0].y();
+        EXPECT_NEAR(k.band->left ? start - along / 2 : start + along / 2, c.toPixelY(k.band->base + 0.5), 1e-9);
+        const double x = title->points[0].x();
+        if (k.band->left) {
+            EXPECT_GE(x, 0);
+            EXPECT_LE(x + thickness, outer);
+        } else {
+            EXPECT_LE(x, kWidth);
+            EXPECT_GE(x - thickness, outer);
+        }
+    }
+    Workspace imperial = MakeLine(3, "0", "10");
+    imperial.Metric = false;
+    RecordingChartCanvas c(kWidth, kHeight);
+    DrawLine(c, imperial);
+    EXPECT_NE(c.findText("Vol. Density (oz/ac)"), nullptr);
 }
 
 TEST(LineChartMarkers, SizeFollowsThePitchOfTheCards)
@@ -117,7 +168,7 @@ TEST(LineChartMarkers, SizeFollowsThePitchOfTheCards)
 
     Workspace ws = MakeLine(26, "0", "10", {4});
     RecordingChartCanvas c(kWidth, kHeight);
-    const LineChartLayout layout = DrawLineChart(c, ws);
+    const LineChartLayout layout = DrawLine(c, ws);
     ASSERT_EQ(layout.Markers.size(), 27u);
     const QRect m = layout.Markers[4].Rect;
     EXPECT_FALSE(layout.Markers[4].Scanned);
@@ -138,7 +189,7 @@ TEST(LineChartValues, RangeValuesInGreyAndRedWithWholeCardBandTops)
     CalcCompositeRange(ws);
     FillLineStats(ws);
     RecordingChartCanvas c(kWidth, kHeight);
-    DrawLineChart(c, ws);
+    DrawLine(c, ws);
 
     // The density top still covers card 3's own 2 drops/cm² (1 small and 3 large on 2 cm²).
     EXPECT_EQ(ws.LineMaxDensity, ToSingle(2.0 * 1.1));
@@ -162,13 +213,13 @@ TEST(LineChartValues, RangeValuesInGreyAndRedWithWholeCardBandTops)
     // Unscanned cards are bridged; a single scanned card draws no line.
     Workspace gap = MakeLine(4, "0", "10", {2, 3});
     RecordingChartCanvas cg(kWidth, kHeight);
-    DrawLineChart(cg, gap);
+    DrawLine(cg, gap);
     const auto bridge = linesOf(cg, kLineGrey, 3);
     ASSERT_EQ(bridge.size(), 3u);
     EXPECT_NEAR(bridge[0]->points[1].x(), cg.toPixelX(30), 1e-9);
     Workspace single = MakeLine(3, "0", "10", {1, 3});
     RecordingChartCanvas cs(kWidth, kHeight);
-    DrawLineChart(cs, single);
+    DrawLine(cs, single);
     EXPECT_TRUE(linesOf(cs, kLineGrey, 3).empty());
 }
 
@@ -187,7 +238,7 @@ TEST(LineChartBadInput, NothingToLabelNoLengthAndOddTexts)
         ResetLineStats(ws);
         FillLineStats(ws);
         RecordingChartCanvas c(kWidth, kHeight);
-        DrawLineChart(c, ws);
+        DrawLine(c, ws);
         EXPECT_TRUE(AllFinite(c));
         EXPECT_EQ(c.findText("0.0"), nullptr); // no band labels
         const auto grey = linesOf(c, kLineGrey, 3);
@@ -199,7 +250,7 @@ TEST(LineChartBadInput, NothingToLabelNoLengthAndOddTexts)
     {
         Workspace ws = MakeLine(2, "0", "0");
         RecordingChartCanvas c(kWidth, kHeight);
-        const LineChartLayout layout = DrawLineChart(c, ws);
+        const LineChartLayout layout = DrawLine(c, ws);
         EXPECT_TRUE(AllFinite(c));
         EXPECT_EQ(positionLabels(c), (std::vector<QString>{"0"}));
         EXPECT_EQ(layout.Markers[1].Rect, layout.Markers[2].Rect);
@@ -214,7 +265,7 @@ TEST(LineChartBadInput, NothingToLabelNoLengthAndOddTexts)
         } catch (const Failure &) {
         }
         RecordingChartCanvas c(kWidth, kHeight);
-        DrawLineChart(c, ws);
+        DrawLine(c, ws);
         EXPECT_TRUE(AllFinite(c)) << first << " " << interval;
         EXPECT_LE(ws.LineRight, 0.0f + (first == "abc" ? 40 : 0));
     }

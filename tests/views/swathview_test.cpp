@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 using namespace velmara;
 using namespace velmara::testing;
 using Op = RecordingChartCanvas::Op;
@@ -42,7 +44,7 @@ TEST(SwathCovChart, AxisTopIsAtLeastOneAndRoundsUp)
         Workspace ws = uniformLine(6);
         ws.SwathSets[1].MaxCov = maxCov;
         RecordingChartCanvas c(700, 450);
-        DrawSwathView(c, ws);
+        DrawSwath(c, ws);
         // The top's value stands at the right end of the box; the 30 percent line below it.
         ASSERT_NE(c.findText(label), nullptr) << label.toStdString();
         const auto red = c.of(Op::Line);
@@ -56,7 +58,7 @@ TEST(SwathCovChart, EveryWidthHasADotAndAButtonLabelsThinOutAbove20Cards)
 {
     Workspace ws = uniformLine(21);
     RecordingChartCanvas c(700, 450);
-    const SwathViewLayout layout = DrawSwathView(c, ws);
+    const SwathViewLayout layout = DrawSwath(c, ws);
     EXPECT_EQ(c.of(Op::Circle).size(), 20u);
     ASSERT_EQ(layout.ButtonCentreX.size(), 21u);
     // k = 2: widths 1, 3, ... 19 labelled, in distance.
@@ -74,7 +76,7 @@ TEST(SwathCovChart, WidthLabelsTakeTheFormOfTheIntervalAndTheUnit)
     Workspace ws = uniformLine(4, "0", "2.5");
     ws.Metric = false;
     RecordingChartCanvas c(700, 450);
-    DrawSwathView(c, ws);
+    DrawSwath(c, ws);
     std::vector<QString> widths; // texts 7 pixels under the COV box
     for (const auto *t : c.of(Op::Text))
         if (std::abs(t->points[0].y() - (4.4 * 450 / 5 + 7)) < 1e-9)
@@ -89,7 +91,7 @@ TEST(SwathProfile, LeftEndOfALineLeftOfZero)
     ws.SwathSets[1].Width = 3;
     {
         RecordingChartCanvas c(700, 450);
-        DrawSwathView(c, ws);
+        DrawSwath(c, ws);
         // The box reaches left of the block: five intervals of 26.5 pixels, labelled at -50.
         EXPECT_EQ(textsCalled(c, "-50"), 1);
         const auto *label = c.findText("-50");
@@ -99,13 +101,13 @@ TEST(SwathProfile, LeftEndOfALineLeftOfZero)
     {
         // On a picture 100 pixels wide five intervals measure less than 20 pixels: no label.
         RecordingChartCanvas c(100, 450);
-        DrawSwathView(c, ws);
+        DrawSwath(c, ws);
         EXPECT_EQ(textsCalled(c, "-50"), 0);
     }
     // A first card at 0: the block starts at the left end, and only the first pass says "0".
     Workspace zero = uniformLine(10, "0", "10");
     RecordingChartCanvas c(700, 450);
-    DrawSwathView(c, zero);
+    DrawSwath(c, zero);
     EXPECT_EQ(textsCalled(c, "0"), 1);
 }
 
@@ -114,7 +116,7 @@ TEST(SwathProfile, CurvesAndBlockInOrder)
     Workspace ws = uniformLine(10, "-45", "10"); // First -4, frac -0.5
     ws.SwathSets[1].Width = 3;
     RecordingChartCanvas c(700, 450);
-    DrawSwathView(c, ws);
+    DrawSwath(c, ws);
     const auto polylines = c.of(Op::Polyline);
     ASSERT_EQ(polylines.size(), 2u);
     EXPECT_EQ(polylines[1]->colour, kChartRed); // the line as measured, after the block
@@ -130,6 +132,58 @@ TEST(SwathProfile, CurvesAndBlockInOrder)
     EXPECT_NEAR(boxes[1]->points[1].x(), c.toPixelX(15), 1e-9);
 }
 
+// Whatever the line and the picture, the labels under the profile never run together and the
+// block of passes stays inside the box; the two ends of the block keep their labels.
+TEST(SwathProfile, LabelsApartAndTheBlockInsideTheBox)
+{
+    struct Case
+    {
+        int cards;
+        std::string first, interval;
+        int width; // chosen swath width, 0 for the program's choice
+        int pixels;
+        QString blockEnd;
+    };
+    const std::vector<Case> cases = {
+        {5, "-45", "10", 3, 700, "150.0"}, // the profile ends half an interval before the block
+        {30, "0", "10", 22, 700, "1100"},
+        {30, "5", "10", 22, 330, "1100.0"},
+        {30, "0", "10", 1, 700, "290"},    // 29 passes of one interval each
+        {10, "-50", "10", 3, 160, "150"},
+        {12, "-45.5", "2.5", 0, 500, ""},
+    };
+    const double charWidth = RecordingChartCanvas::charWidthPixels(8);
+    for (const Case &k : cases) {
+        SCOPED_TRACE(std::to_string(k.cards) + " from " + k.first + " by " + k.interval + " at "
+                     + std::to_string(k.pixels));
+        Workspace ws = uniformLine(k.cards, k.first, k.interval);
+        if (k.width)
+            ws.SwathSets[1].Width = k.width;
+        RecordingChartCanvas c(k.pixels, 450);
+        ASSERT_TRUE(DrawSwath(c, ws).Drawn);
+        EXPECT_TRUE(AllFinite(c));
+
+        std::vector<std::pair<double, double>> spans;
+        for (const auto *t : c.of(Op::Text))
+            if (std::abs(t->points[0].y() - (c.toPixelY(0) + 7)) < 1e-9)
+                spans.emplace_back(t->points[0].x(), t->points[0].x() + charWidth * t->text.size());
+        std::sort(spans.begin(), spans.end());
+        ASSERT_GE(spans.size(), 2u);
+        for (size_t i = 1; i < spans.size(); ++i)
+            EXPECT_GT(spans[i].first, spans[i - 1].second) << "labels " << i - 1 << " and " << i << " touch";
+        if (!k.blockEnd.isEmpty()) {
+            EXPECT_NE(c.findText(k.blockEnd), nullptr);
+        }
+
+        const auto boxes = c.of(Op::Box);
+        const auto block = std::find_if(boxes.begin(), boxes.end(), [](const auto *b) { return b->fill == 0xffffffdcu; });
+        ASSERT_NE(block, boxes.end());
+        const auto *frame = boxes.back();
+        EXPECT_GE(std::min((*block)->points[0].x(), (*block)->points[1].x()), std::min(frame->points[0].x(), frame->points[1].x()) - 1e-9);
+        EXPECT_LE(std::max((*block)->points[0].x(), (*block)->points[1].x()), std::max(frame->points[0].x(), frame->points[1].x()) + 1e-9);
+    }
+}
+
 TEST(SwathLabels, MeanConstantWithASwathFallingWithout)
 {
     Workspace ws = uniformLine(10);
@@ -139,7 +193,7 @@ TEST(SwathLabels, MeanConstantWithASwathFallingWithout)
         ws.Spray.AC_Swath = swath;
         ws.SwathSets[1].Width = w;
         RecordingChartCanvas c(700, 450);
-        EXPECT_EQ(DrawSwathView(c, ws).Drop, mean) << swath << " / " << w;
+        EXPECT_EQ(DrawSwath(c, ws).Drop, mean) << swath << " / " << w;
     }
 }
 
@@ -149,18 +203,21 @@ TEST(SwathLabels, SetsAndTheirUnits)
     ws.SwathSets[1].Width = 2;
     ws.SwathSets[2].Width = 3;
     RecordingChartCanvas c(700, 450);
-    SwathViewLayout layout = DrawSwathView(c, ws);
+    SwathViewLayout layout = DrawSwath(c, ws);
+    EXPECT_NE(c.findText("Deposit Profile  (5 passes)"), nullptr);
     EXPECT_EQ(layout.Vmd, "0.00");
     EXPECT_EQ(layout.Volume, "0.40 / 0.40"); // 0.1 * 4 in each of two bins
     ws.CurrentSwathSet = 2;
-    layout = DrawSwathView(c, ws);
+    c.calls.clear();
+    layout = DrawSwath(c, ws);
+    EXPECT_NE(c.findText("Drop Density Profile  (5 passes)"), nullptr); // titled for what it draws
     // Drop density: no unit factor; width 3 folds cards 1 and 4 into one bin.
     EXPECT_EQ(layout.Drop, QString("6.67 drops/cm ") + QChar(0x00B2));
     EXPECT_EQ(layout.Volume, "10.00 / 5.00");
     EXPECT_EQ(layout.Vmd, FixedText(ws.SwathSets[2].Stats[3].Cov, 2));
     ws.Metric = false;
     ws.CurrentSwathSet = 1;
-    layout = DrawSwathView(c, ws);
+    layout = DrawSwath(c, ws);
     EXPECT_EQ(layout.Volume, "5.47 / 5.47"); // 1.368 * 4
 }
 
@@ -170,21 +227,21 @@ TEST(SwathBadInput, NoIntervalFewCardsManyCards)
         Workspace ws = MakeLine(3, "0", "0");
         EXPECT_FALSE(RebuildSwathTables(ws));
         RecordingChartCanvas c(700, 450);
-        const SwathViewLayout layout = DrawSwathView(c, ws);
+        const SwathViewLayout layout = DrawSwath(c, ws);
         EXPECT_TRUE(layout.Drawn);
         EXPECT_TRUE(AllFinite(c));
     }
     {
         Workspace ws = MakeLine(2);
         RecordingChartCanvas c(700, 450);
-        EXPECT_FALSE(DrawSwathView(c, ws).Drawn);
+        EXPECT_FALSE(DrawSwath(c, ws).Drawn);
         EXPECT_EQ(c.calls.size(), 1u); // the clear alone
     }
     {
         Workspace ws = MakeLine(1000, "-100", "1");
         ASSERT_TRUE(RebuildSwathTables(ws));
         RecordingChartCanvas c(700, 450);
-        EXPECT_EQ(DrawSwathView(c, ws).ButtonCentreX.size(), 1000u);
+        EXPECT_EQ(DrawSwath(c, ws).ButtonCentreX.size(), 1000u);
         EXPECT_EQ(c.of(Op::Circle).size(), 999u);
         EXPECT_TRUE(AllFinite(c));
     }
@@ -192,7 +249,7 @@ TEST(SwathBadInput, NoIntervalFewCardsManyCards)
     for (const auto &[n, first] : std::vector<std::pair<int, std::string>>{{5, "-45"}, {4, "-1000000000"}}) {
         Workspace ws = MakeLine(n, first, n == 5 ? "10" : "1");
         RecordingChartCanvas c(700, 450);
-        EXPECT_TRUE(DrawSwathView(c, ws).Drawn) << first;
+        EXPECT_TRUE(DrawSwath(c, ws).Drawn) << first;
         EXPECT_TRUE(AllFinite(c)) << first;
     }
 }

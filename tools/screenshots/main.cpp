@@ -22,6 +22,8 @@ using namespace velmara;
 // The composite view's states, on a line of their own (compositeshots.cpp).
 bool SaveCompositeShots(const QDir &out, int width, int height);
 bool SaveDialogShots(const QDir &out);
+// The graphs and charts at their edge cases (chartshots.cpp).
+bool SaveChartShots(const QDir &out, int width, int height);
 
 namespace {
 
@@ -92,6 +94,7 @@ int main(int argc, char **argv)
     QTest::mouseClick(graph, Qt::RightButton, Qt::NoModifier, QPoint(180, 30));
     ok &= save(window, out, "7-range-selected");
     ok &= SaveCompositeShots(out, width, height);
+    ok &= SaveChartShots(out, width, height);
     ok &= SaveDialogShots(out);
     return ok ? 0 : 1;
 }
