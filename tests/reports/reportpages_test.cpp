@@ -391,6 +391,14 @@ TEST_F(ReportPagesTest, PagesThatCannotBeDrawnSayWhyAndTheJobGoesOn)
             EXPECT_NE(c.findText(kReportPageTitles[page - 1]), nullptr) << k.name;
         }
     }
+
+    // Only a target that cannot convert its lengths ends the call, with the box.
+    RecordingReportCanvas broken = Preview();
+    broken.failConversions("Printer error");
+    const DrawRun run = Draw(ws, broken, false, 1);
+    EXPECT_EQ(run.result.Error, "Printer error");
+    EXPECT_EQ(run.messages, std::vector<std::string>{"There was an error:\r\r     Printer error"});
+    EXPECT_EQ(broken.count(Op::Text), 0);
 }
 
 TEST_F(ReportPagesTest, NotePageHoldsTheHeadTheEmptyFramesAndTheReasonOnly)
