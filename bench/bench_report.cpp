@@ -50,6 +50,7 @@ void BM_PreviewPage(benchmark::State &state)
 {
     const int page = static_cast<int>(state.range(0));
     auto ws = MakeBenchLine(100, 100, true);
+    PrepareReport(*ws);
     QImage image(425, 550, QImage::Format_RGB32);
     QPainterReportCanvas canvas(image);
     for (auto _ : state) {

@@ -10,6 +10,7 @@
 #include "statistics/composite.h"
 #include "statistics/line.h"
 #include "statistics/range.h"
+#include "statistics/samplingline.h"
 #include "statistics/swath.h"
 
 #include <cstdio>
@@ -111,14 +112,10 @@ std::string defaultResultsPath(const Workspace &ws, bool csv)
     return (first.parent_path() / (csv ? "results.csv" : "results.txt")).string();
 }
 
-int runLine(const Options &o)
+// The sampling texts as typed; else the stored ones; else the card position dialog's defaults.
+void setLineTexts(const Options &o, Session &session)
 {
-    Session session(o);
-    std::string error;
-    if (!session.prepare(error))
-        return fail(error, kExitUsage);
     Workspace &ws = session.workspace();
-    // The two texts as typed; else the stored ones; else the card position dialog's defaults.
     ws.Spray.Sample_Position1 = o.position1 ? *o.position1
         : session.storedPosition1.empty()   ? std::string("-50")
                                             : session.storedPosition1;
@@ -129,118 +126,130 @@ int runLine(const Options &o)
         ws.RangeLow = o.range->first;
         ws.RangeHigh = o.range->second;
     }
+}
 
-    if (!session.loadInput(error))
-        return fail(error);
-    session.scanAll();
-    session.removeClips();
-    if (session.scannedCount() < 2) {
-        if (!o.json)
-            std::cout << CardSummary(ws);
-        return fail("a sampling line needs at least two analysed cards; " + std::to_string(session.scannedCount())
-                    + (session.scannedCount() == 1 ? " was" : " were") + " analysed");
-    }
+// The composite view, entered as the desktop program enters it; without its dialogs a problem
+// with the positions ends the run. Empty when the line stands, else the reason.
+std::string prepareLine(Workspace &ws)
+{
+    std::string reason;
+    PrepareSamplingLine(ws, [&](LineProblem problem, const std::string &detail) {
+        switch (problem) {
+        case LineProblem::PositionsNotNumbers:
+            reason = "the card positions cannot be computed from position1 '" + ws.Spray.Sample_Position1
+                     + "' and interval '" + ws.Spray.Sample_Interval + "': " + detail;
+            break;
+        case LineProblem::SamePositions:
+            reason = std::string(kSamePositionMessage) + " Check --position1 and --interval (interval '"
+                     + ws.Spray.Sample_Interval + "').";
+            break;
+        case LineProblem::NoSwathGrid:
+            reason = "the swath analysis cannot place the line from position1 '" + ws.Spray.Sample_Position1
+                     + "' and interval '" + ws.Spray.Sample_Interval + "': " + detail;
+            break;
+        }
+        return false;
+    });
+    return reason;
+}
 
-    // The composite view, entered as the desktop program enters it.
-    ws.CompositeCheck = true;
-    CalcCompositeAll(ws);
-    try {
-        AssignCardPositions(ws);
-    } catch (const Failure &f) {
-        return fail("the card positions cannot be computed from position1 '" + ws.Spray.Sample_Position1
-                    + "' and interval '" + ws.Spray.Sample_Interval + "': " + f.what());
-    }
-    if (HasEqualPositions(ws))
-        return fail(std::string(kSamePositionMessage) + " Check --position1 and --interval (interval '"
-                    + ws.Spray.Sample_Interval + "').");
-    if (RangeSelected(ws))
-        CalcCompositeRange(ws);
-    ResetLineStats(ws);
-    FillLineStats(ws);
-    ComputeLineScales(ws);
-    ws.SwathSets[1].Width = 0;
-    ws.SwathSets[2].Width = 0;
-    BuildSwathTables(ws);
-
-    const std::string outPath = o.outFile.empty() ? defaultResultsPath(ws, o.csv) : o.outFile;
-    const ResultsFileResult written = WriteResultsFile(ws, outPath, o.csv ? ResultsFormat::Csv : ResultsFormat::Text);
-    int status = kExitOk;
+struct LineFiles
+{
+    std::string resultsPath;
+    bool resultsWritten = false;
     std::vector<std::string> logsAppended;
+    bool reportWritten = false;
+};
+
+// The results file, then the size-range records of the scan logs. False when either failed.
+bool writeResults(const Options &o, Session &session, LineFiles &files)
+{
+    Workspace &ws = session.workspace();
+    files.resultsPath = o.outFile.empty() ? defaultResultsPath(ws, o.csv) : o.outFile;
+    const ResultsFileResult written =
+        WriteResultsFile(ws, files.resultsPath, o.csv ? ResultsFormat::Csv : ResultsFormat::Text);
+    files.resultsWritten = written.Ok;
     if (!written.Ok) {
         session.tell(OneLine(written.Message));
-        status = kExitNothing;
-    } else {
-        const SizeRangeLogsResult logs = AppendSizeRangeRecords(ws);
-        logsAppended = logs.Paths;
-        if (!logs.Ok) {
-            session.tell(OneLine(logs.Message));
-            status = kExitNothing;
-        }
+        return false;
     }
+    const SizeRangeLogsResult logs = AppendSizeRangeRecords(ws);
+    files.logsAppended = logs.Paths;
+    if (!logs.Ok) {
+        session.tell(OneLine(logs.Message));
+        return false;
+    }
+    return true;
+}
 
-    std::string reportNote;
-    if (!o.reportFile.empty()) {
 #ifdef VELMARA_CLI_PDF
-        if (status == kExitOk) {
-            // Qt starts only for the report, and without a display unless one is asked for.
-            if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
-                qputenv("QT_QPA_PLATFORM", "offscreen");
-            int qtArgc = 1;
-            char programName[] = "velmara-cli";
-            char *qtArgv[] = {programName, nullptr};
-            // Qt's notes about the session (no runtime folder, no display hints) are not the
-            // user's business in a batch run; real errors still come through.
-            qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
-                if (type == QtCriticalMsg || type == QtFatalMsg)
-                    std::fprintf(stderr, "velmara-cli: %s\n", qPrintable(text));
-            });
-            QGuiApplication app(qtArgc, qtArgv);
-            std::string reportError;
-            if (!WritePdfReport(ws, o.reportFile, reportError)) {
-                session.tell("the report was not written: " + OneLine(reportError));
-                status = kExitNothing;
-            }
-        }
-#else
-        session.tell("this build has no PDF report (built without Qt)");
-        status = kExitNothing;
+// The PDF report; false when it could not be written. A page that cannot be drawn (a line of two
+// cards has no swath analysis) is told, and the report is written with a note in its place.
+bool writeReport(const Options &o, Session &session, LineFiles &files)
+{
+    // Qt starts only for the report, and without a display unless one is asked for.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    int qtArgc = 1;
+    char programName[] = "velmara-cli";
+    char *qtArgv[] = {programName, nullptr};
+    // Qt's notes about the session (no runtime folder, no display hints) are not the user's
+    // business in a batch run; real errors still come through.
+    qInstallMessageHandler([](QtMsgType type, const QMessageLogContext &, const QString &text) {
+        if (type == QtCriticalMsg || type == QtFatalMsg)
+            std::fprintf(stderr, "velmara-cli: %s\n", qPrintable(text));
+    });
+    QGuiApplication app(qtArgc, qtArgv);
+    std::string reportError;
+    std::vector<PageNote> notes;
+    if (!WritePdfReport(session.workspace(), o.reportFile, reportError, &notes)) {
+        session.tell("the report was not written: " + OneLine(reportError));
+        return false;
+    }
+    for (const PageNote &note : notes)
+        session.tell("report page " + std::to_string(note.Page) + ": " + note.Reason);
+    files.reportWritten = true;
+    return true;
+}
 #endif
-    }
 
-    if (o.json) {
-        JsonWriter json;
-        json.beginObject();
-        WriteCardsJson(json, ws, session.refusals(), true);
-        json.field("Metric", ws.Metric);
-        json.field("Sample_Position1", ws.Spray.Sample_Position1);
-        json.field("Sample_Interval", ws.Spray.Sample_Interval);
-        json.fieldSingle("RangeLow", ws.RangeLow);
-        json.fieldSingle("RangeHigh", ws.RangeHigh);
-        json.field("RangeSelected", RangeSelected(ws));
-        json.fieldSingle("MaxVmdOfCards", ws.MaxVmdOfCards);
-        json.key("CompositeAll");
-        WriteSizeStatsJson(json, ws.CompositeAll);
-        json.key("CompositeRange");
-        if (RangeSelected(ws))
-            WriteSizeStatsJson(json, ws.CompositeRange);
-        else
-            json.null();
-        writeSwathJson(json, ws);
-        json.key("ResultsFile");
-        json.beginObject();
-        json.field("Path", outPath);
-        json.field("Format", o.csv ? "csv" : "txt");
-        json.endObject();
-        json.key("LogsAppended");
-        json.beginArray();
-        for (const std::string &p : logsAppended)
-            json.value(p);
-        json.endArray();
-        json.endObject();
-        std::cout << json.text() << "\n";
-        return status;
-    }
+void printLineJson(const Options &o, Session &session, const LineFiles &files)
+{
+    const Workspace &ws = session.workspace();
+    JsonWriter json;
+    json.beginObject();
+    WriteCardsJson(json, ws, session.refusals(), true);
+    json.field("Metric", ws.Metric);
+    json.field("Sample_Position1", ws.Spray.Sample_Position1);
+    json.field("Sample_Interval", ws.Spray.Sample_Interval);
+    json.fieldSingle("RangeLow", ws.RangeLow);
+    json.fieldSingle("RangeHigh", ws.RangeHigh);
+    json.field("RangeSelected", RangeSelected(ws));
+    json.fieldSingle("MaxVmdOfCards", ws.MaxVmdOfCards);
+    json.key("CompositeAll");
+    WriteSizeStatsJson(json, ws.CompositeAll);
+    json.key("CompositeRange");
+    if (RangeSelected(ws))
+        WriteSizeStatsJson(json, ws.CompositeRange);
+    else
+        json.null();
+    writeSwathJson(json, ws);
+    json.key("ResultsFile");
+    json.beginObject();
+    json.field("Path", files.resultsPath);
+    json.field("Format", o.csv ? "csv" : "txt");
+    json.endObject();
+    json.key("LogsAppended");
+    json.beginArray();
+    for (const std::string &p : files.logsAppended)
+        json.value(p);
+    json.endArray();
+    json.endObject();
+    std::cout << json.text() << "\n";
+}
 
+void printLineSummary(const Workspace &ws, const LineFiles &files)
+{
     const int u = ws.UnitIndex();
     const SizeStats &shown = RangeSelected(ws) ? ws.CompositeRange : ws.CompositeAll;
     std::cout << CardSummary(ws) << "\n";
@@ -263,13 +272,54 @@ int runLine(const Options &o)
                       << FormatNumber(set.Stats[set.Width].Cov * 100.0, "0.0") << "%\n";
         }
     }
-    if (written.Ok)
-        std::cout << "Results file:       " << outPath << "\n";
-    if (!logsAppended.empty())
-        std::cout << "Size-range records: " << logsAppended.size() << " scan logs\n";
-    if (!o.reportFile.empty() && status == kExitOk)
-        std::cout << "Report:             " << o.reportFile << "\n";
-    return status;
+    if (files.resultsWritten)
+        std::cout << "Results file:       " << files.resultsPath << "\n";
+    if (!files.logsAppended.empty())
+        std::cout << "Size-range records: " << files.logsAppended.size() << " scan logs\n";
+}
+
+int runLine(const Options &o)
+{
+    Session session(o);
+    std::string error;
+    if (!session.prepare(error))
+        return fail(error, kExitUsage);
+    setLineTexts(o, session);
+    if (!session.loadInput(error))
+        return fail(error);
+    session.scanAll();
+    session.removeClips();
+    Workspace &ws = session.workspace();
+    if (session.scannedCount() < 2) {
+        if (!o.json)
+            std::cout << CardSummary(ws);
+        return fail("a sampling line needs at least two analysed cards; " + std::to_string(session.scannedCount())
+                    + (session.scannedCount() == 1 ? " was" : " were") + " analysed");
+    }
+    const std::string lineProblem = prepareLine(ws);
+    if (!lineProblem.empty())
+        return fail(lineProblem);
+
+    LineFiles files;
+    bool ok = writeResults(o, session, files);
+    if (!o.reportFile.empty()) {
+#ifdef VELMARA_CLI_PDF
+        // The report only of a line whose results stand.
+        ok = ok && writeReport(o, session, files);
+#else
+        session.tell("this build has no PDF report (built without Qt)");
+        ok = false;
+#endif
+    }
+
+    if (o.json) {
+        printLineJson(o, session, files);
+    } else {
+        printLineSummary(ws, files);
+        if (files.reportWritten && ok)
+            std::cout << "Report:             " << o.reportFile << "\n";
+    }
+    return ok ? kExitOk : kExitNothing;
 }
 
 // The cut alone: the clips stay, and their names are printed.

@@ -116,6 +116,8 @@ public:
     // Device pixels per physical inch, for conversions to points. Throws Failure when unknown.
     virtual double deviceDpi() const = 0;
 
+    const TextMeasure &textMeasure() const { return mMeasure; }
+
 protected:
     explicit ReportCanvas(const TextMeasure &measure) : mMeasure(measure) {}
 

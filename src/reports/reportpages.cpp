@@ -7,7 +7,9 @@
 #include "statistics/textvalue.h"
 
 #include <cmath>
+#include <exception>
 #include <new>
+#include <optional>
 #include <stdexcept>
 
 namespace velmara {
@@ -32,6 +34,21 @@ constexpr double H = 2.25;
 constexpr double Y3 = 9.5 - H;
 constexpr double Y2 = Y3 - H - 5.0 / 8;
 constexpr double Y1 = Y2 - H - 5.0 / 8;
+constexpr double kRightEdge = L + W;
+
+// Page 4: per half s (1 deposit, 2 drop density) a profile graph of height PH over a COV graph
+// of height C.
+constexpr double PH = 2;
+constexpr double C = 1;
+constexpr double SwathProfileBottom(int s) { return 9.5 - (s - 1) * 4.75 - PH; }
+constexpr double SwathCovBottom(int s) { return SwathProfileBottom(s) - 0.75 - C; }
+
+// A page that cannot be drawn, with the reason the reader is told on it.
+class PageNotDrawn : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
 
 const ReportColour kGrey210 = ReportRgb(210, 210, 210);
 const ReportColour kGrey180 = ReportRgb(180, 180, 180);
@@ -81,25 +98,33 @@ bool EndsInZero(const std::string &text) { return !text.empty() && text.back() =
 class Pages
 {
 public:
-    Pages(Workspace &ws, ReportCanvas &canvas, bool printer, const ReportHooks &hooks, char sep)
+    Pages(const Workspace &ws, ReportCanvas &canvas, bool printer, const ReportHooks &hooks, char sep)
         : mWs(ws), c(canvas), mPrinter(printer), mHooks(hooks), mSep(sep)
     {
-    }
-
-    void start()
-    {
-        if (!mPrinter)
-            c.Cls();
         k = mWs.DepositFactor[static_cast<size_t>(mWs.UnitIndex())];
         mCurvePen = mPrinter ? ToSingle(c.ScaleX(1.0 / 32, ScaleUnit::Page, ScaleUnit::Pixels)) : 3;
     }
 
+    void page(int number)
+    {
+        switch (number) {
+        case 1: page1(); break;
+        case 2: page2(); break;
+        case 3: page3(); break;
+        default: page4(); break;
+        }
+    }
+
+    // In place of a page that cannot be drawn: its head, the empty frames of its graphs and the
+    // reason, one line across the first frame. Leaves the pen as a fresh canvas has it.
+    void notePage(int number, const std::string &reason);
+
+private:
     void page1();
     void page2();
     void page3();
     void page4();
 
-private:
     void beginPage(int page)
     {
         if (!mPrinter)
@@ -158,7 +183,7 @@ private:
 
     std::string unitSuffix() const { return mWs.Metric ? " (m)" : " (ft)"; }
 
-    Workspace &mWs;
+    const Workspace &mWs;
     ReportCanvas &c;
     bool mPrinter;
     const ReportHooks &mHooks;
@@ -184,10 +209,13 @@ void Pages::page1()
         c.CurrentX = 2.25;
         c.Print(text);
     };
+    // A long text (a comment, an owner's name) goes on over further lines inside the margin.
     auto line = [&](const std::string &text) {
         font(12);
-        c.CurrentX = 2.5;
-        c.Print(text);
+        for (const std::string &part : WrapToWidth(c, text, kRightEdge - 2.5)) {
+            c.CurrentX = 2.5;
+            c.Print(part);
+        }
     };
     auto gap = [&] {
         font(14);
@@ -228,10 +256,10 @@ void Pages::page1()
     std::string range;
     if (RangeSelected(mWs)) {
         range = num(mWs.RangeLow, "0.00") + " -- " + num(mWs.RangeHigh, "0.00") + " µm";
+    } else if (mWs.CompositeAll.Classes.size() < 2) {
+        // An empty composite has no rows at all, not even row 0: nothing to give a range of.
+        range = "no stain on any card";
     } else {
-        // An empty composite has no rows at all, not even row 0.
-        if (mWs.CompositeAll.Classes.empty())
-            throw Failure(kSubscriptOutOfRange);
         range = "0.00 -- " + num(mWs.CompositeAll.Classes.back().Diameter, "0.00") + " µm";
     }
     line("Droplet Size Range:  " + range);
@@ -249,8 +277,10 @@ void Pages::page1()
 
 void Pages::page2()
 {
-    beginPage(2);
     const SizeStats &ca = mWs.CompositeAll;
+    if (ca.Classes.size() < 2 || !(ca.TotalVolume > 0) || !(ca.AreaCm2 > 0) || !(ca.MaxDiameter > 0))
+        throw PageNotDrawn(kNoSizeStatisticsWithoutStains);
+    beginPage(2);
     head(kReportPageTitles[1]);
 
     const Single S1 = ToSingle(std::floor(Div(1100 * ca.MaxClassVolume, ca.TotalVolume) + 0.5) / 1000);
@@ -287,8 +317,6 @@ void Pages::page2()
 
     // The three curves, each an open polyline rising from its graph's bottom edge at the first row.
     const auto &rows = ca.Classes;
-    if (rows.size() < 2)
-        throw Failure(kSubscriptOutOfRange);
     const int last = static_cast<int>(rows.size()) - 1;
     auto curve = [&](double bottom, ReportColour first, auto value) {
         c.CurrentX = x(rows[1].Diameter);
@@ -311,11 +339,12 @@ void Pages::page2()
 
 void Pages::page3()
 {
-    beginPage(3);
     const int n = mWs.CardCount();
-    if (n < 1)
-        throw Failure(kSubscriptOutOfRange);
-    ComputeLineScales(mWs);
+    if (n < 1 || !(mWs.LineMaxVmd > 0) || !(mWs.LineMaxDensity > 0) || !(mWs.LineMaxDeposit > 0))
+        throw PageNotDrawn(kNoLineResultsWithoutStains);
+    if (mWs.LineLeft == mWs.LineRight)
+        throw PageNotDrawn(kNoLineResultsAtOnePosition);
+    beginPage(3);
     c.DrawWidth = 1;
     c.ForeColor = kBlack;
     c.FillStyle = kTransparent;
@@ -412,19 +441,18 @@ void Pages::page3()
 
 void Pages::page4()
 {
-    beginPage(4);
-    constexpr double PH = 2;       // profile graph height
-    constexpr double C = 1;        // COV graph height
     const int n = mWs.CardCount();
+    if (n < 3)
+        throw PageNotDrawn(kNoSwathBelowThreeCards);
+    beginPage(4);
     const SprayInfo &spray = mWs.Spray;
 
     for (int s = 1; s <= 2; ++s) {
-        const double Ys = 9.5 - (s - 1) * 4.75 - PH;
-        const double Zs = Ys - 0.75 - C;
+        const double Ys = SwathProfileBottom(s);
+        const double Zs = SwathCovBottom(s);
 
         c.Font.Bold = false;
         font(10);
-        BuildOverlapProfile(mWs, s);
         const SwathSet &set = mWs.SwathSets[static_cast<size_t>(s)];
         c.DrawWidth = 1;
         c.ForeColor = kBlack;
@@ -454,7 +482,8 @@ void Pages::page4()
         const long long E = n <= 20 ? 1 : n / 10 - 1;
         const Long width = set.Width;
         const Long passes = set.Passes;
-        if (width < 1 || static_cast<size_t>(width) >= set.Stats.size())
+        if (width < 1 || static_cast<size_t>(width) >= set.Stats.size() || set.Profile.Items.empty()
+            || set.Deposit.Items.empty())
             throw Failure(kSubscriptOutOfRange);
 
         auto y = [&](double v) { return Ys + Div(PH * q * v * F, M); };
@@ -559,6 +588,93 @@ void Pages::page4()
     head(kReportPageTitles[3]);
 }
 
+void Pages::notePage(int number, const std::string &reason)
+{
+    beginPage(number);
+    head(kReportPageTitles[number - 1]);
+    c.DrawWidth = 1;
+    c.DrawStyle = kSolid;
+    c.ForeColor = kBlack;
+    c.FillStyle = kTransparent;
+    double top = 9;
+    if (number == 2 || number == 3) {
+        for (double Y : {Y1, Y2, Y3})
+            c.Box(L, Y, W, H, kBlack);
+        top = Y3 + H / 2;
+    } else if (number == 4) {
+        for (int s = 1; s <= 2; ++s) {
+            c.Box(L, SwathProfileBottom(s), W, PH, kBlack);
+            c.Box(L, SwathCovBottom(s), W, C, kBlack);
+        }
+        top = SwathProfileBottom(1) + PH / 2;
+    }
+    font(12);
+    centred(reason, kCentre, top + c.TextHeight(reason) / 2);
+    font(10);
+}
+
+// A target that draws nothing: a page is first laid out on it, so that a page that fails half
+// way leaves nothing on the real target. It measures and converts as the target does, from the
+// target's pen and font state.
+class DryRunCanvas : public ReportCanvas
+{
+public:
+    explicit DryRunCanvas(const ReportCanvas &target) : ReportCanvas(target.textMeasure()), mTarget(target)
+    {
+        CurrentX = target.CurrentX;
+        CurrentY = target.CurrentY;
+        DrawWidth = target.DrawWidth;
+        DrawStyle = target.DrawStyle;
+        ForeColor = target.ForeColor;
+        FillStyle = target.FillStyle;
+        FillColor = target.FillColor;
+        Font = target.Font;
+    }
+    double pixelsPerInch() const override { return mTarget.pixelsPerInch(); }
+    double deviceDpi() const override { return mTarget.deviceDpi(); }
+
+protected:
+    void clearSurface() override {}
+    void drawText(double, double, std::string_view) override {}
+    void drawLine(double, double, double, double, ReportColour) override {}
+    void drawRect(double, double, double, double, ReportColour, std::optional<ReportColour>) override {}
+    void drawCircle(double, double, double, ReportColour, std::optional<ReportColour>) override {}
+
+private:
+    const ReportCanvas &mTarget;
+};
+
+std::string FailureText(const std::exception_ptr &failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const Failure &f) {
+        return f.what();
+    } catch (const std::out_of_range &) {
+        return kSubscriptOutOfRange;
+    } catch (const std::bad_alloc &) {
+        return kOutOfMemory;
+    } catch (const std::exception &e) {
+        return e.what();
+    }
+}
+
+// Why page number cannot be drawn on canvas, or nothing when it can.
+std::optional<std::string> WhyNotDrawn(const Workspace &ws, const ReportCanvas &canvas, bool printer, char sep,
+                                       int number)
+{
+    DryRunCanvas dry(canvas);
+    const ReportHooks none;
+    try {
+        Pages(ws, dry, printer, none, sep).page(number);
+        return std::nullopt;
+    } catch (const PageNotDrawn &reason) {
+        return std::string(reason.what());
+    } catch (...) {
+        return kPageNotDrawnLead + FailureText(std::current_exception()) + ".";
+    }
+}
+
 } // namespace
 
 std::string PrintingCaption(int page)
@@ -578,29 +694,41 @@ void SetReportFont(ReportCanvas &DestC, bool DestCisPrinter, Single Size)
     DestC.Font.Size = size;
 }
 
-ReportResult PrintSub2(Workspace &ws, ReportCanvas &DestC, bool DestCisPrinter, int PageNum,
+void PrepareReport(Workspace &ws)
+{
+    ComputeLineScales(ws);
+    for (int s = 1; s <= 2; ++s) {
+        try {
+            BuildOverlapProfile(ws, s);
+        } catch (const Failure &) {
+            SwathSet &set = ws.SwathSets[static_cast<size_t>(s)];
+            set.Profile.Redim(0, -1);
+            set.ProfileMax = 0;
+            set.Passes = 0;
+        }
+    }
+}
+
+ReportResult PrintSub2(const Workspace &ws, ReportCanvas &DestC, bool DestCisPrinter, int PageNum,
                        const ReportHooks &hooks, char decimalSeparator)
 {
     ReportResult result;
     try {
+        if (!DestCisPrinter)
+            DestC.Cls();
         Pages pages(ws, DestC, DestCisPrinter, hooks, decimalSeparator);
-        pages.start();
-        if (PageNum == 0 || PageNum == 1)
-            pages.page1();
-        if (PageNum == 0 || PageNum == 2)
-            pages.page2();
-        if (PageNum == 0 || PageNum == 3)
-            pages.page3();
-        if (PageNum == 0 || PageNum == 4)
-            pages.page4();
-    } catch (const Failure &f) {
-        result.Error = f.what();
-    } catch (const std::out_of_range &) {
-        result.Error = kSubscriptOutOfRange;
-    } catch (const std::bad_alloc &) {
-        result.Error = kOutOfMemory;
-    } catch (const std::exception &e) {
-        result.Error = e.what();
+        for (int number = 1; number <= 4; ++number) {
+            if (PageNum != 0 && PageNum != number)
+                continue;
+            if (const auto why = WhyNotDrawn(ws, DestC, DestCisPrinter, decimalSeparator, number)) {
+                pages.notePage(number, *why);
+                result.NotDrawn.push_back(PageNote{number, *why});
+            } else {
+                pages.page(number);
+            }
+        }
+    } catch (...) {
+        result.Error = FailureText(std::current_exception());
     }
     if (result.Error.empty()) {
         if (DestCisPrinter)
@@ -614,6 +742,45 @@ ReportResult PrintSub2(Workspace &ws, ReportCanvas &DestC, bool DestCisPrinter, 
     if (hooks.ShowMessage)
         hooks.ShowMessage(result.Message);
     return result;
+}
+
+std::vector<std::string> WrapToWidth(const ReportCanvas &canvas, const std::string &text, double width)
+{
+    std::vector<std::string> lines;
+    std::string current;
+    auto fits = [&](const std::string &t) { return canvas.TextWidth(t) <= width; };
+    size_t start = 0;
+    while (start <= text.size()) {
+        size_t end = text.find(' ', start);
+        if (end == std::string::npos)
+            end = text.size();
+        std::string word = text.substr(start, end - start);
+        start = end + 1;
+        const std::string joined = current.empty() ? word : current + " " + word;
+        if (current.empty() || fits(joined)) {
+            current = joined;
+        } else {
+            lines.push_back(current);
+            current = word;
+        }
+        // A word wider than the line: break it after the most characters that fit, at least one.
+        while (!fits(current)) {
+            size_t cut = 0;
+            for (size_t next = 1; next <= current.size(); ++next) {
+                if (next < current.size() && (static_cast<unsigned char>(current[next]) & 0xC0) == 0x80)
+                    continue; // inside a UTF-8 character
+                if (cut != 0 && !fits(current.substr(0, next)))
+                    break;
+                cut = next;
+            }
+            if (cut >= current.size())
+                break;
+            lines.push_back(current.substr(0, cut));
+            current = current.substr(cut);
+        }
+    }
+    lines.push_back(current);
+    return lines;
 }
 
 } // namespace velmara

@@ -8,6 +8,7 @@
 #include "statistics/composite.h"
 #include "statistics/line.h"
 #include "statistics/range.h"
+#include "statistics/samplingline.h"
 #include "views/chartcanvas.h"
 #include "views/linechart.h"
 #include "views/swathview.h"
@@ -269,28 +270,17 @@ void CompositeView::enter()
 
     if (mWs.Spray.Sample_Position1.empty() || mWs.Spray.Sample_Interval.empty())
         openPositionDialog(CardPosMode::AcceptOnly);
-    try {
-        AssignCardPositions(mWs);
-    } catch (const Failure &) {
-        // A stored text that is not a number: only the dialog can give the line.
-        openPositionDialog(CardPosMode::AcceptOnly);
-        try {
-            AssignCardPositions(mWs);
-        } catch (const Failure &) {
+    PrepareSamplingLine(mWs, [this](LineProblem problem, const std::string &) {
+        if (problem == LineProblem::PositionsNotNumbers) {
+            // A stored text that is not a number: only the dialog can give the line.
+            openPositionDialog(CardPosMode::AcceptOnly);
+        } else if (problem == LineProblem::SamePositions) {
+            mWindow.showMessage(QString::fromLatin1(kSamePositionMessage));
+            // Closing it by its frame still counts as Cancel; the positions are not tested again.
+            openPositionDialog(CardPosMode::NoCancel);
         }
-    }
-    if (HasEqualPositions(mWs)) {
-        mWindow.showMessage(QString::fromLatin1(kSamePositionMessage));
-        // Closing it by its frame still counts as Cancel; the positions are not tested again.
-        openPositionDialog(CardPosMode::NoCancel);
-    }
-    if (RangeSelected(mWs))
-        CalcCompositeRange(mWs);
-    ResetLineStats(mWs);
-    FillLineStats(mWs);
-    mWs.SwathSets[1].Width = 0;
-    mWs.SwathSets[2].Width = 0;
-    RebuildSwathTables(mWs);
+        return true; // a line off the grid shows zero tables
+    });
 
     {
         // One click for the whole rebuild: the tab strip is silent while it changes.

@@ -1,8 +1,12 @@
 #include "shell/previewform.h"
 
 #include "reports/reportpages.h"
+#include "shell/commondialogs.h"
 #include "shell/sprayinfoform.h"
+#include "views/pdfreport.h"
 #include "views/qpainterreportcanvas.h"
+
+#include <QFile>
 
 #include <QComboBox>
 #include <QFrame>
@@ -111,6 +115,7 @@ frmPreview2::frmPreview2(Workspace &ws, PrinterAccess &printers, int screenHeigh
 {
     setWindowTitle(QStringLiteral("Velmara - Print"));
     setModal(true);
+    PrepareReport(ws);
 
     // Form_Load
     const bool small = screenHeight < kSmallScreen;
@@ -146,6 +151,10 @@ void frmPreview2::layOut(int pictureWidth, int pictureHeight)
     const int tabWidth = pictureWidth + 11;
     const int tabHeight = pictureHeight + 31;
     btnPrint = new QPushButton(QStringLiteral("Print"), this);
+    // Escape is the preview's one key: Return must not print, and Print is a click.
+    btnPrint->setAutoDefault(false);
+    btnPrint->setDefault(false);
+    btnPrint->setFocusPolicy(Qt::NoFocus);
     const int rowTop = Label1->y() + Label1->height();
     btnPrint->setGeometry(tabLeft + tabWidth - 75, rowTop, 75, 25);
     cmbPrinters = new QComboBox(this);
@@ -170,8 +179,8 @@ void frmPreview2::layOut(int pictureWidth, int pictureHeight)
 
 void frmPreview2::fillPrinters()
 {
-    // Failures from here on are skipped: with no printer the list stays empty and nothing is
-    // drawn until a tab is clicked.
+    // Without any system printer the list holds the PDF entry alone, and the pages are drawn all
+    // the same: the picture needs no printer.
     const QStringList names = mPrinters.printerNames();
     const QString current = mPrinters.defaultPrinterName();
     int chosen = 0;
@@ -180,11 +189,14 @@ void frmPreview2::fillPrinters()
         if (names[i].compare(current, Qt::CaseInsensitive) == 0)
             chosen = i; // the last match counts
     }
-    mCanvas->setPrinterAvailable(!names.isEmpty());
-    if (names.isEmpty())
-        return;
+    cmbPrinters->addItem(QString::fromLatin1(kSaveAsPdfEntry));
     cmbPrinters->setCurrentIndex(chosen);
     cmbPrinters_Click();
+}
+
+bool frmPreview2::pdfChosen() const
+{
+    return cmbPrinters->currentIndex() == cmbPrinters->count() - 1;
 }
 
 void frmPreview2::clearPicture()
@@ -209,7 +221,8 @@ void frmPreview2::cmbPrinters_Click()
     if (cmbPrinters->currentIndex() < 0)
         return;
     clearPicture();
-    mPrinters.setDefaultPrinter(cmbPrinters->currentText());
+    if (!pdfChosen())
+        mPrinters.setDefaultPrinter(cmbPrinters->currentText());
     drawPage(PreviewTabs->currentIndex() + 1);
 }
 
@@ -222,8 +235,29 @@ void frmPreview2::PreviewTabs_Click(int tabIndex)
     mTabField = tabIndex;
 }
 
+void frmPreview2::saveAsPdf()
+{
+    SystemFileChooser system;
+    CCommonDialogs dialog;
+    dialog.Init(this, mFiles ? *mFiles : system);
+    dialog.Title = QString::fromLatin1(kSaveAsPdfTitle);
+    dialog.Filter = QString::fromLatin1(kPdfFilter);
+    dialog.DefExt = QStringLiteral("pdf");
+    // Cancel leaves the preview open: nothing was asked of the printer yet.
+    if (!dialog.ShowSave())
+        return;
+    std::string error;
+    if (!WritePdfReport(mWs, QFile::encodeName(dialog.FileName).toStdString(), error, nullptr, mSeparator))
+        showMessage(error);
+    accept();
+}
+
 void frmPreview2::btnPrint_Click()
 {
+    if (pdfChosen()) {
+        saveAsPdf();
+        return;
+    }
     std::string error;
     std::unique_ptr<PrintJob> job = mPrinters.startJob(error);
     if (!job) {

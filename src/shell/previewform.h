@@ -1,7 +1,9 @@
 #pragma once
 // The print preview, "Velmara - Print": one page of the report at a time on a picture, the
 // printer list, and the Print button that sends the whole report to the chosen printer as one
-// job. The printers come through PrinterAccess, so that tests can offer a list of their own.
+// job. The list always ends with "Save as PDF...", with which Print asks for a file name and
+// writes the report there as the command line does. The printers come through PrinterAccess and
+// the file name through FileChooser, so that tests can answer both.
 
 #include "core/workspace.h"
 #include "reports/reportcanvas.h"
@@ -23,8 +25,13 @@ class QTabBar;
 
 namespace velmara {
 
+class FileChooser;
 class QPainterReportCanvas;
 class SettingsAccess;
+
+inline constexpr const char *kSaveAsPdfEntry = "Save as PDF...";
+inline constexpr const char *kSaveAsPdfTitle = "Save Report as PDF";
+inline constexpr const char *kPdfFilter = "PDF File (*.pdf)|*.pdf";
 
 // A print job under way: its canvas ends the job through EndDoc or KillDoc.
 class PrintJob
@@ -80,8 +87,9 @@ private:
 class frmPreview2 : public QDialog
 {
 public:
-    // Lays itself out for a screen of screenHeight pixels, fills the printer list and draws page
-    // 1 through the printer selection. ws and printers must outlive the window.
+    // Lays itself out for a screen of screenHeight pixels, brings the report's line scales and
+    // overlap profiles up to date, fills the printer list and draws page 1 through the printer
+    // selection. ws and printers must outlive the window.
     frmPreview2(Workspace &ws, PrinterAccess &printers, int screenHeight, char decimalSeparator = '.',
                 QWidget *parent = nullptr);
     ~frmPreview2() override;
@@ -89,6 +97,8 @@ public:
     // Message boxes go through this; tests collect them instead.
     using MessageHook = std::function<void(const QString &text)>;
     void setMessageHook(MessageHook hook) { mMessageHook = std::move(hook); }
+    // The save dialog of "Save as PDF..."; the system's own unless set. Must outlive the window.
+    void setFileChooser(FileChooser &chooser) { mFiles = &chooser; }
 
     // The click handlers, as the controls run them.
     void cmbPrinters_Click();
@@ -111,6 +121,8 @@ private:
     void drawPage(int page);
     void clearPicture();
     void showMessage(const std::string &text);
+    bool pdfChosen() const;
+    void saveAsPdf();
 
     Workspace &mWs;
     PrinterAccess &mPrinters;
@@ -121,6 +133,7 @@ private:
     bool mLoading = true;
     std::vector<int> mPagesDrawn;
     MessageHook mMessageHook;
+    FileChooser *mFiles = nullptr;
 };
 
 struct PrintCommandHooks

@@ -1,22 +1,25 @@
 #include "views/pdfreport.h"
 
-#include "reports/reportpages.h"
 #include "views/qpainterreportcanvas.h"
 
-#include <QDir>
-#include <QFile>
+#include <QBuffer>
+#include <QByteArray>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QHashSeed>
 #include <QPageLayout>
 #include <QPageSize>
 #include <QPdfWriter>
-#include <QTemporaryFile>
 
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <filesystem>
+#include <vector>
 
-#if defined(__unix__) || defined(__APPLE__)
+#include <fcntl.h>
 #include <sys/stat.h>
-#endif
+#include <unistd.h>
 
 namespace velmara {
 
@@ -32,28 +35,111 @@ std::string WithLineFeeds(std::string text)
     return text;
 }
 
-// The mode the report takes: that of the file it replaces, else that of any new file (the process's
-// file creation mask applied). The temporary file beside it is made for the owner alone.
-std::filesystem::perms ReportPermissions(const std::string &path)
+std::string CannotWrite(const std::string &path, const std::string &reason)
 {
-    namespace fs = std::filesystem;
-    std::error_code ec;
-    const fs::file_status old = fs::status(path, ec);
-    if (!ec && fs::is_regular_file(old))
-        return old.permissions();
-    fs::perms mode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read
-                     | fs::perms::group_write | fs::perms::others_read | fs::perms::others_write;
-#if defined(__unix__) || defined(__APPLE__)
+    return "Cannot write \"" + path + "\": " + reason;
+}
+
+// The mode the report takes: that of the file it replaces, else that of any new file (the
+// process's file creation mask applied). The temporary file beside it is made for the owner alone.
+mode_t ReportMode(const std::string &path)
+{
+    struct stat old {};
+    if (::stat(path.c_str(), &old) == 0 && S_ISREG(old.st_mode))
+        return old.st_mode & 07777;
     const mode_t mask = ::umask(0);
     ::umask(mask);
-    mode &= ~static_cast<fs::perms>(mask & 0777);
-#endif
-    return mode;
+    return 0666 & ~mask;
+}
+
+// Writes all of bytes to fd and closes it, whatever happens; the first failure's reason in reason.
+bool WriteAndClose(int fd, std::string_view bytes, std::string &reason)
+{
+    bool ok = true;
+    for (size_t done = 0; ok && done < bytes.size();) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            reason = n < 0 ? std::strerror(errno) : "the disk took no more data";
+            ok = false;
+        } else {
+            done += static_cast<size_t>(n);
+        }
+    }
+    // A full disk may show only when the data reach it. EINVAL: a device that keeps nothing.
+    if (ok && ::fsync(fd) != 0 && errno != EINVAL) {
+        reason = std::strerror(errno);
+        ok = false;
+    }
+    if (::close(fd) != 0 && ok) {
+        reason = std::strerror(errno);
+        ok = false;
+    }
+    return ok;
+}
+
+// Qt's PDF engine writes its embedded fonts in the order of a hash table, which a random seed
+// per process would shuffle from run to run; the same input must give the same bytes.
+class DeterministicHashes
+{
+public:
+    DeterministicHashes() : mWasRandom(QHashSeed::globalSeed() != 0) { QHashSeed::setDeterministicGlobalSeed(); }
+    ~DeterministicHashes()
+    {
+        if (mWasRandom)
+            QHashSeed::resetRandomGlobalSeed();
+    }
+    DeterministicHashes(const DeterministicHashes &) = delete;
+    DeterministicHashes &operator=(const DeterministicHashes &) = delete;
+
+private:
+    bool mWasRandom;
+};
+
+// The four pages as PDF bytes; false with the box text of the failure in error.
+bool RenderPdf(const Workspace &ws, QByteArray &bytes, std::string &error, std::vector<PageNote> &notDrawn,
+               char decimalSeparator)
+{
+    const DeterministicHashes sameOrder;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    QPdfWriter writer(&buffer);
+    writer.setPageSize(QPageSize(QPageSize::Letter));
+    writer.setPageMargins(QMarginsF(0, 0, 0, 0), QPageLayout::Point);
+    writer.setResolution(kPdfResolution);
+    writer.setCreator(QStringLiteral("Velmara"));
+    writer.setTitle(QStringLiteral("Velmara report"));
+    QPainterReportCanvas canvas(&writer);
+    if (!canvas.isActive()) {
+        error = "the PDF could not be started.";
+        return false;
+    }
+    const ReportResult result = PrintSub2(ws, canvas, true, 0, {}, decimalSeparator);
+    if (!result.Ok) {
+        error = WithLineFeeds(result.Message);
+        return false;
+    }
+    notDrawn = result.NotDrawn;
+    return true;
 }
 
 } // namespace
 
-bool WritePdfReport(Workspace &ws, const std::string &path, std::string &error)
+bool WriteWholeFile(const std::string &path, std::string_view bytes, std::string &error, unsigned mode)
+{
+    const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, static_cast<mode_t>(mode));
+    std::string reason;
+    if (fd < 0)
+        reason = std::strerror(errno);
+    else if (WriteAndClose(fd, bytes, reason))
+        return true;
+    error = CannotWrite(path, reason);
+    return false;
+}
+
+bool WritePdfReport(Workspace &ws, const std::string &path, std::string &error, std::vector<PageNote> *notDrawn,
+                    char decimalSeparator)
 {
     error.clear();
     // Fonts and the PDF engine need a QGuiApplication; without one Qt would abort the program.
@@ -62,66 +148,50 @@ bool WritePdfReport(Workspace &ws, const std::string &path, std::string &error)
         return false;
     }
     const QFileInfo target(QString::fromStdString(path));
-    const QString folder = target.absolutePath();
-    if (!QFileInfo(folder).isDir()) {
-        error = "Cannot write \"" + path + "\": the folder does not exist.";
+    const std::string folder = target.absolutePath().toStdString();
+    if (!QFileInfo(QString::fromStdString(folder)).isDir()) {
+        error = CannotWrite(path, "the folder does not exist.");
+        return false;
+    }
+
+    PrepareReport(ws);
+    QByteArray bytes;
+    std::vector<PageNote> notes;
+    std::string renderError;
+    if (!RenderPdf(ws, bytes, renderError, notes, decimalSeparator)) {
+        error = renderError.rfind("There was", 0) == 0 ? renderError : CannotWrite(path, renderError);
         return false;
     }
 
     // A unique name beside the target, so that the final rename stays on one file system.
-    QString temporaryName;
-    {
-        QTemporaryFile reserve(folder + QStringLiteral("/.velmara-report-XXXXXX.pdf"));
-        reserve.setAutoRemove(false);
-        if (!reserve.open()) {
-            error = "Cannot write \"" + path + "\": " + reserve.errorString().toStdString();
-            return false;
-        }
-        temporaryName = reserve.fileName();
-    }
-
-    bool renamed = false;
-    std::string renameError;
-    {
-        QPdfWriter writer(temporaryName);
-        writer.setPageSize(QPageSize(QPageSize::Letter));
-        writer.setPageMargins(QMarginsF(0, 0, 0, 0), QPageLayout::Point);
-        writer.setResolution(kPdfResolution);
-        writer.setCreator(QStringLiteral("Velmara"));
-        writer.setTitle(QStringLiteral("Velmara report"));
-
-        auto finished = [&](bool completed) {
-            if (!completed)
-                return;
-            std::error_code ec;
-            std::filesystem::permissions(temporaryName.toStdString(), ReportPermissions(path), ec);
-            std::filesystem::rename(temporaryName.toStdString(), path, ec);
-            renamed = !ec;
-            if (ec)
-                renameError = ec.message();
-        };
-        QPainterReportCanvas canvas(&writer, finished);
-        if (!canvas.isActive()) {
-            QFile::remove(temporaryName);
-            error = "Cannot write \"" + path + "\": the PDF could not be started.";
-            return false;
-        }
-        std::string message;
-        ReportHooks hooks;
-        hooks.ShowMessage = [&](const std::string &m) { message = m; };
-        const ReportResult result = PrintSub2(ws, canvas, true, 0, hooks, '.');
-        if (!result.Ok) {
-            error = WithLineFeeds(result.Message);
-            // The job was killed: an older report under this name would pass for this line's.
-            QFile::remove(QString::fromStdString(path));
-        }
-    }
-    if (!renamed) {
-        QFile::remove(temporaryName);
-        if (error.empty())
-            error = "Cannot write \"" + path + "\": " + (renameError.empty() ? "unknown error" : renameError);
+    std::string temporary = folder + "/.velmara-report-XXXXXX.pdf";
+    const int fd = ::mkstemps(temporary.data(), 4);
+    if (fd < 0) {
+        error = CannotWrite(path, std::strerror(errno));
         return false;
     }
+    std::string reason;
+    bool ok = true;
+    if (::fchmod(fd, ReportMode(path)) != 0) {
+        reason = std::strerror(errno);
+        ok = false;
+    }
+    if (!WriteAndClose(fd, std::string_view(bytes.constData(), static_cast<size_t>(bytes.size())), reason))
+        ok = false;
+    if (ok) {
+        std::error_code ec;
+        std::filesystem::rename(temporary, path, ec);
+        ok = !ec;
+        if (ec)
+            reason = ec.message();
+    }
+    if (!ok) {
+        std::remove(temporary.c_str());
+        error = CannotWrite(path, reason);
+        return false;
+    }
+    if (notDrawn)
+        *notDrawn = std::move(notes);
     return true;
 }
 

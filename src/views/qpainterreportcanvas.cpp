@@ -99,16 +99,9 @@ bool QPainterReportCanvas::isActive() const
     return mPaged ? mPainter.isActive() && !mEnded : !mImage->isNull();
 }
 
-void QPainterReportCanvas::setPrinterAvailable(bool available, const std::string &failureText)
-{
-    mPrinterAvailable = available;
-    mConversionFailure = failureText;
-}
-
+// The preview converts through the screen's resolution: it needs no printer to draw.
 double QPainterReportCanvas::deviceDpi() const
 {
-    if (!mPrinterAvailable)
-        throw Failure(mConversionFailure);
     return mDpi;
 }
 

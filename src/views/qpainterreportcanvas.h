@@ -62,9 +62,6 @@ public:
 
     bool isActive() const;
 
-    // Preview only: without any printer the conversions to points fail (failureText).
-    void setPrinterAvailable(bool available, const std::string &failureText = "Printer error");
-
     // Ends pending drawing so that the image can be shown; the next operation goes on.
     void flush();
 
@@ -99,8 +96,6 @@ private:
     QtTextMeasure mQtMeasure;
     QPainter mPainter;
     bool mEnded = false;
-    bool mPrinterAvailable = true;
-    std::string mConversionFailure;
     std::function<void(bool)> mFinished;
     std::function<void()> mAborting;
 

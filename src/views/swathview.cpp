@@ -1,5 +1,6 @@
 #include "views/swathview.h"
 
+#include "statistics/samplingline.h"
 #include "statistics/swath.h"
 #include "statistics/textvalue.h"
 #include "views/linechart.h"
@@ -101,23 +102,7 @@ double ProfileAxisTop(double shownProfileMax)
 
 bool RebuildSwathTables(Workspace &ws)
 {
-    try {
-        BuildSwathTables(ws);
-        return true;
-    } catch (const Failure &) {
-        const Long n = ws.CardCount();
-        for (int s = 1; s <= 2; ++s) {
-            SwathSet &set = ws.SwathSets[static_cast<size_t>(s)];
-            set.Deposit.Redim(0, n - 1);
-            set.Stats.assign(static_cast<size_t>(std::max<Long>(n, 1)), SwathStat{});
-            set.MaxCov = 0;
-            if (set.Width < 1 || set.Width > n - 1)
-                set.Width = std::max<Long>(n - 1, 1);
-            set.Profile.Redim(0, -1);
-            set.ProfileMax = 0;
-        }
-        return false;
-    }
+    return BuildSwathTablesOrZero(ws);
 }
 
 void PrepareSwathView(Workspace &ws)

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <sstream>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -230,31 +231,48 @@ TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
         EXPECT_NE(readFile(dir / name).find("Droplet Size Range:"), std::string::npos) << name;
 }
 
-TEST_F(CliTest, ReportIsFourLetterPagesAndTwoCardsLeaveNoPdf)
+TEST_F(CliTest, ReportIsFourLetterPagesAlsoForTwoCardsAndAFullDiskKeepsTheEarlierOne)
 {
     if (runCli("--help", dir).out.find("--report") == std::string::npos)
         GTEST_SKIP() << "built without the PDF report";
     const fs::path a = card("a.bmp", 6, 7.0);
     const fs::path b = card("b.bmp", 9, 7.0);
     const fs::path c = card("c.bmp", 14, 7.0);
+    auto report = [&](const fs::path &pdf, const std::string &cards) {
+        return runCli("line --report " + pdf.string() + " --out " + (dir / "r.txt").string() + " " + base() + cards, dir);
+    };
     const fs::path pdf = dir / "report.pdf";
-    CliRun r = runCli("line --report " + pdf.string() + " --out " + (dir / "r.txt").string() + " " + base()
-                          + a.string() + " " + b.string() + " " + c.string(),
-                      dir);
+    CliRun r = report(pdf, a.string() + " " + b.string() + " " + c.string());
     ASSERT_EQ(r.status, 0) << r.err;
     const std::string text = capture("pdfinfo " + pdf.string() + " 2>/dev/null");
     EXPECT_NE(text.find("Pages:           4"), std::string::npos) << text;
     EXPECT_NE(text.find("612 x 792"), std::string::npos) << text;
 
-    // Two cards: the swath page cannot be drawn, so the whole job is lost; the results file stays.
-    const fs::path pdf2 = dir / "two.pdf";
-    r = runCli("line --report " + pdf2.string() + " --out " + (dir / "r2.txt").string() + " " + base() + a.string()
-                   + " " + b.string(),
-               dir);
-    EXPECT_NE(r.status, 0);
-    EXPECT_FALSE(fs::exists(pdf2));
-    EXPECT_TRUE(fs::exists(dir / "r2.txt"));
-    EXPECT_NE(r.err.find("There was an error:"), std::string::npos) << r.err;
+    // Two cards: the swath page says why it holds no graphs, and the report is written.
+    const fs::path two = dir / "two.pdf";
+    r = report(two, a.string() + " " + b.string());
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "velmara-cli: report page 4: The swath analysis needs at least three cards.\n");
+    EXPECT_NE(r.out.find("Report:             " + two.string()), std::string::npos) << r.out;
+    EXPECT_NE(capture("pdfinfo " + two.string() + " 2>/dev/null").find("Pages:           4"), std::string::npos);
+
+    // A disk too full for the new report: the earlier one stays, and the run says why.
+    const fs::path disk = dir / "disk";
+    fs::create_directories(disk);
+    if (::geteuid() != 0 || std::system(("mount -t tmpfs -o size=64k tmpfs '" + disk.string() + "' 2>/dev/null").c_str()) != 0)
+        GTEST_SKIP() << "a full disk needs a tmpfs mount, which needs root";
+    const std::string earlier(40000, 'e');
+    std::ofstream(disk / "report.pdf", std::ios::binary) << earlier;
+    r = report(disk / "report.pdf", a.string() + " " + b.string() + " " + c.string());
+    const std::string kept = readFile(disk / "report.pdf");
+    const auto left = std::distance(fs::directory_iterator(disk), {});
+    std::system(("umount '" + disk.string() + "'").c_str());
+    EXPECT_EQ(r.status, 1);
+    EXPECT_EQ(r.err, "velmara-cli: the report was not written: Cannot write \"" + (disk / "report.pdf").string()
+                         + "\": No space left on device\n");
+    EXPECT_EQ(r.out.find("Report:"), std::string::npos) << r.out;
+    EXPECT_EQ(kept, earlier);
+    EXPECT_EQ(left, 1);
 }
 
 // --- Multi-card sheets cut by a card template.

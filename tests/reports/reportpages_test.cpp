@@ -31,6 +31,7 @@ DrawRun Draw(Workspace &ws, RecordingReportCanvas &canvas, bool printer, int pag
     ReportHooks hooks;
     hooks.PageStarted = [&](int p) { run.pagesStarted.push_back(p); };
     hooks.ShowMessage = [&](const std::string &m) { run.messages.push_back(m); };
+    PrepareReport(ws);
     run.result = PrintSub2(ws, canvas, printer, page, hooks);
     return run;
 }
@@ -55,6 +56,14 @@ std::vector<const Call *> TextsAtLeft(const RecordingReportCanvas &c, double x)
         if (call.op == Op::Text && std::abs(call.x1 - x) < 1e-9)
             out.push_back(&call);
     return out;
+}
+
+// A card scanned without a single stain.
+void NoStains(CardImage &card)
+{
+    card.SizeTable.assign(1, SizeClass{});
+    card.Stats = CardStats{};
+    card.TotalVolume = 0;
 }
 
 class ReportPagesTest : public ::testing::Test
@@ -339,41 +348,42 @@ TEST_F(ReportPagesTest, SwathPageAxisOnTheLineGrid)
     EXPECT_EQ(under.front(), "0");
 }
 
-TEST_F(ReportPagesTest, FailuresAbandonTheWholeJob)
+TEST_F(ReportPagesTest, PagesThatCannotBeDrawnSayWhyAndTheJobGoesOn)
 {
+    const std::string lead = kPageNotDrawnLead;
     struct Case
     {
         const char *name;
         std::function<void(Workspace &)> spoil;
-        const char *error;
+        std::vector<std::pair<int, std::string>> notes;
     };
     const std::vector<Case> cases = {
-        {"two cards", [](Workspace &w) { MakeLine(w, LineSpec{2}); }, "Division by zero"},
+        {"two cards", [](Workspace &w) { MakeLine(w, LineSpec{2}); }, {{4, kNoSwathBelowThreeCards}}},
         {"no stain on any card",
          [](Workspace &w) {
              for (int i = 1; i <= w.CardCount(); ++i)
-                 w.Card(i).SizeTable.assign(1, SizeClass{});
-             CalcCompositeAll(w);
+                 NoStains(w.Card(i));
+             Recompute(w);
          },
-         "Subscript out of range"},
-        {"interval is text", [](Workspace &w) { w.Spray.Sample_Interval = "ten"; }, "Type mismatch"},
-        {"first position is text", [](Workspace &w) { w.Spray.Sample_Position1 = "-2O"; }, "Type mismatch"},
-        {"swath is text", [](Workspace &w) { w.Spray.AC_Swath = "wide"; }, "Type mismatch"},
-        {"interval of 0",
+         {{2, kNoSizeStatisticsWithoutStains}, {3, kNoLineResultsWithoutStains}}},
+        {"interval is text", [](Workspace &w) { w.Spray.Sample_Interval = "ten"; },
+         {{3, lead + "Type mismatch."}, {4, lead + "Type mismatch."}}},
+        {"swath is text", [](Workspace &w) { w.Spray.AC_Swath = "wide"; }, {{4, lead + "Type mismatch."}}},
+        {"every card at 0",
          [](Workspace &w) {
              w.Spray.Sample_Position1 = "0";
              w.Spray.Sample_Interval = "0";
-             AssignCardPositions(w);
+             Recompute(w);
          },
-         "Division by zero"},
+         {{3, kNoLineResultsAtOnePosition}, {4, lead + "Division by zero."}}},
         {"27 cards on a short line",
          [](Workspace &w) {
              MakeLine(w, LineSpec{27, 5, "0", "10"});
              w.Spray.Sample_Interval = "100";
          },
-         "Division by zero"},
-        {"top of the density axis 0",
-         [](Workspace &w) { w.CompositeAll.MaxClassCount = 0; }, "Division by zero"},
+         {{3, lead + "Division by zero."}}},
+        {"top of the density axis 0", [](Workspace &w) { w.CompositeAll.MaxClassCount = 0; },
+         {{2, lead + "Division by zero."}}},
     };
     for (const Case &k : cases) {
         Workspace w;
@@ -381,39 +391,79 @@ TEST_F(ReportPagesTest, FailuresAbandonTheWholeJob)
         k.spoil(w);
         RecordingReportCanvas c;
         const DrawRun run = Draw(w, c, true, 0);
-        EXPECT_FALSE(run.result.Ok) << k.name;
-        EXPECT_EQ(run.result.Error, k.error) << k.name;
-        EXPECT_EQ(c.count(Op::EndDoc), 0) << k.name;
-        EXPECT_EQ(c.calls.back().op, Op::KillDoc) << k.name;
-        ASSERT_EQ(run.messages.size(), 1u) << k.name;
-        EXPECT_EQ(run.messages[0], std::string("There was an error:\r\r     ") + k.error) << k.name;
+        ASSERT_TRUE(run.result.Ok) << k.name << run.result.Error;
+        std::vector<std::pair<int, std::string>> notes;
+        for (const PageNote &n : run.result.NotDrawn)
+            notes.emplace_back(n.Page, n.Reason);
+        EXPECT_EQ(notes, k.notes) << k.name;
+        EXPECT_EQ(run.pagesStarted, (std::vector<int>{1, 2, 3, 4})) << k.name;
+        EXPECT_EQ(c.calls.back().op, Op::EndDoc) << k.name;
+        EXPECT_EQ(c.count(Op::KillDoc), 0) << k.name;
+        EXPECT_TRUE(run.messages.empty()) << k.name;
+        for (const auto &[page, reason] : k.notes) {
+            const Call *line = c.findText(reason);
+            ASSERT_NE(line, nullptr) << k.name;
+            EXPECT_NEAR(line->x1 + FixedTextMeasure().width(line->font, reason) / 2, 4.25, 1e-9) << k.name;
+            EXPECT_NE(c.findText(kReportPageTitles[page - 1]), nullptr) << k.name;
+        }
     }
+
+    // Only a target that cannot convert its lengths ends the call, with the box.
+    RecordingReportCanvas broken = Preview();
+    broken.failConversions("Printer error");
+    const DrawRun run = Draw(ws, broken, false, 1);
+    EXPECT_EQ(run.result.Error, "Printer error");
+    EXPECT_EQ(run.messages, std::vector<std::string>{"There was an error:\r\r     Printer error"});
+    EXPECT_EQ(broken.count(Op::Text), 0);
 }
 
-TEST_F(ReportPagesTest, PreviewKeepsWhatWasDrawnBeforeAFailure)
+TEST_F(ReportPagesTest, NotePageHoldsTheHeadTheEmptyFramesAndTheReasonOnly)
 {
     MakeLine(ws, LineSpec{2});
-    RecordingReportCanvas c = Preview();
-    for (int page = 1; page <= 3; ++page)
-        EXPECT_TRUE(Draw(ws, c, false, page).result.Ok) << page;
-    const DrawRun run = Draw(ws, c, false, 4);
-    EXPECT_FALSE(run.result.Ok);
-    EXPECT_EQ(c.count(Op::KillDoc), 0);
-    // Page 4 stands up to the first point of the COV chart: block, curves, frames, no dot.
-    const auto lastCls = std::find_if(c.calls.rbegin(), c.calls.rend(),
-                                      [](const Call &k) { return k.op == Op::Cls; });
-    int rects = 0, circles = 0;
-    for (auto it = c.calls.rbegin(); it != lastCls; ++it) {
-        rects += it->op == Op::Rect;
-        circles += it->op == Op::Circle;
+    for (int page = 1; page <= 3; ++page) {
+        RecordingReportCanvas other = Preview();
+        EXPECT_TRUE(Draw(ws, other, false, page).result.NotDrawn.empty()) << page;
     }
-    EXPECT_EQ(rects, 3);
-    EXPECT_EQ(circles, 0);
+    RecordingReportCanvas c = Preview();
+    ASSERT_EQ(Draw(ws, c, false, 4).result.NotDrawn.size(), 1u);
+    // Nothing of the half-drawn graphs: the dry run kept them off the picture.
+    EXPECT_EQ(c.calls.front().op, Op::Cls);
+    EXPECT_EQ(c.texts(), (std::vector<std::string>{kReportHeadline, "Swath Analysis", kNoSwathBelowThreeCards}));
+    EXPECT_EQ(c.count(Op::Rect), 4);
+    EXPECT_EQ(c.count(Op::Line) + c.count(Op::Circle), 0);
 
-    // Without a printer the font scaling fails before anything is drawn.
-    RecordingReportCanvas bare = Preview();
-    bare.failConversions("Printer error");
-    const DrawRun none = Draw(ws, bare, false, 1);
-    EXPECT_EQ(none.result.Error, "Printer error");
-    EXPECT_EQ(bare.count(Op::Text), 0);
+    // Three cards without stains: the parameters page stands, with the range said plainly.
+    MakeLine(ws, LineSpec{3});
+    for (int i = 1; i <= 3; ++i)
+        NoStains(ws.Card(i));
+    Recompute(ws);
+    RecordingReportCanvas p = Preview();
+    EXPECT_TRUE(Draw(ws, p, false, 1).result.NotDrawn.empty());
+    EXPECT_NE(p.findText("Droplet Size Range:  no stain on any card"), nullptr);
+}
+
+TEST_F(ReportPagesTest, LongTextsOfTheParametersPageWrapInsideTheRightMargin)
+{
+    // 0.1 inch a character at 12 points: 50 characters fit between 2.5 and 7.5.
+    const std::string comment = "Drift towards the creek after ten, wind 8 to 12 km/h from the west, "
+                                "cards 4 to 9 wet at their edges.";
+    ASSERT_EQ(comment.size(), 100u);
+    for (const std::string &text : {comment, std::string(120, 'x')}) {
+        ws.Spray.Comment = text;
+        RecordingReportCanvas c;
+        ASSERT_TRUE(Draw(ws, c, true, 1).result.Ok);
+        const Call *heading = c.findText("Comment:");
+        const Call *next = c.findText("Droplet Filters:");
+        std::string joined;
+        int lines = 0;
+        for (const Call &call : c.calls) {
+            if (call.op != Op::Text || call.y1 >= heading->y1 || call.y1 <= next->y1)
+                continue;
+            EXPECT_LE(call.x1 + 0.1 * CharacterCount(call.text), 7.5 + 1e-9) << call.text;
+            joined += (joined.empty() || text[0] == 'x' ? "" : " ") + call.text;
+            ++lines;
+        }
+        EXPECT_EQ(joined, text);
+        EXPECT_GE(lines, 2) << text;
+    }
 }

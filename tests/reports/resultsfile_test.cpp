@@ -4,6 +4,7 @@
 #include "statistics/composite.h"
 #include "statistics/line.h"
 #include "statistics/range.h"
+#include "statistics/samplingline.h"
 #include "statistics/swath.h"
 
 #include <gtest/gtest.h>
@@ -112,17 +113,7 @@ Workspace ReadLine(const fs::path &path)
 // The composite view entered afresh, as the write command finds it.
 void EnterCompositeView(Workspace &ws)
 {
-    ws.CompositeCheck = true;
-    CalcCompositeAll(ws);
-    AssignCardPositions(ws);
-    ASSERT_FALSE(HasEqualPositions(ws));
-    if (RangeSelected(ws))
-        CalcCompositeRange(ws);
-    ResetLineStats(ws);
-    FillLineStats(ws);
-    ws.SwathSets[1].Width = 0;
-    ws.SwathSets[2].Width = 0;
-    BuildSwathTables(ws);
+    EXPECT_TRUE(PrepareSamplingLine(ws, [](LineProblem, const std::string &) { return false; }));
 }
 
 class ResultsFileTest : public ::testing::Test

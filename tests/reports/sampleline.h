@@ -3,9 +3,7 @@
 // tables of known shape, run through the same statistics chain as the composite view.
 
 #include "core/workspace.h"
-#include "statistics/composite.h"
-#include "statistics/line.h"
-#include "statistics/swath.h"
+#include "statistics/samplingline.h"
 
 #include <cmath>
 
@@ -60,14 +58,7 @@ inline void FillCard(CardImage &card, int i, int rows)
 // Recomputes what the composite view holds: positions, composites, line statistics, swath tables.
 inline void Recompute(Workspace &ws)
 {
-    AssignCardPositions(ws);
-    CalcCompositeAll(ws);
-    ws.CompositeCheck = true;
-    ResetLineStats(ws);
-    FillLineStats(ws);
-    ws.SwathSets[1].Width = 0;
-    ws.SwathSets[2].Width = 0;
-    BuildSwathTables(ws);
+    PrepareSamplingLine(ws, [](LineProblem, const std::string &) { return true; });
 }
 
 inline void MakeLine(Workspace &ws, const LineSpec &spec)

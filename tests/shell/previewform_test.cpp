@@ -2,12 +2,17 @@
 
 #include "dialogs/settingsaccess.h"
 #include "reports/recordingreportcanvas.h"
+#include "reports/reportpages.h"
 #include "reports/sampleline.h"
+#include "shell/commondialogs.h"
+#include "shell/writecompositecommand.h"
 #include "shelltest.h"
 
+#include <QCheckBox>
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QToolButton>
 
 using namespace velmara;
 using namespace velmara::testing;
@@ -50,6 +55,20 @@ public:
     }
 };
 
+// Answers the save dialog with one name, or Cancel when it is empty.
+class OneNameChooser : public FileChooser
+{
+public:
+    QString answer;
+    std::vector<Request> requests;
+    std::optional<Choice> chooseSaveName(QWidget *, const Request &request) override
+    {
+        requests.push_back(request);
+        return answer.isEmpty() ? std::nullopt : std::optional<Choice>(Choice{answer, 1});
+    }
+    bool confirmReplace(QWidget *, const QString &, const QString &) override { return true; }
+};
+
 bool Blank(const QImage &image)
 {
     for (int y = 0; y < image.height(); ++y)
@@ -85,7 +104,8 @@ protected:
 TEST_F(PreviewFormTest, OpeningChoosesTheDefaultPrinterAndDrawsPageOneOnce)
 {
     frmPreview2 form(ws, printers, 1024);
-    ASSERT_EQ(form.cmbPrinters->count(), 4);
+    ASSERT_EQ(form.cmbPrinters->count(), 5);
+    EXPECT_EQ(form.cmbPrinters->itemText(4), kSaveAsPdfEntry);
     EXPECT_EQ(form.cmbPrinters->currentIndex(), 2) << "case ignored, the last match counts";
     EXPECT_EQ(printers.chosen, std::vector<QString>{"laser"});
     EXPECT_EQ(form.pagesDrawn(), std::vector<int>{1});
@@ -111,40 +131,43 @@ TEST_F(PreviewFormTest, TabClicksRedrawOnlyWhenTheTabChangesAndEscapeKeepsThePri
     form.cmbPrinters->setCurrentIndex(3);
     EXPECT_EQ(form.pagesDrawn(), (std::vector<int>{1, 1, 3, 3}));
     EXPECT_EQ(printers.current, "Plotter");
-    // Escape closes without printing; the printer chosen stays.
+    // Return and Enter print nothing, wherever the focus is; Escape closes without printing, and
+    // the printer chosen stays.
+    form.activateWindow();
+    for (QWidget *focus : std::initializer_list<QWidget *>{form.cmbPrinters, form.PreviewTabs, &form}) {
+        focus->setFocus();
+        for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+            QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &form, key);
+            QTest::qWait(20);
+            EXPECT_TRUE(form.isVisible()) << key;
+        }
+    }
+    EXPECT_TRUE(printers.jobs.empty());
+    EXPECT_FALSE(form.btnPrint->isDefault() || form.btnPrint->autoDefault());
     QTest::keyClick(&form, Qt::Key_Escape);
     EXPECT_EQ(form.result(), QDialog::Rejected);
     EXPECT_TRUE(printers.jobs.empty());
     EXPECT_EQ(printers.current, "Plotter");
 }
 
-TEST_F(PreviewFormTest, PrintSendsOneJobAndCloses)
+TEST_F(PreviewFormTest, PrintSendsOneJobAndClosesAlsoForALineWithoutSwathPage)
 {
-    frmPreview2 form(ws, printers, 1024);
-    form.show();
-    QTest::mouseClick(form.btnPrint, Qt::LeftButton);
-    EXPECT_FALSE(form.isVisible());
-    ASSERT_EQ(printers.jobs.size(), 1u);
-    const RecordingReportCanvas &job = *printers.jobs.back();
-    EXPECT_EQ(job.count(Op::NewPage), 3);
-    EXPECT_EQ(job.count(Op::EndDoc), 1);
-    EXPECT_EQ(form.windowTitle(), "Velmara - Printing Page 4...");
-}
-
-TEST_F(PreviewFormTest, FailingJobIsReportedAndTheWindowClosesAllTheSame)
-{
-    MakeLine(ws, LineSpec{2});
-    frmPreview2 form(ws, printers, 1024);
-    form.setMessageHook([&](const QString &m) { messages.push_back(m); });
-    form.show();
-    QTest::mouseClick(form.btnPrint, Qt::LeftButton);
-    EXPECT_FALSE(form.isVisible());
-    EXPECT_EQ(printers.jobs.back()->count(Op::KillDoc), 1);
-    EXPECT_EQ(printers.jobs.back()->count(Op::EndDoc), 0);
-    EXPECT_EQ(messages, std::vector<QString>{"There was an error:\n\n     Division by zero"});
+    for (const int cards : {5, 2}) {
+        MakeLine(ws, LineSpec{cards});
+        frmPreview2 form(ws, printers, 1024);
+        form.setMessageHook([&](const QString &m) { messages.push_back(m); });
+        form.show();
+        QTest::mouseClick(form.btnPrint, Qt::LeftButton);
+        EXPECT_FALSE(form.isVisible());
+        const RecordingReportCanvas &job = *printers.jobs.back();
+        EXPECT_EQ(job.count(Op::NewPage), 3);
+        EXPECT_EQ(job.count(Op::EndDoc), 1);
+        EXPECT_EQ(job.findText(kNoSwathBelowThreeCards) != nullptr, cards == 2);
+        EXPECT_EQ(form.windowTitle(), "Velmara - Printing Page 4...");
+    }
+    EXPECT_TRUE(messages.empty());
 
     printers.refuse = true;
-    messages.clear();
     frmPreview2 refused(ws, printers, 1024);
     refused.setMessageHook([&](const QString &m) { messages.push_back(m); });
     refused.show();
@@ -153,20 +176,46 @@ TEST_F(PreviewFormTest, FailingJobIsReportedAndTheWindowClosesAllTheSame)
     EXPECT_EQ(messages, std::vector<QString>{"There was an error:\n\n     Printer offline"});
 }
 
-TEST_F(PreviewFormTest, WithoutPrintersThePictureStaysBlankUntilATabFails)
+// Opened from the main window on a machine without printers: the pages are drawn, the list
+// offers "Save as PDF...", and Print writes the report to the file chosen.
+TEST_F(WindowFixture, PreviewWithoutPrintersDrawsThePagesAndSavesAsPdf)
 {
-    printers.names.clear();
-    printers.current.clear();
-    frmPreview2 form(ws, printers, 1024);
-    form.setMessageHook([&](const QString &m) { messages.push_back(m); });
-    form.show();
-    EXPECT_EQ(form.cmbPrinters->count(), 0);
-    EXPECT_TRUE(form.pagesDrawn().empty());
-    EXPECT_TRUE(Blank(form.pageImage()));
-    clickTab(form, 1);
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_TRUE(messages[0].startsWith("There was an error:\n\n     ")) << messages[0].toStdString();
-    EXPECT_TRUE(Blank(form.pageImage()));
+    openWindow(3);
+    FakePrinters none;
+    OneNameChooser chooser;
+    ResultsCommandHooks hooks;
+    hooks.Printers = &none;
+    hooks.SprayDialog = [] { return true; };
+    QStringList seen;
+    hooks.ShowPreview = [&](frmPreview2 &form) {
+        form.setFileChooser(chooser);
+        form.setMessageHook([&](const QString &m) { seen << m; });
+        form.show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(&form));
+        for (int i = 0; i < form.cmbPrinters->count(); ++i)
+            seen << form.cmbPrinters->itemText(i);
+        const QImage shown = form.grab().toImage();
+        EXPECT_FALSE(Blank(shown.copy(form.Picture1->geometry().adjusted(1, 1, -1, -1))));
+        // Cancel at the file name leaves the preview open; a name writes the four pages.
+        QTest::mouseClick(form.btnPrint, Qt::LeftButton);
+        EXPECT_TRUE(form.isVisible());
+        chooser.answer = dir.filePath(QStringLiteral("line"));
+        QTest::mouseClick(form.btnPrint, Qt::LeftButton);
+        EXPECT_FALSE(form.isVisible());
+    };
+    window->setResultsCommandHooks(hooks);
+    loadCards(3);
+    decodeAndScan({1, 2, 3});
+    ws.Spray.Sample_Position1 = "-50";
+    ws.Spray.Sample_Interval = "10";
+    window->CompositeCheck->click();
+    QTest::mouseClick(window->btnPrint, Qt::LeftButton);
+
+    EXPECT_EQ(seen, QStringList{QString::fromLatin1(kSaveAsPdfEntry)});
+    ASSERT_EQ(chooser.requests.size(), 2u);
+    EXPECT_EQ(chooser.requests[0].NameFilters, QStringList{QStringLiteral("PDF File (*.pdf)")});
+    EXPECT_TRUE(ReadAll(dir.filePath(QStringLiteral("line.pdf"))).startsWith("%PDF"));
+    EXPECT_TRUE(none.chosen.empty() && none.jobs.empty());
 }
 
 TEST_F(PreviewFormTest, PrintCommandOpensThePreviewOnlyAfterAccept)
