@@ -1,3 +1,4 @@
+#include "cardgen/cardgen.h"
 #include "intake/loadimage.h"
 #include "shell/application.h"
 #include "shell/cardview.h"
@@ -20,6 +21,7 @@
 #include <QScrollBar>
 #include <QSlider>
 #include <QTimer>
+#include <QWheelEvent>
 #include <QToolButton>
 
 using namespace velmara;
@@ -384,6 +386,10 @@ TEST_F(WindowTest, RightButtonHeldShowsTheImageInformation)
     const auto *dpi = form->findChild<QLabel *>(QStringLiteral("ResLabel2"));
     ASSERT_NE(dpi, nullptr);
     EXPECT_EQ(dpi->text(), "600 d.p.i.");
+    const auto *caption = form->findChild<QLabel *>(QStringLiteral("Caption"));
+    ASSERT_NE(caption, nullptr);
+    EXPECT_TRUE(caption->isVisible());
+    EXPECT_EQ(caption->text(), "Image Information...");
     QTest::mouseRelease(window->Picture1, Qt::RightButton, Qt::NoModifier, QPoint(40, 40));
     QApplication::processEvents();
     EXPECT_EQ(shownInfoForm(), nullptr);
@@ -413,6 +419,21 @@ TEST_F(WindowTest, ScrollBarsPanOnePixelPerPixel)
     EXPECT_EQ(window->VScroll1->pageStep(), qRound(maximum / 4.0));
     window->VScroll1->setValue(7);
     EXPECT_EQ(window->Picture1->pan(), QPoint(0, 7));
+
+    // The wheel pans a large card: down, Shift sideways, a sideways wheel likewise.
+    ASSERT_TRUE(QFile::copy(QStringLiteral(VELMARA_SOURCE_DIR "/samples/sheet/sheet3x3.gif"), path("sheet.gif")));
+    window->loadChosenFiles({path("sheet.gif")});
+    const struct { QPoint delta; Qt::KeyboardModifiers mods; QPoint pan; } wheels[] = {
+        {{0, -120}, Qt::NoModifier, {0, 48}}, {{0, -240}, Qt::ShiftModifier, {96, 48}},
+        {{120, 0}, Qt::NoModifier, {48, 48}}, {{0, 240}, Qt::NoModifier, {48, 0}}};
+    for (const auto &w : wheels) {
+        const QPointF at(50, 50);
+        QWheelEvent wheel(at, window->Picture1->mapToGlobal(at), QPoint(), w.delta, Qt::NoButton, w.mods,
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(window->Picture1, &wheel);
+        EXPECT_EQ(window->Picture1->pan(), w.pan) << w.delta.x() << "," << w.delta.y();
+    }
+    window->loadChosenFiles({path("card02.bmp")});
 
     // A picture that fits: no bar.
     window->resize(1024, 1000);
@@ -473,6 +494,176 @@ TEST_F(WindowTest, CancelBetweenTheFilesOfOneChoice)
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp -- 600 dpi");
     EXPECT_FALSE(ws.CancelRequested);
     EXPECT_EQ(ws.InitialDir, dir.path().toStdString() + "/");
+}
+
+// The tab strip stays live during a pass. A card clicked meanwhile that is not Scanned (Loaded,
+// or Decoded only) shows no results when the pass ends, whether the button or Ctrl+S started it.
+TEST_F(WindowTest, CardClickedDuringAStainCountShowsNoResultsUnlessScanned)
+{
+    const struct { bool byKey, decodeAll; } cases[] = {{false, false}, {true, false}, {false, true}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << "key " << c.byKey << " decodeAll " << c.decodeAll);
+        key(Qt::Key_Delete, Qt::ControlModifier);
+        loadThree();
+        key(c.decodeAll ? Qt::Key_A : Qt::Key_S, Qt::ControlModifier); // card 3 shown: decodes
+        ASSERT_TRUE(ws.Card(3).PixelsReady);
+        bool clicked = false;
+        QTimer watcher;
+        QObject::connect(&watcher, &QTimer::timeout, [&] {
+            if (!clicked && window->ProgressBar1->isVisible()) {
+                clicked = true;
+                QTest::mouseClick(window->ImageStrip, Qt::LeftButton, {}, window->ImageStrip->tabRect(0).center());
+            }
+        });
+        watcher.start(0);
+        if (c.byKey)
+            key(Qt::Key_S, Qt::ControlModifier);
+        else
+            QTest::mouseClick(window->btnScan, Qt::LeftButton);
+        watcher.stop();
+        ASSERT_TRUE(clicked);
+        EXPECT_TRUE(ws.Card(3).Scanned);
+        EXPECT_EQ(ws.CurrentCard, 1);
+        EXPECT_TRUE(window->windowTitle().contains("card01.bmp"));
+        EXPECT_FALSE(window->ResultFrame->isVisible());
+    }
+}
+
+TEST_F(WindowTest, HueLabelsAlwaysReadTheSliders)
+{
+    window->loadChosenFiles({path("card01.bmp")});
+    key(Qt::Key_S, Qt::ControlModifier);
+    for (QSlider *slider : {window->Slider1, window->Slider2}) {
+        slider->setFocus();
+        QTest::keyClick(slider, slider == window->Slider1 ? Qt::Key_PageUp : Qt::Key_PageDown);
+        QApplication::processEvents();
+    }
+    ASSERT_EQ(window->Slider1->value(), 16);
+    ASSERT_EQ(window->Slider2->value(), 239);
+    window->loadChosenFiles({path("card02.bmp")}); // the sliders keep their values across a load
+    EXPECT_EQ(window->Label1->text(), "16");
+    EXPECT_EQ(window->Label2->text(), "239");
+}
+
+// A step that throws inside a command is told in a box, and the window is back at rest: no bar,
+// no busy cursor, Cancel idle, the commands live again. The failing step is the background
+// question of card00, whose sample is all colour 1.
+TEST_F(WindowTest, AFailingStepIsToldAndTheWindowComesBackToRest)
+{
+    ASSERT_TRUE(cardgen::WriteCard(cardgen::IndexedImage(60, 60, {{0, 0, 0}, cardgen::kWhite}, 1),
+                                   path("card00.bmp").toStdString()));
+    window->loadChosenFiles({path("card00.bmp"), path("card01.bmp")});
+    auto answer = [&](bool fail) {
+        window->setQuestionHook([fail](int, int, Byte, Byte) {
+            if (fail)
+                throw Failure(kOverflow);
+            return Answer::Yes;
+        });
+    };
+    const std::function<void()> starts[] = {
+        [&] {
+            QTest::mouseClick(window->ImageStrip, Qt::LeftButton, {}, window->ImageStrip->tabRect(0).center());
+            QTest::mouseClick(window->btnScanColour, Qt::LeftButton);
+        },
+        [&] { key(Qt::Key_A, Qt::ControlModifier); },
+        [&] {
+            window->selectCard(2);
+            key(Qt::Key_S, Qt::ControlModifier); // card01 decoded: the scan of all starts at card00
+            QTest::mouseClick(window->btnScanAll, Qt::LeftButton);
+        }};
+    for (size_t i = 0; i < std::size(starts); ++i) {
+        SCOPED_TRACE(i);
+        answer(true);
+        messages.clear();
+        starts[i]();
+        EXPECT_EQ(messages, QStringList{"Error: Overflow"});
+        EXPECT_FALSE(window->ProgressBar1->isVisible());
+        EXPECT_FALSE(window->btnCancel->isEnabled());
+        EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+        EXPECT_TRUE(window->btnLoad->isEnabled());
+        EXPECT_TRUE(window->btnChangeRes->isEnabled());
+        EXPECT_FALSE(ws.Card(1).PixelsReady);
+    }
+    answer(false);
+    key(Qt::Key_A, Qt::ControlModifier); // card00 decodes now
+    key(Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(ws.ScannedCount(), 2);
+}
+
+// Everything stays on an 800 by 600 screen: nothing is cut by the window's edge.
+TEST_F(WindowTest, FitsAnEightHundredBySixHundredScreen)
+{
+    window = std::make_unique<MainWindow>(ws, *store, 600);
+    window->setMessageHook([this](const QString &text) { messages << text; });
+    window->setQuestionHook([](int, int, Byte, Byte) { return Answer::Yes; });
+    window->show();
+    window->resize(800, 570); // the height a task bar leaves
+    loadThree();
+    key(Qt::Key_A, Qt::ControlModifier);
+    key(Qt::Key_A, Qt::ControlModifier);
+    QApplication::processEvents();
+    EXPECT_LE(window->width(), 800);
+    EXPECT_LE(window->height(), 570);
+    const QRect inside = window->rect();
+    for (QWidget *w : std::initializer_list<QWidget *>{
+             window->VScroll1, window->HScroll1, window->btnChangeRes, window->ImageStrip, window->Slider2,
+             window->Label2, window->HueInvertCheck, window->btnCancel, window->btnPrefs, window->MaskFrame,
+             window->ResultPic, window->ResultLabelX2, window->VMDLabel, window->DropLabel, window->VolumeLabel,
+             window->GraphOption[3], window->CompositeCheck}) {
+        EXPECT_TRUE(w->isVisible()) << w->metaObject()->className();
+        const QRect r(w->mapTo(window.get(), QPoint(0, 0)), w->size());
+        EXPECT_TRUE(inside.contains(r)) << w->metaObject()->className() << " " << r.x() << "," << r.y() << " "
+                                        << r.width() << "x" << r.height();
+    }
+}
+
+// A pass shows the busy cursor, and the commands that would return at once look disabled while
+// Cancel stays live.
+TEST_F(WindowTest, BusyCursorAndIdleCommandsDuringAPass)
+{
+    loadThree();
+    key(Qt::Key_A, Qt::ControlModifier);
+    QList<bool> seen; // cursor busy, load, scan all, results file, cancel
+    QTimer watcher;
+    QObject::connect(&watcher, &QTimer::timeout, [&] {
+        if (seen.isEmpty() && window->ProgressBar1->isVisible()) {
+            const QCursor *cursor = QApplication::overrideCursor();
+            seen = {cursor && cursor->shape() == Qt::WaitCursor, window->btnLoad->isEnabled(),
+                    window->btnScanAll->isEnabled(), window->btnPrint->isEnabled(), window->btnCancel->isEnabled()};
+        }
+    });
+    watcher.start(0);
+    QTest::mouseClick(window->btnScanAll, Qt::LeftButton);
+    watcher.stop();
+    EXPECT_EQ(seen, (QList<bool>{true, false, false, false, true}));
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    EXPECT_TRUE(window->btnLoad->isEnabled());
+    EXPECT_TRUE(window->btnScanAll->isEnabled());
+}
+
+// The tool tips: a card's tab names its file in full; the corner button names what it opens.
+TEST_F(WindowTest, ToolTipsNameTheFileAndTheCornerCommand)
+{
+    loadThree();
+    key(Qt::Key_A, Qt::ControlModifier);
+    key(Qt::Key_A, Qt::ControlModifier);
+    auto tips = [&] {
+        QStringList t;
+        for (int i = 0; i < window->ImageStrip->count(); ++i)
+            t << window->ImageStrip->tabToolTip(i);
+        return t;
+    };
+    const QStringList files{path("card01.bmp"), path("card02.bmp"), path("card03.bmp")};
+    EXPECT_EQ(tips(), files);
+    EXPECT_EQ(window->btnChangeRes->toolTip(), "Card Resolution");
+    ws.Spray.Sample_Position1 = "-50";
+    ws.Spray.Sample_Interval = "10";
+    key(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(window->btnChangeRes->toolTip(), "Card Positions");
+    EXPECT_EQ(tips(), (QStringList{QString(), QString()}));
+    key(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(window->btnChangeRes->toolTip(), "Card Resolution");
+    EXPECT_EQ(tips(), files);
 }
 
 TEST(Startup, HueColoursAndScreenCheck)
