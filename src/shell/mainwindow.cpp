@@ -163,6 +163,7 @@ void MainWindow::buildControls()
     outer->addLayout(bottom);
 
     setCentralWidget(central);
+    nameControls();
     resize(mScreenHeight > 600 ? QSize(1000, 720) : QSize(790, 560));
 }
 
@@ -281,6 +282,27 @@ void MainWindow::buildCommandPanel(QGridLayout *controls, QWidget *parent)
     connect(btnPrefs, &QToolButton::clicked, this, asCommand(&MainWindow::btnPrefs_Click));
     connect(MaskCheck, &QCheckBox::clicked, this, asCommand(&MainWindow::onMaskCheckClicked));
     connect(colours, &QButtonGroup::idClicked, this, [this](int) { command([this] { onBackColourClicked(); }); });
+}
+
+void MainWindow::nameControls()
+{
+    const std::pair<QWidget *, const char *> named[] = {
+        {ImageStrip, "ImageStrip"}, {Picture1, "Picture1"}, {HScroll1, "HScroll1"}, {VScroll1, "VScroll1"},
+        {btnChangeRes, "btnChangeRes"}, {ProgressBar1, "ProgressBar1"}, {HistogramPic, "HistogramPic"},
+        {Slider1, "Slider1"}, {Slider2, "Slider2"}, {Label1, "Label1"}, {Label2, "Label2"},
+        {HueInvertCheck, "HueInvertCheck"}, {btnLoad, "btnLoad"}, {btnLoadTemplate, "btnLoadTemplate"},
+        {btnScanColour, "btnScanColour"}, {btnScanColourAll, "btnScanColourAll"}, {btnScan, "btnScan"},
+        {btnScanAll, "btnScanAll"}, {btnCancel, "btnCancel"}, {btnPrefs, "btnPrefs"}, {MaskFrame, "MaskFrame"},
+        {MaskCheck, "MaskCheck"}, {ResultFrame, "ResultFrame"}, {ResultPic, "ResultPic"},
+        {SizeRangeLabel, "SizeRangeLabel"}, {ResultLabel, "ResultLabel"}, {ResultLabelX1, "ResultLabelX1"},
+        {ResultLabelX2, "ResultLabelX2"}, {ResultLabelY1, "ResultLabelY1"}, {ResultLabelY2, "ResultLabelY2"},
+        {VMDLabel, "VMDLabel"}, {DropLabel, "DropLabel"}, {VolumeLabel, "VolumeLabel"},
+        {CompositeCheck, "CompositeCheck"}, {btnWriteComposite, "btnWriteComposite"}, {btnPrint, "btnPrint"},
+        {BackColorOption[1], "BackColorOption1"}, {BackColorOption[2], "BackColorOption2"},
+        {GraphOption[1], "GraphOption1"}, {GraphOption[2], "GraphOption2"}, {GraphOption[3], "GraphOption3"},
+        {InfoLabel[1], "InfoLabel1"}, {InfoLabel[2], "InfoLabel2"}, {InfoLabel[3], "InfoLabel3"}};
+    for (const auto &[widget, name] : named)
+        widget->setObjectName(QLatin1String(name));
 }
 
 QWidget *MainWindow::buildResultFrame()

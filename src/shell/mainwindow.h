@@ -42,9 +42,57 @@ class PictureBox;
 class PrinterAccess;
 class SettingsStore;
 
-class MainWindow : public QMainWindow
+// The controls of the main window, named as the documentation names them. Each also carries its
+// name as object name, so that tests and tools find it as a user does, by what it is.
+struct MainWindowControls
+{
+    QTabBar *ImageStrip = nullptr;
+    CardView *Picture1 = nullptr;
+    QScrollBar *HScroll1 = nullptr;
+    QScrollBar *VScroll1 = nullptr;
+    QToolButton *btnChangeRes = nullptr;
+    QProgressBar *ProgressBar1 = nullptr;
+    PictureBox *HistogramPic = nullptr;
+    QSlider *Slider1 = nullptr;
+    QSlider *Slider2 = nullptr;
+    QLabel *Label1 = nullptr;
+    QLabel *Label2 = nullptr;
+    QCheckBox *HueInvertCheck = nullptr;
+    QPushButton *btnLoad = nullptr;
+    QToolButton *btnLoadTemplate = nullptr;
+    QPushButton *btnScanColour = nullptr;
+    QPushButton *btnScanColourAll = nullptr;
+    QPushButton *btnScan = nullptr;
+    QPushButton *btnScanAll = nullptr;
+    QPushButton *btnCancel = nullptr;
+    QToolButton *btnPrefs = nullptr;
+    QGroupBox *MaskFrame = nullptr;
+    QCheckBox *MaskCheck = nullptr;
+    std::array<QRadioButton *, 3> BackColorOption{}; // 1 Black, 2 White
+    QGroupBox *ResultFrame = nullptr;
+    PictureBox *ResultPic = nullptr;
+    QLabel *SizeRangeLabel = nullptr;
+    QLabel *ResultLabel = nullptr;
+    QLabel *ResultLabelX1 = nullptr;
+    QLabel *ResultLabelX2 = nullptr;
+    QLabel *ResultLabelY1 = nullptr;
+    QLabel *ResultLabelY2 = nullptr;
+    std::array<QRadioButton *, 4> GraphOption{}; // 1 VF, 2 CVF, 3 #/cm²
+    std::array<QLabel *, 4> InfoLabel{};         // 1 to 3
+    QLabel *VMDLabel = nullptr;
+    QLabel *DropLabel = nullptr;
+    QLabel *VolumeLabel = nullptr;
+    QCheckBox *CompositeCheck = nullptr;
+    QToolButton *btnWriteComposite = nullptr;
+    QToolButton *btnPrint = nullptr;
+};
+
+class MainWindow : public QMainWindow, private MainWindowControls
 {
     Q_OBJECT
+    // The composite view takes over the picture, the tabs and the result labels while it is on.
+    friend class CompositeView;
+
 public:
     // Reads the preferences from store (the window's initialisation) and lays itself out for a
     // screen of screenHeight pixels. ws and store must outlive the window.
@@ -105,47 +153,6 @@ public:
     void setMessageHook(MessageHook hook) { mMessageHook = std::move(hook); }
     void showMessage(const QString &text, bool warning = false);
 
-    // --- The controls, named as the documentation names them (tests and screenshots use them).
-    QTabBar *ImageStrip = nullptr;
-    CardView *Picture1 = nullptr;
-    QScrollBar *HScroll1 = nullptr;
-    QScrollBar *VScroll1 = nullptr;
-    QToolButton *btnChangeRes = nullptr;
-    QProgressBar *ProgressBar1 = nullptr;
-    PictureBox *HistogramPic = nullptr;
-    QSlider *Slider1 = nullptr;
-    QSlider *Slider2 = nullptr;
-    QLabel *Label1 = nullptr;
-    QLabel *Label2 = nullptr;
-    QCheckBox *HueInvertCheck = nullptr;
-    QPushButton *btnLoad = nullptr;
-    QToolButton *btnLoadTemplate = nullptr;
-    QPushButton *btnScanColour = nullptr;
-    QPushButton *btnScanColourAll = nullptr;
-    QPushButton *btnScan = nullptr;
-    QPushButton *btnScanAll = nullptr;
-    QPushButton *btnCancel = nullptr;
-    QToolButton *btnPrefs = nullptr;
-    QGroupBox *MaskFrame = nullptr;
-    QCheckBox *MaskCheck = nullptr;
-    std::array<QRadioButton *, 3> BackColorOption{}; // 1 Black, 2 White
-    QGroupBox *ResultFrame = nullptr;
-    PictureBox *ResultPic = nullptr;
-    QLabel *SizeRangeLabel = nullptr;
-    QLabel *ResultLabel = nullptr;
-    QLabel *ResultLabelX1 = nullptr;
-    QLabel *ResultLabelX2 = nullptr;
-    QLabel *ResultLabelY1 = nullptr;
-    QLabel *ResultLabelY2 = nullptr;
-    std::array<QRadioButton *, 4> GraphOption{}; // 1 VF, 2 CVF, 3 #/cm²
-    std::array<QLabel *, 4> InfoLabel{};         // 1 to 3
-    QLabel *VMDLabel = nullptr;
-    QLabel *DropLabel = nullptr;
-    QLabel *VolumeLabel = nullptr;
-    QCheckBox *CompositeCheck = nullptr;
-    QToolButton *btnWriteComposite = nullptr;
-    QToolButton *btnPrint = nullptr;
-
     // The picture of the card shown, masked when masking is on.
     const QImage &KromeKotePicture() const { return mShownPicture; }
 
@@ -157,6 +164,7 @@ protected:
 
 private:
     void buildControls();
+    void nameControls();
     void buildHuePanel(QGridLayout *grid, QWidget *parent);
     void buildCommandPanel(QGridLayout *grid, QWidget *parent);
     QWidget *buildResultFrame();

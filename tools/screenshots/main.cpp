@@ -72,17 +72,17 @@ int main(int argc, char **argv)
     ok &= save(window, out, "2-loaded");
 
     window.btnScanColour_Click();
-    window.Slider1->setValue(200);
+    window.findChild<QSlider *>("Slider1")->setValue(200);
     ok &= save(window, out, "3-decoded");
 
-    window.MaskCheck->click();
+    window.findChild<QCheckBox *>("MaskCheck")->click();
     ok &= save(window, out, "4-masked");
-    window.MaskCheck->click();
+    window.findChild<QCheckBox *>("MaskCheck")->click();
 
     window.btnScanAll_Click();
     ok &= save(window, out, "5-scanned");
 
-    PictureBox *graph = window.ResultPic;
+    PictureBox *graph = window.findChild<PictureBox *>("ResultPic");
     QTest::mousePress(graph, Qt::LeftButton, Qt::NoModifier, QPoint(40, 30));
     QMouseEvent move(QEvent::MouseMove, QPointF(60, 30), graph->mapToGlobal(QPointF(60, 30)), Qt::NoButton,
                      Qt::LeftButton, Qt::NoModifier);
