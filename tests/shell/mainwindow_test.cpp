@@ -148,6 +148,23 @@ TEST_F(WindowTest, ScanAllShowsTheCompositeBoxAndKeysFollowTheTable)
     EXPECT_EQ(ws.CurrentCard, 3);
     EXPECT_TRUE(ctl<QCheckBox>("CompositeCheck")->isVisibleTo(window.get()));
 
+    // Tool tips: a card's tab names its file in full (the composite's tabs nothing), the corner
+    // button what it opens.
+    auto tips = [&] {
+        QStringList t{ctl<QToolButton>("btnChangeRes")->toolTip()};
+        for (int i = 0; i < ctl<QTabBar>("ImageStrip")->count(); ++i)
+            t << ctl<QTabBar>("ImageStrip")->tabToolTip(i);
+        return t;
+    };
+    const QStringList cardTips{"Card Resolution", path("card01.bmp"), path("card02.bmp"), path("card03.bmp")};
+    EXPECT_EQ(tips(), cardTips);
+    ws.Spray.Sample_Position1 = "-50";
+    ws.Spray.Sample_Interval = "10";
+    key(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(tips(), (QStringList{"Card Positions", QString(), QString()}));
+    key(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(tips(), cardTips);
+
     key(Qt::Key_Tab, Qt::ControlModifier);
     EXPECT_EQ(ws.CurrentCard, 1); // round from the last to the first
     EXPECT_EQ(ctl<QTabBar>("ImageStrip")->currentIndex(), 0);
@@ -498,6 +515,7 @@ TEST_F(WindowTest, CancelBetweenTheFilesOfOneChoice)
 
 // The tab strip stays live during a pass. A card clicked meanwhile that is not Scanned (Loaded,
 // or Decoded only) shows no results when the pass ends, whether the button or Ctrl+S started it.
+// Meanwhile the busy cursor shows and the commands that would do nothing look disabled.
 TEST_F(WindowTest, CardClickedDuringAStainCountShowsNoResultsUnlessScanned)
 {
     const struct { bool byKey, decodeAll; } cases[] = {{false, false}, {true, false}, {false, true}};
@@ -508,11 +526,16 @@ TEST_F(WindowTest, CardClickedDuringAStainCountShowsNoResultsUnlessScanned)
         key(c.decodeAll ? Qt::Key_A : Qt::Key_S, Qt::ControlModifier); // card 3 shown: decodes
         ASSERT_TRUE(ws.Card(3).PixelsReady);
         bool clicked = false;
+        QList<bool> busy; // busy cursor, Load, All, Cancel: the commands that would do nothing look idle
         QTimer watcher;
         QObject::connect(&watcher, &QTimer::timeout, [&] {
             if (!clicked && ctl<QProgressBar>("ProgressBar1")->isVisible()) {
                 clicked = true;
-                QTest::mouseClick(ctl<QTabBar>("ImageStrip"), Qt::LeftButton, {}, ctl<QTabBar>("ImageStrip")->tabRect(0).center());
+                const QCursor *cursor = QApplication::overrideCursor();
+                busy = {cursor && cursor->shape() == Qt::WaitCursor, ctl<QPushButton>("btnLoad")->isEnabled(),
+                        ctl<QPushButton>("btnScanAll")->isEnabled(), ctl<QPushButton>("btnCancel")->isEnabled()};
+                QTabBar *strip = ctl<QTabBar>("ImageStrip");
+                QTest::mouseClick(strip, Qt::LeftButton, {}, strip->tabRect(0).center());
             }
         });
         watcher.start(0);
@@ -522,6 +545,9 @@ TEST_F(WindowTest, CardClickedDuringAStainCountShowsNoResultsUnlessScanned)
             QTest::mouseClick(ctl<QPushButton>("btnScan"), Qt::LeftButton);
         watcher.stop();
         ASSERT_TRUE(clicked);
+        EXPECT_EQ(busy, (QList<bool>{true, false, false, true}));
+        EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+        EXPECT_TRUE(ctl<QPushButton>("btnLoad")->isEnabled());
         EXPECT_TRUE(ws.Card(3).Scanned);
         EXPECT_EQ(ws.CurrentCard, 1);
         EXPECT_TRUE(window->windowTitle().contains("card01.bmp"));
@@ -619,55 +645,6 @@ TEST_F(WindowTest, FitsAnEightHundredBySixHundredScreen)
         EXPECT_TRUE(inside.contains(r)) << w->metaObject()->className() << " " << r.x() << "," << r.y() << " "
                                         << r.width() << "x" << r.height();
     }
-}
-
-// A pass shows the busy cursor, and the commands that would return at once look disabled while
-// Cancel stays live.
-TEST_F(WindowTest, BusyCursorAndIdleCommandsDuringAPass)
-{
-    loadThree();
-    key(Qt::Key_A, Qt::ControlModifier);
-    QList<bool> seen; // cursor busy, load, scan all, results file, cancel
-    QTimer watcher;
-    QObject::connect(&watcher, &QTimer::timeout, [&] {
-        if (seen.isEmpty() && ctl<QProgressBar>("ProgressBar1")->isVisible()) {
-            const QCursor *cursor = QApplication::overrideCursor();
-            seen = {cursor && cursor->shape() == Qt::WaitCursor, ctl<QPushButton>("btnLoad")->isEnabled(),
-                    ctl<QPushButton>("btnScanAll")->isEnabled(), ctl<QToolButton>("btnPrint")->isEnabled(), ctl<QPushButton>("btnCancel")->isEnabled()};
-        }
-    });
-    watcher.start(0);
-    QTest::mouseClick(ctl<QPushButton>("btnScanAll"), Qt::LeftButton);
-    watcher.stop();
-    EXPECT_EQ(seen, (QList<bool>{true, false, false, false, true}));
-    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
-    EXPECT_TRUE(ctl<QPushButton>("btnLoad")->isEnabled());
-    EXPECT_TRUE(ctl<QPushButton>("btnScanAll")->isEnabled());
-}
-
-// The tool tips: a card's tab names its file in full; the corner button names what it opens.
-TEST_F(WindowTest, ToolTipsNameTheFileAndTheCornerCommand)
-{
-    loadThree();
-    key(Qt::Key_A, Qt::ControlModifier);
-    key(Qt::Key_A, Qt::ControlModifier);
-    auto tips = [&] {
-        QStringList t;
-        for (int i = 0; i < ctl<QTabBar>("ImageStrip")->count(); ++i)
-            t << ctl<QTabBar>("ImageStrip")->tabToolTip(i);
-        return t;
-    };
-    const QStringList files{path("card01.bmp"), path("card02.bmp"), path("card03.bmp")};
-    EXPECT_EQ(tips(), files);
-    EXPECT_EQ(ctl<QToolButton>("btnChangeRes")->toolTip(), "Card Resolution");
-    ws.Spray.Sample_Position1 = "-50";
-    ws.Spray.Sample_Interval = "10";
-    key(Qt::Key_C, Qt::ControlModifier);
-    EXPECT_EQ(ctl<QToolButton>("btnChangeRes")->toolTip(), "Card Positions");
-    EXPECT_EQ(tips(), (QStringList{QString(), QString()}));
-    key(Qt::Key_C, Qt::ControlModifier);
-    EXPECT_EQ(ctl<QToolButton>("btnChangeRes")->toolTip(), "Card Resolution");
-    EXPECT_EQ(tips(), files);
 }
 
 TEST(Startup, HueColoursAndScreenCheck)
