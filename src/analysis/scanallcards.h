@@ -1,11 +1,12 @@
 #pragma once
-// Scanning every card of the list without a window: decode where needed, then scan, card by card
-// in list order, as the "All" command does.
+// Scanning a list of cards without a window: decode where needed, then scan, card by card, as the
+// "All" command does. The desktop program and velmara-cli both drive their passes through here.
 
 #include "analysis/scanimage.h"
 #include "intake/decode.h"
 
 #include <string>
+#include <vector>
 
 namespace velmara {
 
@@ -14,7 +15,7 @@ class ScanAllHooks
 {
 public:
     virtual ~ScanAllHooks() = default;
-    // Card index became the current card; a decode or a scan of it follows.
+    // Card index is next; a decode or a scan of it follows.
     virtual void cardStarted(int index) { (void)index; }
     virtual void decodeStarting(int index) { (void)index; }
     virtual void scanStarting(int index) { (void)index; }
@@ -32,11 +33,16 @@ struct ScanAllSummary
     bool Cancelled = false; // CancelRequested ended the run (it has been cleared again)
 };
 
-// Cards 1 to CardCount in list order: a card whose PixelsReady is false is decoded first (questions
-// answer the background and dither questions), then scanned unless CancelRequested is set; the run
-// stops after the card in which a cancel was seen, leaving that card current. A card whose decode
-// fails stays Loaded and is skipped. After a full run CurrentCard is what it was before. The
-// composite statistics are the caller's to recompute, also after a cancel.
+// The cards of the list in its order: a card whose PixelsReady is false is decoded first
+// (questions answer the background and dither questions), then scanned unless CancelRequested is
+// set; the run stops after the card in which a cancel was seen. A card whose decode fails stays
+// Loaded and is skipped. CurrentCard is not touched. The composite statistics are the caller's to
+// recompute, also after a cancel.
+ScanAllSummary ScanCards(Workspace &ws, const std::vector<int> &cards, DecodeQuestions &questions,
+                         ScanAllHooks &hooks, ProgressSink &progress = NoProgress());
+
+// ScanCards over cards 1 to CardCount, each becoming the current card before cardStarted; a
+// cancel leaves the card reached current, a full run the card that was current before.
 ScanAllSummary ScanAllCards(Workspace &ws, DecodeQuestions &questions, ScanAllHooks &hooks,
                             ProgressSink &progress = NoProgress());
 

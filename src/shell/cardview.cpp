@@ -2,6 +2,7 @@
 
 #include <QMouseEvent>
 #include <QPainter>
+#include <QWheelEvent>
 
 namespace velmara {
 
@@ -57,6 +58,12 @@ void CardView::mousePressEvent(QMouseEvent *event)
 void CardView::mouseReleaseEvent(QMouseEvent *event)
 {
     emit mouseReleased(event);
+}
+
+void CardView::wheelEvent(QWheelEvent *event)
+{
+    event->ignore();
+    emit wheelTurned(event);
 }
 
 void CardView::resizeEvent(QResizeEvent *)

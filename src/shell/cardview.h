@@ -25,12 +25,15 @@ public:
 signals:
     void mousePressed(QMouseEvent *event);
     void mouseReleased(QMouseEvent *event);
+    // The wheel over the picture; the window pans with it.
+    void wheelTurned(QWheelEvent *event);
     void resized();
 
 protected:
     void paintEvent(QPaintEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseReleaseEvent(QMouseEvent *event) override;
+    void wheelEvent(QWheelEvent *event) override;
     void resizeEvent(QResizeEvent *event) override;
 
 private:

@@ -41,6 +41,17 @@ InfoForm::InfoForm(const CardImage &card, bool metric, QWidget *parent)
     grid->setContentsMargins(8, 6, 8, 6);
     grid->setHorizontalSpacing(10);
     grid->setVerticalSpacing(2);
+    // A popup has no frame of its own to carry the caption: it heads the window as a bar.
+    auto *caption = new QLabel(windowTitle(), this);
+    caption->setObjectName(QStringLiteral("Caption"));
+    caption->setAutoFillBackground(true);
+    caption->setBackgroundRole(QPalette::Highlight);
+    caption->setForegroundRole(QPalette::HighlightedText);
+    caption->setContentsMargins(4, 1, 4, 1);
+    QFont bold = caption->font();
+    bold.setBold(true);
+    caption->setFont(bold);
+    grid->addWidget(caption, 0, 0, 1, 2);
     auto heading = [this](const QString &text) {
         auto *l = new QLabel(text, this);
         QFont f = l->font();
@@ -53,14 +64,14 @@ InfoForm::InfoForm(const CardImage &card, bool metric, QWidget *parent)
         l->setObjectName(QLatin1String(name));
         return l;
     };
-    grid->addWidget(heading(QStringLiteral("Resolution:")), 0, 0);
-    grid->addWidget(value(mTexts.resolution, "ResLabel1"), 0, 1);
-    grid->addWidget(value(mTexts.dpi, "ResLabel2"), 1, 1);
-    grid->addWidget(heading(QStringLiteral("Image Size:")), 2, 0);
-    grid->addWidget(value(mTexts.pixels, "SizeLabel1"), 2, 1);
-    grid->addWidget(value(mTexts.size, "SizeLabel2"), 3, 1);
-    grid->addWidget(heading(QStringLiteral("Image Area:")), 4, 0);
-    grid->addWidget(value(mTexts.area, "AreaLabel"), 4, 1);
+    grid->addWidget(heading(QStringLiteral("Resolution:")), 1, 0);
+    grid->addWidget(value(mTexts.resolution, "ResLabel1"), 1, 1);
+    grid->addWidget(value(mTexts.dpi, "ResLabel2"), 2, 1);
+    grid->addWidget(heading(QStringLiteral("Image Size:")), 3, 0);
+    grid->addWidget(value(mTexts.pixels, "SizeLabel1"), 3, 1);
+    grid->addWidget(value(mTexts.size, "SizeLabel2"), 4, 1);
+    grid->addWidget(heading(QStringLiteral("Image Area:")), 5, 0);
+    grid->addWidget(value(mTexts.area, "AreaLabel"), 5, 1);
     adjustSize();
 }
 

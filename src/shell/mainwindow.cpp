@@ -8,6 +8,7 @@
 #include "shell/infoform.h"
 #include "shell/picturebox.h"
 #include "shell/toolicons.h"
+#include "statistics/composite.h"
 #include "views/huehistogram.h"
 #include "views/sizegraph.h"
 
@@ -102,7 +103,7 @@ void MainWindow::buildControls()
     ImageStrip->setFocusPolicy(Qt::NoFocus);
     connect(ImageStrip, &QTabBar::currentChanged, this, [this](int) {
         if (!mTabGuard)
-            ImageStrip_Click();
+            command([this] { ImageStrip_Click(); });
     });
     outer->addWidget(ImageStrip);
 
@@ -132,9 +133,10 @@ void MainWindow::buildControls()
     connect(HScroll1, &QScrollBar::valueChanged, this, &MainWindow::onScroll);
     connect(VScroll1, &QScrollBar::valueChanged, this, &MainWindow::onScroll);
     connect(Picture1, &CardView::resized, this, &MainWindow::updateScrollBars);
-    connect(Picture1, &CardView::mousePressed, this, &MainWindow::onPictureMousePressed);
-    connect(Picture1, &CardView::mouseReleased, this, &MainWindow::onPictureMouseReleased);
-    connect(btnChangeRes, &QToolButton::clicked, this, &MainWindow::btnChangeRes_Click);
+    connect(Picture1, &CardView::mousePressed, this, asCommand(&MainWindow::onPictureMousePressed));
+    connect(Picture1, &CardView::mouseReleased, this, asCommand(&MainWindow::onPictureMouseReleased));
+    connect(Picture1, &CardView::wheelTurned, this, &MainWindow::onPictureWheel);
+    connect(btnChangeRes, &QToolButton::clicked, this, asCommand(&MainWindow::btnChangeRes_Click));
 
     ProgressBar1 = new QProgressBar(central);
     ProgressBar1->setTextVisible(false);
@@ -145,103 +147,118 @@ void MainWindow::buildControls()
     ProgressBar1->setVisible(false);
     outer->addWidget(ProgressBar1);
 
-    // Below the view, in the order of use: hues, commands and masking, results.
+    // Below the view, in the order of use: hues, commands, masking, results. The histogram and
+    // the command buttons share a row, the sliders and the masking frame the next, so that the
+    // whole window fits an 800 by 600 screen.
     auto *bottom = new QHBoxLayout;
-    bottom->setSpacing(14);
-    bottom->addWidget(buildHuePanel(), 0, Qt::AlignTop);
-    bottom->addWidget(buildCommandPanel(), 0, Qt::AlignTop);
+    bottom->setSpacing(8);
+    auto *controls = new QGridLayout;
+    controls->setHorizontalSpacing(6);
+    controls->setVerticalSpacing(4);
+    buildHuePanel(controls, central);
+    buildCommandPanel(controls, central);
+    bottom->addLayout(controls);
     bottom->addStretch(1);
     bottom->addWidget(buildResultFrame(), 0, Qt::AlignTop);
     outer->addLayout(bottom);
 
     setCentralWidget(central);
-    resize(mScreenHeight > 600 ? QSize(1000, 720) : QSize(900, 560));
+    nameControls();
+    resize(mScreenHeight > 600 ? QSize(1000, 720) : QSize(790, 560));
 }
 
-QWidget *MainWindow::buildHuePanel()
+void MainWindow::buildHuePanel(QGridLayout *grid, QWidget *panel)
 {
-    auto *panel = new QWidget(this);
-    auto *grid = new QGridLayout(panel);
-    grid->setContentsMargins(0, 0, 0, 0);
-    grid->setHorizontalSpacing(6);
-    grid->setVerticalSpacing(1);
     HistogramPic = new PictureBox(260, 105, InitialHistogramScale(), panel);
     HistogramPic->setToolTip(QStringLiteral("Left click: low end of the hue range; right click: high end"));
-    grid->addWidget(HistogramPic, 0, 0, Qt::AlignHCenter);
+    grid->addWidget(HistogramPic, 0, 0, Qt::AlignLeft | Qt::AlignTop);
+
+    auto *sliders = new QGridLayout;
+    sliders->setHorizontalSpacing(4);
+    sliders->setVerticalSpacing(1);
     Slider1 = new QSlider(Qt::Horizontal, panel);
     Slider2 = new QSlider(Qt::Horizontal, panel);
     for (QSlider *s : {Slider1, Slider2}) {
         s->setRange(0, 255);
-        s->setFixedWidth(276);
+        s->setFixedWidth(234);
         s->setPageStep(16);
     }
     Slider1->setValue(0);
     Slider2->setValue(255);
-    Label1 = new QLabel(QStringLiteral("0"), panel);
-    Label2 = new QLabel(QStringLiteral("255"), panel);
+    Label1 = new QLabel(panel);
+    Label2 = new QLabel(panel);
     for (QLabel *l : {Label1, Label2}) {
-        l->setMinimumWidth(26);
+        l->setMinimumWidth(24);
         l->setFont(smallFont(mWs));
     }
+    showHueLabels();
+    sliders->addWidget(Slider1, 0, 0);
+    sliders->addWidget(Label1, 0, 1);
+    sliders->addWidget(Slider2, 1, 0);
+    sliders->addWidget(Label2, 1, 1);
+    grid->addLayout(sliders, 1, 0, Qt::AlignLeft);
     HueInvertCheck = new QCheckBox(QStringLiteral("Invert"), panel);
-    grid->addWidget(Slider1, 1, 0);
-    grid->addWidget(Label1, 1, 1);
-    grid->addWidget(Slider2, 2, 0);
-    grid->addWidget(Label2, 2, 1);
-    grid->addWidget(HueInvertCheck, 1, 2, 2, 1, Qt::AlignVCenter);
-    grid->setColumnStretch(3, 1);
+    grid->addWidget(HueInvertCheck, 1, 1, Qt::AlignLeft | Qt::AlignVCenter);
 
-    connect(HistogramPic, &PictureBox::mousePressed, this,
-            [this](int button, int shift, double x, double, QPoint) { onHistogramPressed(button, shift, x); });
-    connect(Slider1, &QSlider::valueChanged, this, [this](int) { onSliderValue(1); });
-    connect(Slider2, &QSlider::valueChanged, this, [this](int) { onSliderValue(2); });
-    connect(Slider1, &QSlider::sliderReleased, this, &MainWindow::sliderChanged);
-    connect(Slider2, &QSlider::sliderReleased, this, &MainWindow::sliderChanged);
-    connect(HueInvertCheck, &QCheckBox::clicked, this, &MainWindow::onHueInvertClicked);
-    return panel;
+    connect(HistogramPic, &PictureBox::mousePressed, this, [this](int button, int shift, double x, double, QPoint) {
+        command([&] { onHistogramPressed(button, shift, x); });
+    });
+    connect(Slider1, &QSlider::valueChanged, this, [this](int) { command([this] { onSliderValue(1); }); });
+    connect(Slider2, &QSlider::valueChanged, this, [this](int) { command([this] { onSliderValue(2); }); });
+    connect(Slider1, &QSlider::sliderReleased, this, asCommand(&MainWindow::sliderChanged));
+    connect(Slider2, &QSlider::sliderReleased, this, asCommand(&MainWindow::sliderChanged));
+    connect(HueInvertCheck, &QCheckBox::clicked, this, asCommand(&MainWindow::onHueInvertClicked));
 }
 
-QWidget *MainWindow::buildCommandPanel()
+void MainWindow::buildCommandPanel(QGridLayout *controls, QWidget *parent)
 {
-    auto *panel = new QWidget(this);
-    auto *box = new QVBoxLayout(panel);
-    box->setContentsMargins(0, 0, 0, 0);
-    box->setSpacing(6);
-    auto *grid = new QGridLayout;
-    grid->setHorizontalSpacing(4);
-    grid->setVerticalSpacing(4);
-    btnLoad = new QPushButton(QStringLiteral("Load Image"), panel);
-    btnLoadTemplate = pictureButton(ToolIcon::LoadTemplate, QStringLiteral("Load Multi-Card Scan"), panel);
-    btnScanColour = new QPushButton(QStringLiteral("Scan Colours"), panel);
-    btnScanColourAll = new QPushButton(QStringLiteral("All"), panel);
-    btnScan = new QPushButton(QStringLiteral("Stain Count"), panel);
-    btnScanAll = new QPushButton(QStringLiteral("All"), panel);
+    auto *panel = new QWidget(parent);
+    auto *grid = new QGridLayout(panel);
+    grid->setContentsMargins(0, 0, 0, 0);
+    grid->setHorizontalSpacing(3);
+    grid->setVerticalSpacing(3);
+    // The load and scan buttons sit in a widget of their own, idle as one while a pass runs;
+    // Cancel and the preferences stay live.
+    mPassCommands = new QWidget(panel);
+    auto *pass = new QGridLayout(mPassCommands);
+    pass->setContentsMargins(0, 0, 0, 0);
+    pass->setHorizontalSpacing(3);
+    pass->setVerticalSpacing(3);
+    btnLoad = new QPushButton(QStringLiteral("Load Image"), mPassCommands);
+    btnLoadTemplate = pictureButton(ToolIcon::LoadTemplate, QStringLiteral("Load Multi-Card Scan"), mPassCommands);
+    btnScanColour = new QPushButton(QStringLiteral("Scan Colours"), mPassCommands);
+    btnScanColourAll = new QPushButton(QStringLiteral("All"), mPassCommands);
+    btnScan = new QPushButton(QStringLiteral("Stain Count"), mPassCommands);
+    btnScanAll = new QPushButton(QStringLiteral("All"), mPassCommands);
     btnCancel = new QPushButton(QStringLiteral("Cancel"), panel);
     btnPrefs = pictureButton(ToolIcon::Preferences, QStringLiteral("Preferences"), panel);
     for (QPushButton *b : {btnLoad, btnScanColour, btnScan, btnCancel}) {
-        b->setFixedSize(108, 30);
+        b->setFixedSize(88, 24);
         b->setAutoDefault(false);
     }
     for (QPushButton *b : {btnScanColourAll, btnScanAll}) {
-        b->setFixedSize(44, 30);
+        b->setFixedSize(30, 24);
         b->setAutoDefault(false);
     }
+    for (QToolButton *b : {btnLoadTemplate, btnPrefs})
+        b->setFixedSize(30, 24);
     btnScanColourAll->setToolTip(QStringLiteral("Scan the colours of all cards"));
     btnScanAll->setToolTip(QStringLiteral("Count the stains of all cards"));
-    grid->addWidget(btnLoad, 0, 0);
-    grid->addWidget(btnLoadTemplate, 0, 1, Qt::AlignLeft);
-    grid->addWidget(btnScanColour, 1, 0);
-    grid->addWidget(btnScanColourAll, 1, 1);
-    grid->addWidget(btnScan, 2, 0);
-    grid->addWidget(btnScanAll, 2, 1);
-    grid->addWidget(btnCancel, 3, 0);
-    grid->addWidget(btnPrefs, 3, 1, Qt::AlignLeft);
-    box->addLayout(grid);
+    pass->addWidget(btnLoad, 0, 0);
+    pass->addWidget(btnLoadTemplate, 0, 1);
+    pass->addWidget(btnScanColour, 1, 0);
+    pass->addWidget(btnScanColourAll, 1, 1);
+    pass->addWidget(btnScan, 2, 0);
+    pass->addWidget(btnScanAll, 2, 1);
+    grid->addWidget(mPassCommands, 0, 0, 1, 2);
+    grid->addWidget(btnCancel, 1, 0);
+    grid->addWidget(btnPrefs, 1, 1);
+    controls->addWidget(panel, 0, 1, Qt::AlignLeft | Qt::AlignTop);
 
-    MaskFrame = new QGroupBox(QStringLiteral("Colour Masking"), panel);
+    MaskFrame = new QGroupBox(QStringLiteral("Colour Masking"), parent);
     auto *mask = new QGridLayout(MaskFrame);
-    mask->setContentsMargins(8, 4, 8, 6);
-    mask->setVerticalSpacing(2);
+    mask->setContentsMargins(8, 2, 8, 4);
+    mask->setVerticalSpacing(1);
     MaskCheck = new QCheckBox(QStringLiteral("&Mask all but these hues"), MaskFrame);
     BackColorOption[1] = new QRadioButton(QStringLiteral("Black"), MaskFrame);
     BackColorOption[2] = new QRadioButton(QStringLiteral("White"), MaskFrame);
@@ -249,22 +266,43 @@ QWidget *MainWindow::buildCommandPanel()
     auto *colours = new QButtonGroup(MaskFrame);
     colours->addButton(BackColorOption[1], 1);
     colours->addButton(BackColorOption[2], 2);
-    mask->addWidget(MaskCheck, 0, 0, 1, 2);
+    mask->addWidget(MaskCheck, 0, 0, 1, 3);
     mask->addWidget(BackColorOption[1], 1, 0);
     mask->addWidget(BackColorOption[2], 1, 1);
-    box->addWidget(MaskFrame);
+    mask->setColumnStretch(2, 1);
+    controls->addWidget(MaskFrame, 2, 0, 1, 2, Qt::AlignTop);
 
-    connect(btnLoad, &QPushButton::clicked, this, &MainWindow::btnLoad_Click);
-    connect(btnLoadTemplate, &QToolButton::clicked, this, &MainWindow::btnLoadTemplate_Click);
-    connect(btnScanColour, &QPushButton::clicked, this, &MainWindow::btnScanColour_Click);
-    connect(btnScanColourAll, &QPushButton::clicked, this, &MainWindow::btnScanColourAll_Click);
-    connect(btnScan, &QPushButton::clicked, this, &MainWindow::btnScan_Click);
-    connect(btnScanAll, &QPushButton::clicked, this, &MainWindow::btnScanAll_Click);
-    connect(btnCancel, &QPushButton::clicked, this, &MainWindow::btnCancel_Click);
-    connect(btnPrefs, &QToolButton::clicked, this, &MainWindow::btnPrefs_Click);
-    connect(MaskCheck, &QCheckBox::clicked, this, &MainWindow::onMaskCheckClicked);
-    connect(colours, &QButtonGroup::idClicked, this, [this](int) { onBackColourClicked(); });
-    return panel;
+    connect(btnLoad, &QPushButton::clicked, this, asCommand(&MainWindow::btnLoad_Click));
+    connect(btnLoadTemplate, &QToolButton::clicked, this, asCommand(&MainWindow::btnLoadTemplate_Click));
+    connect(btnScanColour, &QPushButton::clicked, this, asCommand(&MainWindow::btnScanColour_Click));
+    connect(btnScanColourAll, &QPushButton::clicked, this, asCommand(&MainWindow::btnScanColourAll_Click));
+    connect(btnScan, &QPushButton::clicked, this, asCommand(&MainWindow::btnScan_Click));
+    connect(btnScanAll, &QPushButton::clicked, this, asCommand(&MainWindow::btnScanAll_Click));
+    connect(btnCancel, &QPushButton::clicked, this, asCommand(&MainWindow::btnCancel_Click));
+    connect(btnPrefs, &QToolButton::clicked, this, asCommand(&MainWindow::btnPrefs_Click));
+    connect(MaskCheck, &QCheckBox::clicked, this, asCommand(&MainWindow::onMaskCheckClicked));
+    connect(colours, &QButtonGroup::idClicked, this, [this](int) { command([this] { onBackColourClicked(); }); });
+}
+
+void MainWindow::nameControls()
+{
+    const std::pair<QWidget *, const char *> named[] = {
+        {ImageStrip, "ImageStrip"}, {Picture1, "Picture1"}, {HScroll1, "HScroll1"}, {VScroll1, "VScroll1"},
+        {btnChangeRes, "btnChangeRes"}, {ProgressBar1, "ProgressBar1"}, {HistogramPic, "HistogramPic"},
+        {Slider1, "Slider1"}, {Slider2, "Slider2"}, {Label1, "Label1"}, {Label2, "Label2"},
+        {HueInvertCheck, "HueInvertCheck"}, {btnLoad, "btnLoad"}, {btnLoadTemplate, "btnLoadTemplate"},
+        {btnScanColour, "btnScanColour"}, {btnScanColourAll, "btnScanColourAll"}, {btnScan, "btnScan"},
+        {btnScanAll, "btnScanAll"}, {btnCancel, "btnCancel"}, {btnPrefs, "btnPrefs"}, {MaskFrame, "MaskFrame"},
+        {MaskCheck, "MaskCheck"}, {ResultFrame, "ResultFrame"}, {ResultPic, "ResultPic"},
+        {SizeRangeLabel, "SizeRangeLabel"}, {ResultLabel, "ResultLabel"}, {ResultLabelX1, "ResultLabelX1"},
+        {ResultLabelX2, "ResultLabelX2"}, {ResultLabelY1, "ResultLabelY1"}, {ResultLabelY2, "ResultLabelY2"},
+        {VMDLabel, "VMDLabel"}, {DropLabel, "DropLabel"}, {VolumeLabel, "VolumeLabel"},
+        {CompositeCheck, "CompositeCheck"}, {btnWriteComposite, "btnWriteComposite"}, {btnPrint, "btnPrint"},
+        {BackColorOption[1], "BackColorOption1"}, {BackColorOption[2], "BackColorOption2"},
+        {GraphOption[1], "GraphOption1"}, {GraphOption[2], "GraphOption2"}, {GraphOption[3], "GraphOption3"},
+        {InfoLabel[1], "InfoLabel1"}, {InfoLabel[2], "InfoLabel2"}, {InfoLabel[3], "InfoLabel3"}};
+    for (const auto &[widget, name] : named)
+        widget->setObjectName(QLatin1String(name));
 }
 
 QWidget *MainWindow::buildResultFrame()
@@ -280,9 +318,9 @@ QWidget *MainWindow::buildResultFrame()
 
     // The graph and its axis labels are placed by hand: the labels centre on the graph's edges.
     auto *graphArea = new QWidget(ResultFrame);
-    graphArea->setFixedSize(350, 92);
+    graphArea->setFixedSize(336, 92);
     ResultPic = new PictureBox(290, 70, InitialGraphScale(290), graphArea);
-    ResultPic->move(44, 4);
+    ResultPic->move(34, 4);
     ResultPic->setMouseTracking(true);
     SizeRangeLabel = new QLabel(ResultPic);
     SizeRangeLabel->setAutoFillBackground(true);
@@ -297,7 +335,7 @@ QWidget *MainWindow::buildResultFrame()
     for (QLabel *l : {ResultLabelX1, ResultLabelX2, ResultLabelY1, ResultLabelY2, ResultLabel})
         l->setFont(small);
     ResultLabel->adjustSize();
-    ResultLabel->move(44 + 145 - ResultLabel->width() / 2, 76);
+    ResultLabel->move(34 + 145 - ResultLabel->width() / 2, 76);
     box->addWidget(graphArea);
 
     auto *options = new QHBoxLayout;
@@ -311,7 +349,7 @@ QWidget *MainWindow::buildResultFrame()
     GraphOption[1]->setChecked(true);
     options->addStretch(1);
     box->addLayout(options);
-    connect(graphGroup, &QButtonGroup::idClicked, this, &MainWindow::GraphOption_Click);
+    connect(graphGroup, &QButtonGroup::idClicked, this, asCommand(&MainWindow::GraphOption_Click));
 
     auto *lower = new QHBoxLayout;
     auto *stats = new QGridLayout;
@@ -332,31 +370,38 @@ QWidget *MainWindow::buildResultFrame()
     lower->addLayout(stats, 1);
     auto *side = new QVBoxLayout;
     side->setSpacing(3);
-    auto *files = new QHBoxLayout;
+    mFileCommands = new QWidget(ResultFrame);
+    auto *files = new QHBoxLayout(mFileCommands);
+    files->setContentsMargins(0, 0, 0, 0);
     files->setSpacing(3);
-    btnWriteComposite = pictureButton(ToolIcon::WriteResults, QStringLiteral("Write Results File"), ResultFrame);
-    btnPrint = pictureButton(ToolIcon::Print, QStringLiteral("Print Report"), ResultFrame);
+    btnWriteComposite = pictureButton(ToolIcon::WriteResults, QStringLiteral("Write Results File"), mFileCommands);
+    btnPrint = pictureButton(ToolIcon::Print, QStringLiteral("Print Report"), mFileCommands);
     files->addStretch(1);
     files->addWidget(btnWriteComposite);
     files->addWidget(btnPrint);
     CompositeCheck = new QCheckBox(QStringLiteral("Composite"), ResultFrame);
-    side->addLayout(files);
+    side->addWidget(mFileCommands);
     side->addWidget(CompositeCheck, 0, Qt::AlignRight);
     lower->addLayout(side);
     box->addLayout(lower);
 
-    connect(ResultPic, &PictureBox::mousePressed, this,
-            [this](int button, int shift, double x, double y, QPoint) { onResultPressed(button, shift, x, y); });
-    connect(ResultPic, &PictureBox::mouseMoved, this,
-            [this](int buttons, int shift, double x, double y, QPoint) { onResultMoved(buttons, shift, x, y); });
-    connect(ResultPic, &PictureBox::mouseReleased, this, [this](int, int, double, double, QPoint) { onResultReleased(); });
-    // Toggled, not clicked: loading unchecks the box in code, and that leaves the view too.
-    connect(CompositeCheck, &QCheckBox::toggled, this, [this](bool) {
-        if (mComposite)
-            mComposite->CompositeCheck_Click();
+    connect(ResultPic, &PictureBox::mousePressed, this, [this](int button, int shift, double x, double y, QPoint) {
+        command([&] { onResultPressed(button, shift, x, y); });
     });
-    connect(btnWriteComposite, &QToolButton::clicked, this, &MainWindow::btnWriteComposite_Click);
-    connect(btnPrint, &QToolButton::clicked, this, &MainWindow::btnPrint_Click);
+    connect(ResultPic, &PictureBox::mouseMoved, this, [this](int buttons, int shift, double x, double y, QPoint) {
+        command([&] { onResultMoved(buttons, shift, x, y); });
+    });
+    connect(ResultPic, &PictureBox::mouseReleased, this,
+            [this](int, int, double, double, QPoint) { command([this] { onResultReleased(); }); });
+    // Toggled, not clicked: loading unchecks the box in code, and that leaves the view too.
+    connect(CompositeCheck, &QCheckBox::toggled, this, [this](bool on) {
+        btnChangeRes->setToolTip(on ? QStringLiteral("Card Positions") : QStringLiteral("Card Resolution"));
+        if (mComposite)
+            command([this] { mComposite->CompositeCheck_Click(); });
+        setTabToolTips(); // the tabs stand for cards again, or for the views
+    });
+    connect(btnWriteComposite, &QToolButton::clicked, this, asCommand(&MainWindow::btnWriteComposite_Click));
+    connect(btnPrint, &QToolButton::clicked, this, asCommand(&MainWindow::btnPrint_Click));
     return ResultFrame;
 }
 
@@ -388,8 +433,7 @@ void MainWindow::setEmptyState()
     mSliderGuard = false;
     mWs.Slider1 = 0;
     mWs.Slider2 = 255;
-    Label1->setText(QStringLiteral("0"));
-    Label2->setText(QStringLiteral("255"));
+    showHueLabels();
     btnChangeRes->setVisible(false);
     CompositeCheck->setChecked(false);
     CompositeCheck->setVisible(false);
@@ -400,6 +444,12 @@ void MainWindow::setEmptyState()
     ResultFrame->setTitle(ResultFrameCaption(false, 1));
     HScroll1->setValue(0);
     VScroll1->setValue(0);
+}
+
+void MainWindow::showHueLabels()
+{
+    Label1->setText(QString::number(Slider1->value()));
+    Label2->setText(QString::number(Slider2->value()));
 }
 
 void MainWindow::setCaption(const QString &text)
@@ -424,7 +474,15 @@ void MainWindow::rebuildTabs()
         ImageStrip->setTabText(0, QStringLiteral("<No Image>"));
     for (int i = 1; i <= mWs.CardCount(); ++i)
         ImageStrip->setTabText(i - 1, QString::fromStdString(mWs.Card(i).FileName));
+    setTabToolTips();
     mTabGuard = false;
+}
+
+void MainWindow::setTabToolTips()
+{
+    const bool cards = !CompositeCheck->isChecked() && ImageStrip->count() == mWs.CardCount();
+    for (int i = 0; i < ImageStrip->count(); ++i)
+        ImageStrip->setTabToolTip(i, cards ? QString::fromStdString(mWs.Card(i + 1).FullPath) : QString());
 }
 
 void MainWindow::selectCard(int index)
@@ -444,6 +502,43 @@ void MainWindow::selectCard(int index)
 bool MainWindow::passRunning() const
 {
     return mBusy > 0 || ProgressBar1->isVisibleTo(const_cast<MainWindow *>(this));
+}
+
+MainWindow::BusyGuard::BusyGuard(MainWindow &window) : mWindow(window)
+{
+    if (mWindow.mBusy++ > 0)
+        return;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    mWindow.mPassCommands->setEnabled(false);
+    mWindow.mFileCommands->setEnabled(false);
+}
+
+MainWindow::BusyGuard::~BusyGuard()
+{
+    if (--mWindow.mBusy > 0)
+        return;
+    mWindow.mPassCommands->setEnabled(true);
+    mWindow.mFileCommands->setEnabled(true);
+    QApplication::restoreOverrideCursor();
+}
+
+void MainWindow::commandFailed(const QString &what)
+{
+    // The pass (if any) has unwound through its guard; what it left half done is put at rest:
+    // no bar, no pending cancel, the composite of what was scanned, the card shown anew.
+    showMessage(QStringLiteral("Error: ") + what, true);
+    if (mBusy > 0)
+        return; // a handler run inside a pass: the pass goes on and ends as usual
+    mProgress->Finish();
+    mWs.CancelRequested = false;
+    try {
+        btnChangeRes->setEnabled(mWs.CardCount() > 0);
+        CalcCompositeAll(mWs);
+        updateCompositeVisibility();
+        closingStep();
+    } catch (const std::exception &) {
+        // Told once above; the window stays as the failed step left it.
+    }
 }
 
 void MainWindow::showMessage(const QString &text, bool warning)
@@ -468,7 +563,9 @@ bool MainWindow::eventFilter(QObject *watched, QEvent *event)
         auto *widget = qobject_cast<QWidget *>(watched);
         if (widget && widget->window() == this && QApplication::activeModalWidget() == nullptr) {
             auto *key = static_cast<QKeyEvent *>(event);
-            if (handleKey(key->key(), key->modifiers()))
+            bool handled = true;
+            command([&] { handled = handleKey(key->key(), key->modifiers()); });
+            if (handled)
                 return true;
         }
     }
@@ -570,7 +667,7 @@ void MainWindow::resizeEvent(QResizeEvent *event)
 {
     QMainWindow::resizeEvent(event);
     if (!isMinimized() && !CompositeCheck->isChecked() && mWs.CardCount() > 0 && isVisible())
-        selectCard(mWs.CurrentCard);
+        command([this] { selectCard(mWs.CurrentCard); });
 }
 
 void MainWindow::changeEvent(QEvent *event)
@@ -579,7 +676,7 @@ void MainWindow::changeEvent(QEvent *event)
     // The picture is read on the first selection after the window comes back from the task bar.
     if (event->type() == QEvent::WindowStateChange && !isMinimized() && mWs.CardCount() > 0
         && !CompositeCheck->isChecked())
-        selectCard(mWs.CurrentCard);
+        command([this] { selectCard(mWs.CurrentCard); });
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)

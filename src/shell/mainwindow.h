@@ -4,6 +4,7 @@
 // names the program's documentation uses for them (btnScan_Click, ImageStrip_Click ...), so that
 // each can be followed from the description of the command.
 
+#include "analysis/scanallcards.h"
 #include "core/workspace.h"
 #include "intake/decode.h"
 #include "shell/windowprogress.h"
@@ -15,11 +16,13 @@
 #include <QStringList>
 
 #include <array>
+#include <exception>
 #include <functional>
 #include <memory>
 
 class QButtonGroup;
 class QCheckBox;
+class QGridLayout;
 class QGroupBox;
 class QLabel;
 class QProgressBar;
@@ -39,9 +42,57 @@ class PictureBox;
 class PrinterAccess;
 class SettingsStore;
 
-class MainWindow : public QMainWindow
+// The controls of the main window, named as the documentation names them. Each also carries its
+// name as object name, so that tests and tools find it as a user does, by what it is.
+struct MainWindowControls
+{
+    QTabBar *ImageStrip = nullptr;
+    CardView *Picture1 = nullptr;
+    QScrollBar *HScroll1 = nullptr;
+    QScrollBar *VScroll1 = nullptr;
+    QToolButton *btnChangeRes = nullptr;
+    QProgressBar *ProgressBar1 = nullptr;
+    PictureBox *HistogramPic = nullptr;
+    QSlider *Slider1 = nullptr;
+    QSlider *Slider2 = nullptr;
+    QLabel *Label1 = nullptr;
+    QLabel *Label2 = nullptr;
+    QCheckBox *HueInvertCheck = nullptr;
+    QPushButton *btnLoad = nullptr;
+    QToolButton *btnLoadTemplate = nullptr;
+    QPushButton *btnScanColour = nullptr;
+    QPushButton *btnScanColourAll = nullptr;
+    QPushButton *btnScan = nullptr;
+    QPushButton *btnScanAll = nullptr;
+    QPushButton *btnCancel = nullptr;
+    QToolButton *btnPrefs = nullptr;
+    QGroupBox *MaskFrame = nullptr;
+    QCheckBox *MaskCheck = nullptr;
+    std::array<QRadioButton *, 3> BackColorOption{}; // 1 Black, 2 White
+    QGroupBox *ResultFrame = nullptr;
+    PictureBox *ResultPic = nullptr;
+    QLabel *SizeRangeLabel = nullptr;
+    QLabel *ResultLabel = nullptr;
+    QLabel *ResultLabelX1 = nullptr;
+    QLabel *ResultLabelX2 = nullptr;
+    QLabel *ResultLabelY1 = nullptr;
+    QLabel *ResultLabelY2 = nullptr;
+    std::array<QRadioButton *, 4> GraphOption{}; // 1 VF, 2 CVF, 3 #/cm²
+    std::array<QLabel *, 4> InfoLabel{};         // 1 to 3
+    QLabel *VMDLabel = nullptr;
+    QLabel *DropLabel = nullptr;
+    QLabel *VolumeLabel = nullptr;
+    QCheckBox *CompositeCheck = nullptr;
+    QToolButton *btnWriteComposite = nullptr;
+    QToolButton *btnPrint = nullptr;
+};
+
+class MainWindow : public QMainWindow, private MainWindowControls
 {
     Q_OBJECT
+    // The composite view takes over the picture, the tabs and the result labels while it is on.
+    friend class CompositeView;
+
 public:
     // Reads the preferences from store (the window's initialisation) and lays itself out for a
     // screen of screenHeight pixels. ws and store must outlive the window.
@@ -102,47 +153,6 @@ public:
     void setMessageHook(MessageHook hook) { mMessageHook = std::move(hook); }
     void showMessage(const QString &text, bool warning = false);
 
-    // --- The controls, named as the documentation names them (tests and screenshots use them).
-    QTabBar *ImageStrip = nullptr;
-    CardView *Picture1 = nullptr;
-    QScrollBar *HScroll1 = nullptr;
-    QScrollBar *VScroll1 = nullptr;
-    QToolButton *btnChangeRes = nullptr;
-    QProgressBar *ProgressBar1 = nullptr;
-    PictureBox *HistogramPic = nullptr;
-    QSlider *Slider1 = nullptr;
-    QSlider *Slider2 = nullptr;
-    QLabel *Label1 = nullptr;
-    QLabel *Label2 = nullptr;
-    QCheckBox *HueInvertCheck = nullptr;
-    QPushButton *btnLoad = nullptr;
-    QToolButton *btnLoadTemplate = nullptr;
-    QPushButton *btnScanColour = nullptr;
-    QPushButton *btnScanColourAll = nullptr;
-    QPushButton *btnScan = nullptr;
-    QPushButton *btnScanAll = nullptr;
-    QPushButton *btnCancel = nullptr;
-    QToolButton *btnPrefs = nullptr;
-    QGroupBox *MaskFrame = nullptr;
-    QCheckBox *MaskCheck = nullptr;
-    std::array<QRadioButton *, 3> BackColorOption{}; // 1 Black, 2 White
-    QGroupBox *ResultFrame = nullptr;
-    PictureBox *ResultPic = nullptr;
-    QLabel *SizeRangeLabel = nullptr;
-    QLabel *ResultLabel = nullptr;
-    QLabel *ResultLabelX1 = nullptr;
-    QLabel *ResultLabelX2 = nullptr;
-    QLabel *ResultLabelY1 = nullptr;
-    QLabel *ResultLabelY2 = nullptr;
-    std::array<QRadioButton *, 4> GraphOption{}; // 1 VF, 2 CVF, 3 #/cm²
-    std::array<QLabel *, 4> InfoLabel{};         // 1 to 3
-    QLabel *VMDLabel = nullptr;
-    QLabel *DropLabel = nullptr;
-    QLabel *VolumeLabel = nullptr;
-    QCheckBox *CompositeCheck = nullptr;
-    QToolButton *btnWriteComposite = nullptr;
-    QToolButton *btnPrint = nullptr;
-
     // The picture of the card shown, masked when masking is on.
     const QImage &KromeKotePicture() const { return mShownPicture; }
 
@@ -154,32 +164,60 @@ protected:
 
 private:
     void buildControls();
-    QWidget *buildHuePanel();
-    QWidget *buildCommandPanel();
+    void nameControls();
+    void buildHuePanel(QGridLayout *grid, QWidget *parent);
+    void buildCommandPanel(QGridLayout *grid, QWidget *parent);
     QWidget *buildResultFrame();
     void setEmptyState();
     void applyCardState(const CardImage &card);
     void setCaption(const QString &text);
     void setCardCaption(const CardImage &card, const QString &tail);
     void rebuildTabs();
+    // Each card's tab shows the file's full path as its tool tip; the composite's tabs none.
+    void setTabToolTips();
     void updateScrollBars();
     void onScroll();
 
     bool handleKey(int key, Qt::KeyboardModifiers modifiers);
     void closingStep();
 
+    // Marks a pass under way for as long as it lives: the busy cursor shows, the commands that
+    // would return at once look disabled, and an exception leaving the pass still ends it.
+    class BusyGuard
+    {
+    public:
+        explicit BusyGuard(MainWindow &window);
+        ~BusyGuard();
+        BusyGuard(const BusyGuard &) = delete;
+        BusyGuard &operator=(const BusyGuard &) = delete;
+
+    private:
+        MainWindow &mWindow;
+    };
+
+    // Runs one command handler; what a step throws is told in a box and the window is put back
+    // at rest, so that no failure ends the program.
+    template <typename F>
+    void command(F &&handler);
+    void commandFailed(const QString &what);
+    // A handler of this window as a slot that runs through command().
+    template <typename... Args>
+    auto asCommand(void (MainWindow::*handler)(Args...));
+
     void registerFile(const std::string &fileName, const std::string &folder);
-    void afterScan(int index, int status, bool zeroVolume, const std::string &message, int hueLow,
-                   int hueHigh, bool inverted);
+    // Card index was scanned (Done or NoStains): its scan log, the Composite box.
+    void afterScan(int index, const ScanOutcome &outcome);
     bool decodeCard(int index);
-    // Decodes card index when needed, then scans it unless a cancel came in between.
-    void decodeAndScanCard(int index);
+    // Decodes where needed and scans the cards of the list, telling the zero-volume notice once;
+    // followTabs selects each card's tab as the scan of all cards does.
+    ScanAllSummary scanCards(const std::vector<int> &cards, bool followTabs);
     bool loadShownPicture(const CardImage &card);
     void refreshAfterScan();
     bool sprayRecordStep();
     void updateCompositeVisibility();
     void scanCardsInView(const std::vector<int> &cards);
     void refreshCompositeView();
+    void showHueLabels();
 
     void sliderMoving(int which);
     void sliderChanged();
@@ -194,6 +232,7 @@ private:
     void placeSizeRangeLabel(double x);
     void onPictureMousePressed(QMouseEvent *event);
     void onPictureMouseReleased(QMouseEvent *event);
+    void onPictureWheel(QWheelEvent *event);
 
     Workspace &mWs;
     SettingsStore &mStore;
@@ -204,12 +243,32 @@ private:
     QPointer<InfoForm> mInfoForm;
     QuestionHook mQuestionHook;
     MessageHook mMessageHook;
-    int mBusy = 0;            // commands with a pass under way
+    int mBusy = 0;            // BusyGuards alive: a pass is under way
+    QWidget *mPassCommands = nullptr; // the load and scan buttons, idle while a pass runs
+    QWidget *mFileCommands = nullptr; // the results file and report buttons, likewise
     bool mSliderGuard = false; // sliders set in code: no handlers
     bool mTabGuard = false;    // tabs rebuilt in code: no click
     CompositeView *mComposite = nullptr; // owned as a child object
     ResultsCommandHooks mResultsHooks;
     std::shared_ptr<PrinterAccess> mPrinters; // made at the first report: the chosen printer stays
 };
+
+template <typename F>
+void MainWindow::command(F &&handler)
+{
+    try {
+        handler();
+    } catch (const std::exception &e) {
+        commandFailed(QString::fromUtf8(e.what()));
+    } catch (...) {
+        commandFailed(QStringLiteral("Unexpected failure"));
+    }
+}
+
+template <typename... Args>
+auto MainWindow::asCommand(void (MainWindow::*handler)(Args...))
+{
+    return [this, handler](Args... args) { command([&] { (this->*handler)(args...); }); };
+}
 
 } // namespace velmara

@@ -34,6 +34,7 @@
 #include <QLabel>
 #include <QLocale>
 #include <QMouseEvent>
+#include <QWheelEvent>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QRadioButton>
@@ -178,8 +179,7 @@ void MainWindow::registerFile(const std::string &fileName, const std::string &fo
     rebuildTabs();
     setCardCaption(mWs.Card(result.CardIndex), QString());
     HistogramPic->clear(palette().color(QPalette::Window).rgb());
-    Label1->setText(QStringLiteral("0"));
-    Label2->setText(QStringLiteral("255"));
+    showHueLabels();
     for (QWidget *w : std::initializer_list<QWidget *>{MaskFrame, MaskCheck, BackColorOption[1], BackColorOption[2]})
         w->setEnabled(false);
 }
@@ -310,6 +310,19 @@ void MainWindow::onPictureMousePressed(QMouseEvent *event)
     mInfoForm->show();
 }
 
+void MainWindow::onPictureWheel(QWheelEvent *event)
+{
+    // A notch pans by three lines of 16 pixels; Shift, or a sideways wheel, pans across.
+    const QPoint delta = event->angleDelta();
+    const bool across = delta.x() != 0 || (event->modifiers() & Qt::ShiftModifier);
+    const int notches = delta.x() != 0 ? delta.x() : delta.y();
+    QScrollBar *bar = across ? HScroll1 : VScroll1;
+    if (!bar->isEnabled() || CompositeCheck->isChecked())
+        return;
+    bar->setValue(bar->value() - notches * 3 * 16 / 120);
+    event->accept();
+}
+
 void MainWindow::onPictureMouseReleased(QMouseEvent *event)
 {
     if (event->button() == Qt::RightButton && ShiftCode(event->modifiers()) == 0 && mInfoForm)
@@ -367,20 +380,12 @@ void MainWindow::sliderMoving(int which)
 {
     mWs.SliderSettled = false;
     mSliderGuard = true;
-    if (which == 1) {
-        if (Slider2->value() <= Slider1->value()) {
-            Slider2->setValue(Slider1->value() + 1); // held at 255 at the end of the scale
-            Label2->setText(QString::number(Slider2->value()));
-        }
-        Label1->setText(QString::number(Slider1->value()));
-    } else {
-        if (Slider1->value() >= Slider2->value()) {
-            Slider1->setValue(Slider2->value() - 1);
-            Label1->setText(QString::number(Slider1->value()));
-        }
-        Label2->setText(QString::number(Slider2->value()));
-    }
+    if (which == 1 && Slider2->value() <= Slider1->value())
+        Slider2->setValue(Slider1->value() + 1); // held at 255 at the end of the scale
+    else if (which == 2 && Slider1->value() >= Slider2->value())
+        Slider1->setValue(Slider2->value() - 1);
     mSliderGuard = false;
+    showHueLabels();
     mWs.Slider1 = Slider1->value();
     mWs.Slider2 = Slider2->value();
     DrawHueHistogram();
@@ -434,7 +439,7 @@ void MainWindow::onMaskCheckClicked()
         Slider1->setValue(0);
         mSliderGuard = false;
         mWs.Slider1 = 0;
-        Label1->setText(QStringLiteral("0"));
+        showHueLabels();
         DrawHueHistogram();
     }
     if (MaskCheck->isChecked()) {
@@ -475,9 +480,8 @@ Answer MainWindow::askQuestion(int kind, int cardIndex, Byte suggested, Byte bac
 bool MainWindow::decodeCard(int index)
 {
     WindowQuestions questions(*this);
-    ++mBusy;
+    const BusyGuard busy(*this);
     const DecodeResult result = DecodeCard(mWs, index, questions, *mProgress);
-    --mBusy;
     if (!result.Ok && !result.Cancelled && !result.Message.empty())
         showMessage(QString::fromStdString(result.Message));
     return result.Ok;
@@ -512,20 +516,22 @@ void MainWindow::btnScanColourAll_Click()
     btnChangeRes->setEnabled(false);
     Picture1->setFocus();
     repaint();
-    ++mBusy;
-    for (int i = 1; i <= mWs.CardCount(); ++i) {
-        if (!mWs.Card(i).PixelsReady) {
-            selectCard(i);
-            decodeCard(i);
-        }
-        if (mWs.CancelRequested) {
-            --mBusy;
-            btnChangeRes->setEnabled(true);
-            mWs.CancelRequested = false;
-            return;
+    {
+        const BusyGuard busy(*this);
+        for (int i = 1; i <= mWs.CardCount(); ++i) {
+            if (!mWs.Card(i).PixelsReady) {
+                selectCard(i);
+                decodeCard(i);
+            }
+            if (mWs.CancelRequested)
+                break;
         }
     }
-    --mBusy;
+    if (mWs.CancelRequested) {
+        btnChangeRes->setEnabled(true);
+        mWs.CancelRequested = false;
+        return;
+    }
     selectCard(remembered);
     if (isMinimized())
         showNormal();
@@ -545,20 +551,41 @@ bool MainWindow::sprayRecordStep()
     return true;
 }
 
-void MainWindow::afterScan(int index, int status, bool zeroVolume, const std::string &message,
-                           int hueLow, int hueHigh, bool inverted)
+void MainWindow::afterScan(int index, const ScanOutcome &outcome)
 {
-    const auto s = static_cast<ScanStatus>(status);
-    if (s != ScanStatus::Done && s != ScanStatus::NoStains)
-        return;
-    if (s == ScanStatus::NoStains && !message.empty())
-        showMessage(QString::fromStdString(message));
-    if (zeroVolume)
-        showMessage(QString::fromLatin1(kZeroVolumeNotice));
-    const ScanLogResult log = ScanLog(mWs, localeSeparator()).writeScanRecord(index, {hueLow, hueHigh, inverted});
+    const ScanLogResult log = ScanLog(mWs, localeSeparator())
+                                  .writeScanRecord(index, {outcome.HueLow, outcome.HueHigh, outcome.HueInvert});
     if (!log.Ok)
         showMessage(QString::fromStdString(log.Error));
     updateCompositeVisibility();
+}
+
+ScanAllSummary MainWindow::scanCards(const std::vector<int> &cards, bool followTabs)
+{
+    // The window's side of the scan driver: its boxes, its questions, and the tab of each card.
+    class Hooks : public ScanAllHooks
+    {
+    public:
+        Hooks(MainWindow &w, bool followTabs) : mW(w), mFollowTabs(followTabs) {}
+        void cardStarted(int index) override
+        {
+            if (mFollowTabs)
+                mW.selectCard(index);
+        }
+        void notify(int, const std::string &text) override { mW.showMessage(QString::fromStdString(text)); }
+        void scanned(int index, const ScanOutcome &outcome) override { mW.afterScan(index, outcome); }
+
+    private:
+        MainWindow &mW;
+        bool mFollowTabs;
+    };
+
+    Hooks hooks(*this, followTabs);
+    WindowQuestions questions(*this);
+    const BusyGuard busy(*this);
+    if (followTabs)
+        return ScanAllCards(mWs, questions, hooks, *mProgress);
+    return ScanCards(mWs, cards, questions, hooks, *mProgress);
 }
 
 void MainWindow::updateCompositeVisibility()
@@ -574,15 +601,8 @@ void MainWindow::btnScan_Click()
     if (!sprayRecordStep())
         return;
     btnChangeRes->setEnabled(false);
-    const int index = mWs.CurrentCard;
-    ++mBusy;
-    const ScanOutcome outcome = ScanImage(mWs, index, *mProgress);
-    afterScan(index, static_cast<int>(outcome.Status), outcome.ZeroVolume, outcome.Message,
-              outcome.HueLow, outcome.HueHigh, outcome.HueInvert);
-    --mBusy;
-    if (mWs.CancelRequested) {
+    if (scanCards({mWs.CurrentCard}, false).Cancelled) {
         btnChangeRes->setEnabled(true);
-        mWs.CancelRequested = false;
         return;
     }
     CalcCompositeAll(mWs);
@@ -595,27 +615,18 @@ void MainWindow::btnScanAll_Click()
         return;
     Picture1->setFocus();
     repaint();
-    const int remembered = mWs.CurrentCard;
     if (!sprayRecordStep())
         return;
     repaint();
     btnChangeRes->setEnabled(false);
-    ++mBusy;
-    for (int i = 1; i <= mWs.CardCount(); ++i) {
-        selectCard(i);
-        decodeAndScanCard(i);
-        if (mWs.CancelRequested)
-            break;
-    }
-    --mBusy;
+    const ScanAllSummary summary = scanCards({}, true);
     // The cards scanned so far count, also after a cancel.
     CalcCompositeAll(mWs);
-    if (mWs.CancelRequested) {
+    if (summary.Cancelled) {
         btnChangeRes->setEnabled(true);
-        mWs.CancelRequested = false;
         return;
     }
-    selectCard(remembered);
+    selectCard(mWs.CurrentCard);
     refreshAfterScan();
 }
 
@@ -628,10 +639,15 @@ void MainWindow::refreshAfterScan()
         CalcSingleRange(mWs, 0);
     }
     mWs.CurrentVMD = GetCurrentVMD(mWs);
-    ResultFrame->setVisible(true);
-    DrawResult();
-    UpdateHistogramLabels();
-    UpdateStatsLabels();
+    // The tab strip stays live during a pass: the card on show now may not be the one scanned,
+    // and a card that is not Scanned has no results to show.
+    const bool results = CompositeCheck->isChecked() || mWs.Card(mWs.CurrentCard).Scanned;
+    ResultFrame->setVisible(results);
+    if (results) {
+        DrawResult();
+        UpdateHistogramLabels();
+        UpdateStatsLabels();
+    }
     btnChangeRes->setEnabled(true);
 }
 
@@ -669,16 +685,7 @@ void MainWindow::btnChangeRes_Click()
     const QRect picture(Picture1->mapToGlobal(QPoint(0, 0)), Picture1->size());
     ShowResolutionForm(this, mWs, picture, [this](const std::vector<int> &cards) {
         btnChangeRes->setEnabled(false);
-        ++mBusy;
-        for (int i : cards) {
-            const ScanOutcome outcome = ScanImage(mWs, i, *mProgress);
-            afterScan(i, static_cast<int>(outcome.Status), outcome.ZeroVolume, outcome.Message,
-                      outcome.HueLow, outcome.HueHigh, outcome.HueInvert);
-            if (mWs.CancelRequested)
-                break;
-        }
-        --mBusy;
-        mWs.CancelRequested = false;
+        scanCards(cards, false);
         CalcCompositeAll(mWs);
         if (mWs.Card(mWs.CurrentCard).Scanned)
             refreshAfterScan();
@@ -818,17 +825,6 @@ void MainWindow::onResultReleased()
     // The swath view has put its own texts on the statistics labels.
     if (!mComposite->swathTabShown())
         UpdateStatsLabels();
-}
-
-void MainWindow::decodeAndScanCard(int index)
-{
-    if (!mWs.Card(index).PixelsReady)
-        decodeCard(index);
-    if (mWs.CancelRequested)
-        return;
-    const ScanOutcome outcome = ScanImage(mWs, index, *mProgress);
-    afterScan(index, static_cast<int>(outcome.Status), outcome.ZeroVolume, outcome.Message, outcome.HueLow,
-              outcome.HueHigh, outcome.HueInvert);
 }
 
 } // namespace velmara

@@ -89,14 +89,7 @@ void MainWindow::scanCardsInView(const std::vector<int> &cards)
     // The passes of the scan of all cards, without selecting the cards' tabs: the composite view
     // stays on show. The colour questions read the card they ask about.
     btnChangeRes->setEnabled(false);
-    ++mBusy;
-    for (int i : cards) {
-        decodeAndScanCard(i);
-        if (mWs.CancelRequested)
-            break;
-    }
-    --mBusy;
-    mWs.CancelRequested = false;
+    scanCards(cards, false);
     btnChangeRes->setEnabled(true);
 }
 

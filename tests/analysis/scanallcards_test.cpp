@@ -111,3 +111,16 @@ TEST_F(ScanAllCardsTest, CancelInADecodeStopsAtThatCard)
     EXPECT_FALSE(ws.Card(2).PixelsReady);
     EXPECT_FALSE(ws.Card(3).PixelsReady);
 }
+
+// A list in its own order leaves the current card alone; a spread factor of 0 gives every card of
+// the run no volume, and the notice is told once.
+TEST_F(ScanAllCardsTest, ListOfCardsKeepsTheCurrentCardAndTellsNoVolumeOnce)
+{
+    ws.SpreadFactor = {0.0, 0.0, 0.0};
+    const ScanAllSummary s = ScanCards(ws, {3, 2}, answers, hooks);
+    EXPECT_EQ(s.Scanned, 2);
+    const std::vector<std::string> expected = {"card 3", "decode 3", "scan 3", "notify 3", "log 3 1",
+                                               "card 2", "decode 2", "scan 2", "log 2 3"};
+    EXPECT_EQ(hooks.events, expected);
+    EXPECT_EQ(ws.CurrentCard, 1);
+}

@@ -2,6 +2,7 @@
 
 #include "core/numberform.h"
 #include "reports/recordingreportcanvas.h"
+#include "statistics/line.h"
 #include "sampleline.h"
 
 #include <gtest/gtest.h>

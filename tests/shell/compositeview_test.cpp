@@ -45,8 +45,8 @@ protected:
     }
     void enter()
     {
-        ASSERT_TRUE(window->CompositeCheck->isVisibleTo(window.get()));
-        window->CompositeCheck->click();
+        ASSERT_TRUE(ctl<QCheckBox>("CompositeCheck")->isVisibleTo(window.get()));
+        ctl<QCheckBox>("CompositeCheck")->click();
     }
     void moveOnto(QWidget *w)
     {
@@ -69,19 +69,19 @@ TEST_F(CompositeTest, EnteringWithTwoCardsHasNoSwathTab)
     enter();
     EXPECT_TRUE(ws.CompositeCheck);
     EXPECT_EQ(tabs(), QStringList{"Spray Line Statistics"});
-    EXPECT_EQ(window->ResultFrame->title(), "Composite Results  (Volume Fraction)");
+    EXPECT_EQ(ctl<QGroupBox>("ResultFrame")->title(), "Composite Results  (Volume Fraction)");
     EXPECT_TRUE(dialogs.empty());
     EXPECT_EQ(ws.Card(2).Position, -40.0f);
     ASSERT_EQ(ws.LineStats.size(), 3u);
     EXPECT_EQ(ws.LineStats[2].Vmd, ws.Card(2).Stats.Vmd);
     EXPECT_EQ(ws.SwathSets[1].Width, 1);
-    for (QWidget *w : std::initializer_list<QWidget *>{window->btnLoad, window->btnScan, window->Slider1,
-                                                       window->MaskCheck, window->HScroll1})
+    for (QWidget *w : std::initializer_list<QWidget *>{ctl<QPushButton>("btnLoad"), ctl<QPushButton>("btnScan"), ctl<QSlider>("Slider1"),
+                                                       ctl<QCheckBox>("MaskCheck"), ctl<QScrollBar>("HScroll1")})
         EXPECT_FALSE(w->isEnabled());
-    for (QWidget *w : std::initializer_list<QWidget *>{window->btnWriteComposite, window->btnPrint,
+    for (QWidget *w : std::initializer_list<QWidget *>{ctl<QToolButton>("btnWriteComposite"), ctl<QToolButton>("btnPrint"),
                                                        view->surface(), view->CardLabel[1]})
         EXPECT_TRUE(w->isVisibleTo(window.get()));
-    EXPECT_EQ(view->picture().size(), window->Picture1->size());
+    EXPECT_EQ(view->picture().size(), ctl<CardView>("Picture1")->size());
 }
 
 TEST_F(CompositeTest, EnteringWithThreeAndLeavingBack)
@@ -92,25 +92,25 @@ TEST_F(CompositeTest, EnteringWithThreeAndLeavingBack)
     ws.RangeHigh = 300;
     enter();
     EXPECT_EQ(tabs(), (QStringList{"Spray Line Statistics", "Swath Analysis"}));
-    EXPECT_EQ(window->ImageStrip->currentIndex(), 0);
+    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->currentIndex(), 0);
     EXPECT_FALSE(view->optSwathWidth[1]->isVisibleTo(window.get()));
     ASSERT_TRUE(RangeSelected(ws));
     EXPECT_LT(ws.LineStats[1].DropDensity, ws.Card(1).Stats.DropDensity); // values of the range
 
-    window->ImageStrip->setCurrentIndex(1);
+    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
     EXPECT_TRUE(view->optSwathWidth[2]->isVisibleTo(window.get()) || view->optSwathWidth[1]->isVisibleTo(window.get()));
-    EXPECT_EQ(window->InfoLabel[1]->text(), "COV:");
+    EXPECT_EQ(ctl<QLabel>("InfoLabel1")->text(), "COV:");
 
-    window->CompositeCheck->click();
+    ctl<QCheckBox>("CompositeCheck")->click();
     EXPECT_FALSE(ws.CompositeCheck);
     EXPECT_EQ(tabs(), (QStringList{"card01.bmp", "card02.bmp", "card03.bmp"}));
     EXPECT_EQ(ws.CurrentCard, 2);
     EXPECT_EQ(ws.ShownCard, 2); // read again on the way out
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card02.bmp -- 600 dpi");
     EXPECT_FALSE(view->surface()->isVisibleTo(window.get()));
-    EXPECT_FALSE(window->btnWriteComposite->isVisibleTo(window.get()));
-    EXPECT_TRUE(window->Slider1->isEnabled()); // the scanned card's own state
-    EXPECT_EQ(window->ResultFrame->title(), "Scan Results  (Volume Fraction)");
+    EXPECT_FALSE(ctl<QToolButton>("btnWriteComposite")->isVisibleTo(window.get()));
+    EXPECT_TRUE(ctl<QSlider>("Slider1")->isEnabled()); // the scanned card's own state
+    EXPECT_EQ(ctl<QGroupBox>("ResultFrame")->title(), "Scan Results  (Volume Fraction)");
     // Entering again chooses the widths afresh.
     ws.SwathSets[1].Width = 1;
     enter();
@@ -128,7 +128,7 @@ TEST_F(CompositeTest, EqualPositionsAndEmptyTextsBringTheDialog)
     EXPECT_TRUE(view->isOn()); // the view is whole even though the positions stayed equal
     EXPECT_FALSE(view->picture().isNull());
 
-    window->CompositeCheck->click();
+    ctl<QCheckBox>("CompositeCheck")->click();
     messages.clear();
     dialogs.clear();
     ws.Spray.Sample_Position1.clear();
@@ -149,57 +149,57 @@ TEST_F(CompositeTest, RangeDragInTheViewRefreshesLineChartAndLabels)
     enter();
     const CardStats before = ws.LineStats[2];
     const QImage chartBefore = view->picture().copy();
-    const QString labelBefore = window->DropLabel->text();
-    PictureBox *graph = window->ResultPic;
+    const QString labelBefore = ctl<QLabel>("DropLabel")->text();
+    PictureBox *graph = ctl<PictureBox>("ResultPic");
     QTest::mouseClick(graph, Qt::LeftButton, Qt::NoModifier, QPoint(40, 30));
     QTest::mouseClick(graph, Qt::RightButton, Qt::NoModifier, QPoint(120, 30));
     ASSERT_TRUE(RangeSelected(ws));
     EXPECT_NE(ws.LineStats[2].DropDensity, before.DropDensity);
     EXPECT_NE(view->picture(), chartBefore);
-    EXPECT_NE(window->DropLabel->text(), labelBefore);
-    EXPECT_EQ(window->InfoLabel[2]->text(), "Drop Density:");
+    EXPECT_NE(ctl<QLabel>("DropLabel")->text(), labelBefore);
+    EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Drop Density:");
 
     // On the swath tab the mouse-up keeps the swath texts on the labels.
-    window->ImageStrip->setCurrentIndex(1);
+    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
     QTest::mouseClick(graph, Qt::LeftButton, Qt::NoModifier, QPoint(20, 30));
-    EXPECT_EQ(window->InfoLabel[2]->text(), "Mean:");
+    EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Mean:");
 }
 
 TEST_F(CompositeTest, WidthButtonsAndGraphModesOnTheSwathTab)
 {
     open(4);
     enter();
-    window->ImageStrip->setCurrentIndex(1);
+    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
     ASSERT_EQ(view->optSwathWidth.size(), 4u);
     QRadioButton *one = view->optSwathWidth[1];
     ASSERT_TRUE(one->isVisibleTo(window.get()));
     QTest::mouseClick(one, Qt::LeftButton);
     EXPECT_EQ(ws.SwathSets[1].Width, 1);
     EXPECT_TRUE(one->isChecked());
-    EXPECT_EQ(window->VMDLabel->text(), "0.00"); // width 1 folds everything into one bin
+    EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(), "0.00"); // width 1 folds everything into one bin
     // Clicking the chosen one again still draws (the labels were changed meanwhile).
-    window->VMDLabel->setText(QString());
+    ctl<QLabel>("VMDLabel")->setText(QString());
     QTest::mouseClick(one, Qt::LeftButton);
-    EXPECT_EQ(window->VMDLabel->text(), "0.00");
+    EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(), "0.00");
 
     // Ctrl+3: the density set, with its own width; Ctrl+1 back to the deposit's width 1.
     key(Qt::Key_3, Qt::ControlModifier);
     EXPECT_EQ(ws.CurrentSwathSet, 2);
-    EXPECT_TRUE(window->DropLabel->text().contains(QStringLiteral("drops/cm")));
+    EXPECT_TRUE(ctl<QLabel>("DropLabel")->text().contains(QStringLiteral("drops/cm")));
     QTest::mouseClick(view->optSwathWidth[2], Qt::LeftButton);
     EXPECT_EQ(ws.SwathSets[2].Width, 2);
     key(Qt::Key_1, Qt::ControlModifier);
     EXPECT_EQ(ws.CurrentSwathSet, 1);
     EXPECT_TRUE(view->optSwathWidth[1]->isChecked());
-    EXPECT_TRUE(window->DropLabel->text().endsWith(QStringLiteral("L/ha")));
+    EXPECT_TRUE(ctl<QLabel>("DropLabel")->text().endsWith(QStringLiteral("L/ha")));
     key(Qt::Key_3, Qt::ControlModifier);
     EXPECT_TRUE(view->optSwathWidth[2]->isChecked());
 
     // Back on the first tab the buttons go and the statistics come back.
-    window->ImageStrip->setCurrentIndex(0);
+    ctl<QTabBar>("ImageStrip")->setCurrentIndex(0);
     EXPECT_FALSE(view->optSwathWidth[1]->isVisibleTo(window.get()));
     EXPECT_EQ(view->widthChoice().selected(), 0);
-    EXPECT_EQ(window->InfoLabel[1]->text(), "VMD:");
+    EXPECT_EQ(ctl<QLabel>("InfoLabel1")->text(), "VMD:");
 }
 
 TEST_F(CompositeTest, MetricChangeRedrawsChartLabelsOrSwathView)
@@ -209,13 +209,13 @@ TEST_F(CompositeTest, MetricChangeRedrawsChartLabelsOrSwathView)
     ws.Metric = false;
     PrefsEffect effect = PrefsEffectAfterClose({true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, true);
     view->applyPrefsEffect(effect);
-    EXPECT_TRUE(window->VolumeLabel->text().endsWith(QStringLiteral("oz/ac")));
-    window->ImageStrip->setCurrentIndex(1);
+    EXPECT_TRUE(ctl<QLabel>("VolumeLabel")->text().endsWith(QStringLiteral("oz/ac")));
+    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
     ws.Metric = true;
     effect = PrefsEffectAfterClose({false, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, false);
     view->applyPrefsEffect(effect);
-    EXPECT_TRUE(window->DropLabel->text().endsWith(QStringLiteral("L/ha")));
-    EXPECT_EQ(window->InfoLabel[2]->text(), "Mean:");
+    EXPECT_TRUE(ctl<QLabel>("DropLabel")->text().endsWith(QStringLiteral("L/ha")));
+    EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Mean:");
 
     // New positions from the preferences: every Position first, then the swath tables and view.
     const PrefsSnapshot before{true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval};
@@ -252,7 +252,7 @@ TEST_F(CompositeTest, CalloutsOnMarkersAndOffOnTheChart)
     // The last card's on its left; the swath tab takes them down.
     moveOnto(view->CardLabel[3]);
     EXPECT_LT(view->DataLabel[2]->x(), view->CardLabel[3]->x());
-    window->ImageStrip->setCurrentIndex(1);
+    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
     EXPECT_FALSE(view->CalloutsShown);
     EXPECT_FALSE(view->CardLabel[1]->isVisibleTo(window.get()));
 }
@@ -285,19 +285,19 @@ TEST_F(CompositeTest, UnscannedCardsKeysAndResize)
     const int oldWidth = view->picture().width();
     window->resize(1200, 860);
     QApplication::processEvents();
-    ASSERT_GT(window->Picture1->width(), oldWidth);
-    EXPECT_EQ(view->picture().size(), window->Picture1->size());
-    EXPECT_EQ(view->surface()->size(), window->Picture1->size());
+    ASSERT_GT(ctl<CardView>("Picture1")->width(), oldWidth);
+    EXPECT_EQ(view->picture().size(), ctl<CardView>("Picture1")->size());
+    EXPECT_EQ(view->surface()->size(), ctl<CardView>("Picture1")->size());
     const QImage shown = view->surface()->grab().toImage();
     int blackBeyond = 0;
     for (int x = oldWidth; x < shown.width(); ++x)
         for (int y = 0; y < shown.height(); ++y)
             blackBeyond += (shown.pixel(x, y) & 0xffffff) == 0;
     EXPECT_GT(blackBeyond, 20) << "the chart keeps its old size";
-    window->ImageStrip->setCurrentIndex(1);
+    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
     window->resize(1024, 768);
     QApplication::processEvents();
-    EXPECT_EQ(view->picture().size(), window->Picture1->size());
+    EXPECT_EQ(view->picture().size(), ctl<CardView>("Picture1")->size());
 
     // Ctrl+C leaves again.
     key(Qt::Key_C, Qt::ControlModifier);

@@ -305,9 +305,9 @@ TEST_F(LoadForm, MainWindowAddsTheClipsUnsortedAndShowsTheLast)
     window.loadTemplateSheet(sheets.filePath(QStringLiteral("sheet3x3.gif")));
     EXPECT_TRUE(driven);
     ASSERT_EQ(ws.CardCount(), 8);
-    EXPECT_EQ(window.ImageStrip->tabText(0), "clip02.bmp");
+    EXPECT_EQ(Control<QTabBar>(window, "ImageStrip")->tabText(0), "clip02.bmp");
     EXPECT_EQ(ws.CurrentCard, 8);
-    EXPECT_EQ(window.ImageStrip->currentIndex(), 7);
+    EXPECT_EQ(Control<QTabBar>(window, "ImageStrip")->currentIndex(), 7);
     EXPECT_EQ(ws.InitialDir, sheets.absolutePath().toStdString() + "/");
     EXPECT_EQ(store->GetSetting("Settings", "TemplateNumH", ""), "3");
     EXPECT_TRUE(windowMessages.isEmpty()) << windowMessages.join("|").toStdString();

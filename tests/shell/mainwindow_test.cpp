@@ -1,3 +1,4 @@
+#include "cardgen/cardgen.h"
 #include "intake/loadimage.h"
 #include "shell/application.h"
 #include "shell/cardview.h"
@@ -20,6 +21,7 @@
 #include <QScrollBar>
 #include <QSlider>
 #include <QTimer>
+#include <QWheelEvent>
 #include <QToolButton>
 
 using namespace velmara;
@@ -48,7 +50,7 @@ protected:
 TEST_F(WindowTest, EmptyWindowAndItsKeys)
 {
     EXPECT_EQ(tabs(), QStringList{"<No Image>"});
-    EXPECT_FALSE(window->Slider1->isEnabled());
+    EXPECT_FALSE(ctl<QSlider>("Slider1")->isEnabled());
     // Only Ctrl+P and Ctrl+L act on an empty list; the rest change nothing.
     key(Qt::Key_S, Qt::ControlModifier);
     key(Qt::Key_Tab, Qt::ControlModifier);
@@ -64,15 +66,15 @@ TEST_F(WindowTest, LoadSortsShowsTheLastChosenAndRefuses)
 {
     loadThree();
     ASSERT_EQ(ws.CardCount(), 3);
-    EXPECT_EQ(window->ImageStrip->tabText(0), "card01.bmp");
-    EXPECT_EQ(window->ImageStrip->tabText(2), "card03.bmp");
+    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->tabText(0), "card01.bmp");
+    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->tabText(2), "card03.bmp");
     EXPECT_EQ(ws.CurrentCard, 3); // the last of the sorted names
     EXPECT_EQ(ws.ShownCard, 3);
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card03.bmp -- 600 dpi");
     EXPECT_EQ(ws.InitialDir, dir.path().toStdString() + "/");
-    EXPECT_TRUE(window->btnChangeRes->isVisibleTo(window.get()));
-    EXPECT_TRUE(window->btnScanColourAll->isEnabled());
-    EXPECT_FALSE(window->btnScan->isEnabled());
+    EXPECT_TRUE(ctl<QToolButton>("btnChangeRes")->isVisibleTo(window.get()));
+    EXPECT_TRUE(ctl<QPushButton>("btnScanColourAll")->isEnabled());
+    EXPECT_FALSE(ctl<QPushButton>("btnScan")->isEnabled());
     EXPECT_FALSE(window->KromeKotePicture().isNull());
 
     window->loadChosenFiles({path("card01.bmp")});
@@ -93,41 +95,41 @@ TEST_F(WindowTest, DecodeScanAndDragARangeOnTheGraph)
     window->btnScanColour_Click();
     const CardImage &card = ws.Card(1);
     ASSERT_TRUE(card.PixelsReady);
-    EXPECT_FALSE(window->btnScanColourAll->isEnabled()); // even though cards 2 and 3 aren't decoded
-    EXPECT_TRUE(window->btnScan->isEnabled());
-    EXPECT_TRUE(window->MaskCheck->isEnabled());
-    EXPECT_FALSE(window->ResultFrame->isVisibleTo(window.get()));
+    EXPECT_FALSE(ctl<QPushButton>("btnScanColourAll")->isEnabled()); // even though cards 2 and 3 aren't decoded
+    EXPECT_TRUE(ctl<QPushButton>("btnScan")->isEnabled());
+    EXPECT_TRUE(ctl<QCheckBox>("MaskCheck")->isEnabled());
+    EXPECT_FALSE(ctl<QGroupBox>("ResultFrame")->isVisibleTo(window.get()));
 
     window->btnScan_Click();
     ASSERT_TRUE(ws.Card(1).Scanned);
     ASSERT_GT(ws.Card(1).SizeRows(), 1);
-    EXPECT_TRUE(window->ResultFrame->isVisibleTo(window.get()));
-    EXPECT_FALSE(window->CompositeCheck->isVisibleTo(window.get())); // one scanned card
+    EXPECT_TRUE(ctl<QGroupBox>("ResultFrame")->isVisibleTo(window.get()));
+    EXPECT_FALSE(ctl<QCheckBox>("CompositeCheck")->isVisibleTo(window.get())); // one scanned card
     EXPECT_TRUE(QFile::exists(path("card01.scn")));
     const CardStats own = ws.Card(1).Stats;
-    EXPECT_EQ(window->VMDLabel->text(), StatsTexts(own, ws.Metric).vmd);
-    EXPECT_EQ(window->ResultLabelX1->text(), "0.0");
+    EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(), StatsTexts(own, ws.Metric).vmd);
+    EXPECT_EQ(ctl<QLabel>("ResultLabelX1")->text(), "0.0");
 
     // Left button dragged from pixel 60 to 80, then the right button at pixel 200.
-    PictureBox *graph = window->ResultPic;
+    PictureBox *graph = ctl<PictureBox>("ResultPic");
     const double x80 = graph->userX(80);
     const double x200 = graph->userX(200);
     QTest::mousePress(graph, Qt::LeftButton, Qt::NoModifier, QPoint(60, 30));
     QMouseEvent move(QEvent::MouseMove, QPointF(80, 30), graph->mapToGlobal(QPointF(80, 30)),
                      Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(graph, &move);
-    EXPECT_TRUE(window->SizeRangeLabel->isVisible());
-    EXPECT_EQ(window->SizeRangeLabel->text(), FixedText(x80, 1));
+    EXPECT_TRUE(ctl<QLabel>("SizeRangeLabel")->isVisible());
+    EXPECT_EQ(ctl<QLabel>("SizeRangeLabel")->text(), FixedText(x80, 1));
     QTest::mouseRelease(graph, Qt::LeftButton, Qt::NoModifier, QPoint(80, 30));
-    EXPECT_FALSE(window->SizeRangeLabel->isVisible());
+    EXPECT_FALSE(ctl<QLabel>("SizeRangeLabel")->isVisible());
     EXPECT_FLOAT_EQ(ws.RangeLow, ToSingle(x80));
     QTest::mouseClick(graph, Qt::RightButton, Qt::NoModifier, QPoint(200, 30));
     EXPECT_FLOAT_EQ(ws.RangeHigh, ToSingle(x200));
     ASSERT_TRUE(RangeSelected(ws));
     const StatsLabelTexts range = StatsTexts(ws.CardRange.Stats, ws.Metric);
-    EXPECT_EQ(window->VMDLabel->text(), range.vmd);
-    EXPECT_EQ(window->VolumeLabel->text(), range.volume);
-    EXPECT_NE(window->VMDLabel->text(), StatsTexts(own, ws.Metric).vmd);
+    EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(), range.vmd);
+    EXPECT_EQ(ctl<QLabel>("VolumeLabel")->text(), range.volume);
+    EXPECT_NE(ctl<QLabel>("VMDLabel")->text(), StatsTexts(own, ws.Metric).vmd);
 
     // A press with Shift moves no bound, but the release still refreshes.
     QTest::mouseClick(graph, Qt::LeftButton, Qt::ShiftModifier, QPoint(10, 30));
@@ -144,21 +146,38 @@ TEST_F(WindowTest, ScanAllShowsTheCompositeBoxAndKeysFollowTheTable)
     key(Qt::Key_A, Qt::ControlModifier); // now scans all
     EXPECT_EQ(ws.ScannedCount(), 3);
     EXPECT_EQ(ws.CurrentCard, 3);
-    EXPECT_TRUE(window->CompositeCheck->isVisibleTo(window.get()));
+    EXPECT_TRUE(ctl<QCheckBox>("CompositeCheck")->isVisibleTo(window.get()));
+
+    // Tool tips: a card's tab names its file in full (the composite's tabs nothing), the corner
+    // button what it opens.
+    auto tips = [&] {
+        QStringList t{ctl<QToolButton>("btnChangeRes")->toolTip()};
+        for (int i = 0; i < ctl<QTabBar>("ImageStrip")->count(); ++i)
+            t << ctl<QTabBar>("ImageStrip")->tabToolTip(i);
+        return t;
+    };
+    const QStringList cardTips{"Card Resolution", path("card01.bmp"), path("card02.bmp"), path("card03.bmp")};
+    EXPECT_EQ(tips(), cardTips);
+    ws.Spray.Sample_Position1 = "-50";
+    ws.Spray.Sample_Interval = "10";
+    key(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(tips(), (QStringList{"Card Positions", QString(), QString()}));
+    key(Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(tips(), cardTips);
 
     key(Qt::Key_Tab, Qt::ControlModifier);
     EXPECT_EQ(ws.CurrentCard, 1); // round from the last to the first
-    EXPECT_EQ(window->ImageStrip->currentIndex(), 0);
+    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->currentIndex(), 0);
     key(Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
     EXPECT_EQ(ws.CurrentCard, 3);
     key(Qt::Key_3, Qt::ControlModifier);
     EXPECT_EQ(ws.GraphMode, 3);
     EXPECT_EQ(ws.CurrentSwathSet, 2);
-    EXPECT_TRUE(window->GraphOption[3]->isChecked());
-    EXPECT_EQ(window->ResultFrame->title(), QStringLiteral("Scan Results  (drops/cm ") + QChar(0x00B2) + ")");
-    EXPECT_EQ(window->ResultLabelY1->text(), "0");
+    EXPECT_TRUE(ctl<QRadioButton>("GraphOption3")->isChecked());
+    EXPECT_EQ(ctl<QGroupBox>("ResultFrame")->title(), QStringLiteral("Scan Results  (drops/cm ") + QChar(0x00B2) + ")");
+    EXPECT_EQ(ctl<QLabel>("ResultLabelY1")->text(), "0");
     key(Qt::Key_1, Qt::ControlModifier);
-    EXPECT_EQ(window->ResultLabelY1->text(), "0%");
+    EXPECT_EQ(ctl<QLabel>("ResultLabelY1")->text(), "0%");
 
     key(Qt::Key_Delete, Qt::ShiftModifier); // other modifiers: nothing
     EXPECT_EQ(ws.CardCount(), 3);
@@ -166,17 +185,17 @@ TEST_F(WindowTest, ScanAllShowsTheCompositeBoxAndKeysFollowTheTable)
     key(Qt::Key_Delete); // the first of three: the new first is selected
     EXPECT_EQ(ws.CurrentCard, 1);
     EXPECT_EQ(tabs(), (QStringList{"card02.bmp", "card03.bmp"}));
-    EXPECT_TRUE(window->CompositeCheck->isVisibleTo(window.get()));
+    EXPECT_TRUE(ctl<QCheckBox>("CompositeCheck")->isVisibleTo(window.get()));
     key(Qt::Key_Delete);
-    EXPECT_FALSE(window->CompositeCheck->isVisibleTo(window.get())); // one scanned card left
+    EXPECT_FALSE(ctl<QCheckBox>("CompositeCheck")->isVisibleTo(window.get())); // one scanned card left
 
     key(Qt::Key_Delete, Qt::ControlModifier);
     EXPECT_EQ(ws.CardCount(), 0);
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara");
     EXPECT_EQ(tabs(), QStringList{"<No Image>"});
-    EXPECT_FALSE(window->ResultFrame->isVisibleTo(window.get()));
-    EXPECT_FALSE(window->btnChangeRes->isVisibleTo(window.get()));
-    EXPECT_FALSE(window->btnScanColour->isEnabled());
+    EXPECT_FALSE(ctl<QGroupBox>("ResultFrame")->isVisibleTo(window.get()));
+    EXPECT_FALSE(ctl<QToolButton>("btnChangeRes")->isVisibleTo(window.get()));
+    EXPECT_FALSE(ctl<QPushButton>("btnScanColour")->isEnabled());
 }
 
 TEST_F(WindowTest, CtrlSDecodesThenScansAndDeleteWaitsForAPass)
@@ -189,11 +208,11 @@ TEST_F(WindowTest, CtrlSDecodesThenScansAndDeleteWaitsForAPass)
     EXPECT_TRUE(ws.Card(1).Scanned);
 
     // While a pass runs the list stays as it is.
-    window->ProgressBar1->setVisible(true);
+    ctl<QProgressBar>("ProgressBar1")->setVisible(true);
     key(Qt::Key_Delete);
     key(Qt::Key_Delete, Qt::ControlModifier);
     EXPECT_EQ(ws.CardCount(), 1);
-    window->ProgressBar1->setVisible(false);
+    ctl<QProgressBar>("ProgressBar1")->setVisible(false);
     key(Qt::Key_Delete); // the only card: the same state as Ctrl+Delete
     EXPECT_EQ(ws.CardCount(), 0);
     EXPECT_EQ(ws.CurrentCard, 1);
@@ -205,12 +224,12 @@ TEST_F(WindowTest, SlidersNeverCrossAndMaskingChangesOnlyTheColourTable)
 {
     window->loadChosenFiles({path("card01.bmp")});
     window->btnScanColour_Click();
-    window->Slider1->setValue(255);
-    EXPECT_EQ(window->Slider1->value(), 255);
-    EXPECT_EQ(window->Slider2->value(), 255);
-    EXPECT_EQ(window->Label1->text(), "255");
-    window->MaskCheck->click(); // both at the top: the low end goes back to 0
-    EXPECT_EQ(window->Slider1->value(), 0);
+    ctl<QSlider>("Slider1")->setValue(255);
+    EXPECT_EQ(ctl<QSlider>("Slider1")->value(), 255);
+    EXPECT_EQ(ctl<QSlider>("Slider2")->value(), 255);
+    EXPECT_EQ(ctl<QLabel>("Label1")->text(), "255");
+    ctl<QCheckBox>("MaskCheck")->click(); // both at the top: the low end goes back to 0
+    EXPECT_EQ(ctl<QSlider>("Slider1")->value(), 0);
     EXPECT_EQ(ws.Slider1, 0);
 
     const QImage &shown = window->KromeKotePicture();
@@ -218,7 +237,7 @@ TEST_F(WindowTest, SlidersNeverCrossAndMaskingChangesOnlyTheColourTable)
     const CardImage &card = ws.Card(1);
     ASSERT_EQ(shown.format(), QImage::Format_Indexed8);
     EXPECT_EQ(shown.color(card.BackgroundIndex), qRgb(0, 0, 0)); // the background is always filled
-    window->Slider2->setValue(100); // below the red dye at 243
+    ctl<QSlider>("Slider2")->setValue(100); // below the red dye at 243
     const QImage &masked = window->KromeKotePicture();
     int dyeIndex = -1;
     for (size_t i = 1; i < card.ColourTable.size(); ++i)
@@ -228,13 +247,13 @@ TEST_F(WindowTest, SlidersNeverCrossAndMaskingChangesOnlyTheColourTable)
         }
     ASSERT_GE(dyeIndex, 0);
     EXPECT_EQ(masked.color(dyeIndex), qRgb(0, 0, 0));
-    window->BackColorOption[2]->click();
+    ctl<QRadioButton>("BackColorOption2")->click();
     EXPECT_EQ(window->KromeKotePicture().color(dyeIndex), qRgb(255, 255, 255));
-    window->HueInvertCheck->click(); // 0..100 excluded: the dye keeps its colour
+    ctl<QCheckBox>("HueInvertCheck")->click(); // 0..100 excluded: the dye keeps its colour
     const auto &own = card.ColourTable[static_cast<size_t>(dyeIndex)];
     EXPECT_EQ(window->KromeKotePicture().color(dyeIndex), qRgb(own[1], own[2], own[3]));
     EXPECT_EQ(window->KromeKotePicture().constBits(), pixels); // the pixels are never copied
-    window->MaskCheck->click();
+    ctl<QCheckBox>("MaskCheck")->click();
     EXPECT_EQ(window->KromeKotePicture().color(dyeIndex), qRgb(own[1], own[2], own[3]));
 }
 
@@ -272,8 +291,8 @@ TEST_F(WindowTest, EscapeDuringTheDecodeOfCardThreeInScanAll)
     QTimer watcher;
     watcher.setInterval(0);
     QObject::connect(&watcher, &QTimer::timeout, [&] {
-        if (escapes == 0 && ws.CurrentCard == 3 && window->ProgressBar1->isVisible()
-            && window->btnCancel->isEnabled()) {
+        if (escapes == 0 && ws.CurrentCard == 3 && ctl<QProgressBar>("ProgressBar1")->isVisible()
+            && ctl<QPushButton>("btnCancel")->isEnabled()) {
             ++escapes;
             QTest::keyClick(window.get(), Qt::Key_Escape);
         }
@@ -288,7 +307,7 @@ TEST_F(WindowTest, EscapeDuringTheDecodeOfCardThreeInScanAll)
     EXPECT_FALSE(ws.Card(3).PixelsReady);
     EXPECT_FALSE(ws.Card(3).Scanned);
     EXPECT_EQ(ws.CurrentCard, 3);
-    EXPECT_EQ(window->ImageStrip->currentIndex(), 2);
+    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->currentIndex(), 2);
     EXPECT_FALSE(QFile::exists(path("card03.scn")));
     auto stains = [](const auto &rows) {
         long n = 0;
@@ -298,8 +317,8 @@ TEST_F(WindowTest, EscapeDuringTheDecodeOfCardThreeInScanAll)
     };
     EXPECT_EQ(stains(ws.CompositeAll.Classes), stains(ws.Card(1).SizeTable) + stains(ws.Card(2).SizeTable));
     EXPECT_FALSE(ws.CancelRequested);
-    EXPECT_FALSE(window->btnCancel->isEnabled());
-    EXPECT_TRUE(window->btnChangeRes->isEnabled());
+    EXPECT_FALSE(ctl<QPushButton>("btnCancel")->isEnabled());
+    EXPECT_TRUE(ctl<QToolButton>("btnChangeRes")->isEnabled());
 
     // Escape at rest only reselects the card; nothing is left to cancel.
     QTest::keyClick(window.get(), Qt::Key_Escape);
@@ -316,13 +335,13 @@ TEST_F(WindowTest, CancelledRescanKeepsTheOldTable)
     const size_t rows = ws.Card(1).SizeTable.size();
     const double vmd = ws.Card(1).Stats.Vmd;
 
-    window->Slider2->setValue(10); // a range that would leave no stain
-    QTimer::singleShot(0, window->btnCancel, &QPushButton::click);
+    ctl<QSlider>("Slider2")->setValue(10); // a range that would leave no stain
+    QTimer::singleShot(0, ctl<QPushButton>("btnCancel"), &QPushButton::click);
     window->btnScan_Click();
     EXPECT_EQ(ws.Card(1).SizeTable.size(), rows);
     EXPECT_DOUBLE_EQ(ws.Card(1).Stats.Vmd, vmd);
     EXPECT_FALSE(ws.CancelRequested);
-    EXPECT_TRUE(window->btnChangeRes->isEnabled());
+    EXPECT_TRUE(ctl<QToolButton>("btnChangeRes")->isEnabled());
     EXPECT_TRUE(messages.isEmpty()); // no message marks a cancel
 }
 
@@ -331,13 +350,13 @@ TEST_F(WindowTest, CancelledRescanKeepsTheOldTable)
 TEST_F(WindowTest, CloseDuringAPassWaitsForItsEnd)
 {
     window->loadChosenFiles({path("card01.bmp")});
-    window->ProgressBar1->setVisible(true);
+    ctl<QProgressBar>("ProgressBar1")->setVisible(true);
     EXPECT_FALSE(window->close());
     EXPECT_TRUE(ws.CancelRequested);
     EXPECT_TRUE(window->isVisible());
     EXPECT_TRUE(store->GetSetting("Settings", "InitialDir", "").empty());
 
-    window->ProgressBar1->setVisible(false);
+    ctl<QProgressBar>("ProgressBar1")->setVisible(false);
     ws.CancelRequested = false; // as the command does after its pass
     for (int waited = 0; window->isVisible() && waited < 2000; waited += 20)
         QTest::qWait(20);
@@ -349,25 +368,25 @@ TEST_F(WindowTest, HistogramClicksSetTheEndsOfTheHueRange)
 {
     window->loadChosenFiles({path("card01.bmp")});
     window->btnScanColour_Click();
-    PictureBox *histogram = window->HistogramPic;
+    PictureBox *histogram = ctl<PictureBox>("HistogramPic");
     ASSERT_TRUE(histogram->isEnabled());
     // The scale runs from -1 across 256 units over 260 pixels, inside the frame.
     auto pixelOf = [&](double hue) { return static_cast<int>((hue + 1.0) * 260.0 / 256.0 + 0.5) + PictureBox::kFrame; };
 
     QTest::mouseClick(histogram, Qt::LeftButton, Qt::NoModifier, QPoint(pixelOf(100), 50));
-    EXPECT_EQ(window->Slider1->value(), 100);
+    EXPECT_EQ(ctl<QSlider>("Slider1")->value(), 100);
     QTest::mouseClick(histogram, Qt::RightButton, Qt::NoModifier, QPoint(pixelOf(60), 50));
-    EXPECT_EQ(window->Slider2->value(), 60); // the right button moves the high end
-    EXPECT_EQ(window->Slider1->value(), 59); // and the low end keeps below it
-    EXPECT_EQ(window->Label1->text(), "59");
+    EXPECT_EQ(ctl<QSlider>("Slider2")->value(), 60); // the right button moves the high end
+    EXPECT_EQ(ctl<QSlider>("Slider1")->value(), 59); // and the low end keeps below it
+    EXPECT_EQ(ctl<QLabel>("Label1")->text(), "59");
     EXPECT_EQ(ws.Slider1, 59);
     EXPECT_EQ(ws.Slider2, 60);
 
     // Left of the first column: the minimum. With Ctrl: nothing.
     QTest::mouseClick(histogram, Qt::LeftButton, Qt::NoModifier, QPoint(0, 50));
-    EXPECT_EQ(window->Slider1->value(), 0);
+    EXPECT_EQ(ctl<QSlider>("Slider1")->value(), 0);
     QTest::mouseClick(histogram, Qt::LeftButton, Qt::ControlModifier, QPoint(pixelOf(30), 50));
-    EXPECT_EQ(window->Slider1->value(), 0);
+    EXPECT_EQ(ctl<QSlider>("Slider1")->value(), 0);
 
     // The selected range is the white box; outside it the window colour.
     const QImage &image = histogram->image();
@@ -378,23 +397,27 @@ TEST_F(WindowTest, HistogramClicksSetTheEndsOfTheHueRange)
 TEST_F(WindowTest, RightButtonHeldShowsTheImageInformation)
 {
     loadCards(3);
-    QTest::mousePress(window->Picture1, Qt::RightButton, Qt::NoModifier, QPoint(40, 40));
+    QTest::mousePress(ctl<CardView>("Picture1"), Qt::RightButton, Qt::NoModifier, QPoint(40, 40));
     InfoForm *form = shownInfoForm();
     ASSERT_NE(form, nullptr);
     const auto *dpi = form->findChild<QLabel *>(QStringLiteral("ResLabel2"));
     ASSERT_NE(dpi, nullptr);
     EXPECT_EQ(dpi->text(), "600 d.p.i.");
-    QTest::mouseRelease(window->Picture1, Qt::RightButton, Qt::NoModifier, QPoint(40, 40));
+    const auto *caption = form->findChild<QLabel *>(QStringLiteral("Caption"));
+    ASSERT_NE(caption, nullptr);
+    EXPECT_TRUE(caption->isVisible());
+    EXPECT_EQ(caption->text(), "Image Information...");
+    QTest::mouseRelease(ctl<CardView>("Picture1"), Qt::RightButton, Qt::NoModifier, QPoint(40, 40));
     QApplication::processEvents();
     EXPECT_EQ(shownInfoForm(), nullptr);
 
     // The left button and a right button with Shift show nothing.
-    QTest::mousePress(window->Picture1, Qt::LeftButton, Qt::NoModifier, QPoint(40, 40));
+    QTest::mousePress(ctl<CardView>("Picture1"), Qt::LeftButton, Qt::NoModifier, QPoint(40, 40));
     EXPECT_EQ(shownInfoForm(), nullptr);
-    QTest::mouseRelease(window->Picture1, Qt::LeftButton, Qt::NoModifier, QPoint(40, 40));
-    QTest::mousePress(window->Picture1, Qt::RightButton, Qt::ShiftModifier, QPoint(40, 40));
+    QTest::mouseRelease(ctl<CardView>("Picture1"), Qt::LeftButton, Qt::NoModifier, QPoint(40, 40));
+    QTest::mousePress(ctl<CardView>("Picture1"), Qt::RightButton, Qt::ShiftModifier, QPoint(40, 40));
     EXPECT_EQ(shownInfoForm(), nullptr);
-    QTest::mouseRelease(window->Picture1, Qt::RightButton, Qt::ShiftModifier, QPoint(40, 40));
+    QTest::mouseRelease(ctl<CardView>("Picture1"), Qt::RightButton, Qt::ShiftModifier, QPoint(40, 40));
 }
 
 TEST_F(WindowTest, ScrollBarsPanOnePixelPerPixel)
@@ -402,24 +425,39 @@ TEST_F(WindowTest, ScrollBarsPanOnePixelPerPixel)
     window->loadChosenFiles({path("card02.bmp")}); // 239 by 481 pixels
     window->resize(1024, 700);
     QApplication::processEvents();
-    const QSize view = window->Picture1->size();
+    const QSize view = ctl<CardView>("Picture1")->size();
     ASSERT_LT(view.height(), 481);
     ASSERT_GT(view.width(), 239);
-    EXPECT_FALSE(window->HScroll1->isEnabled());
-    EXPECT_EQ(window->HScroll1->value(), 0);
-    EXPECT_TRUE(window->VScroll1->isEnabled());
+    EXPECT_FALSE(ctl<QScrollBar>("HScroll1")->isEnabled());
+    EXPECT_EQ(ctl<QScrollBar>("HScroll1")->value(), 0);
+    EXPECT_TRUE(ctl<QScrollBar>("VScroll1")->isEnabled());
     const int maximum = 481 - view.height();
-    EXPECT_EQ(window->VScroll1->maximum(), maximum);
-    EXPECT_EQ(window->VScroll1->pageStep(), qRound(maximum / 4.0));
-    window->VScroll1->setValue(7);
-    EXPECT_EQ(window->Picture1->pan(), QPoint(0, 7));
+    EXPECT_EQ(ctl<QScrollBar>("VScroll1")->maximum(), maximum);
+    EXPECT_EQ(ctl<QScrollBar>("VScroll1")->pageStep(), qRound(maximum / 4.0));
+    ctl<QScrollBar>("VScroll1")->setValue(7);
+    EXPECT_EQ(ctl<CardView>("Picture1")->pan(), QPoint(0, 7));
+
+    // The wheel pans a large card: down, Shift sideways, a sideways wheel likewise.
+    ASSERT_TRUE(QFile::copy(QStringLiteral(VELMARA_SOURCE_DIR "/samples/sheet/sheet3x3.gif"), path("sheet.gif")));
+    window->loadChosenFiles({path("sheet.gif")});
+    const struct { QPoint delta; Qt::KeyboardModifiers mods; QPoint pan; } wheels[] = {
+        {{0, -120}, Qt::NoModifier, {0, 48}}, {{0, -240}, Qt::ShiftModifier, {96, 48}},
+        {{120, 0}, Qt::NoModifier, {48, 48}}, {{0, 240}, Qt::NoModifier, {48, 0}}};
+    for (const auto &w : wheels) {
+        const QPointF at(50, 50);
+        QWheelEvent wheel(at, ctl<CardView>("Picture1")->mapToGlobal(at), QPoint(), w.delta, Qt::NoButton, w.mods,
+                          Qt::NoScrollPhase, false);
+        QApplication::sendEvent(ctl<CardView>("Picture1"), &wheel);
+        EXPECT_EQ(ctl<CardView>("Picture1")->pan(), w.pan) << w.delta.x() << "," << w.delta.y();
+    }
+    window->loadChosenFiles({path("card02.bmp")});
 
     // A picture that fits: no bar.
     window->resize(1024, 1000);
     QApplication::processEvents();
-    ASSERT_GE(window->Picture1->height(), 481);
-    EXPECT_FALSE(window->VScroll1->isEnabled());
-    EXPECT_EQ(window->Picture1->pan(), QPoint(0, 0));
+    ASSERT_GE(ctl<CardView>("Picture1")->height(), 481);
+    EXPECT_FALSE(ctl<QScrollBar>("VScroll1")->isEnabled());
+    EXPECT_EQ(ctl<CardView>("Picture1")->pan(), QPoint(0, 0));
 }
 
 // With the spray record asked for, declining it ends the scan command before anything moves;
@@ -444,8 +482,8 @@ TEST_F(WindowTest, DeclinedSprayRecordLeavesEverythingAsItWas)
     EXPECT_EQ(ws.ScannedCount(), 0);
     EXPECT_FALSE(ws.Card(2).PixelsReady);
     EXPECT_EQ(ws.CurrentCard, 1);
-    EXPECT_TRUE(window->btnChangeRes->isEnabled());
-    EXPECT_FALSE(window->ResultFrame->isVisibleTo(window.get()));
+    EXPECT_TRUE(ctl<QToolButton>("btnChangeRes")->isEnabled());
+    EXPECT_FALSE(ctl<QGroupBox>("ResultFrame")->isVisibleTo(window.get()));
 
     QTimer::singleShot(0, decline);
     window->btnScan_Click();
@@ -465,7 +503,7 @@ TEST_F(WindowTest, DeclinedSprayRecordLeavesEverythingAsItWas)
 // card to show is still the last name chosen, and when it wasn't reached the current card stays.
 TEST_F(WindowTest, CancelBetweenTheFilesOfOneChoice)
 {
-    QTimer::singleShot(0, window->btnCancel, &QPushButton::click);
+    QTimer::singleShot(0, ctl<QPushButton>("btnCancel"), &QPushButton::click);
     window->loadChosenFiles({path("card03.bmp"), path("card02.bmp"), path("card01.bmp")});
     ASSERT_EQ(ws.CardCount(), 1);
     EXPECT_EQ(ws.Card(1).FileName, "card01.bmp");
@@ -473,6 +511,140 @@ TEST_F(WindowTest, CancelBetweenTheFilesOfOneChoice)
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp -- 600 dpi");
     EXPECT_FALSE(ws.CancelRequested);
     EXPECT_EQ(ws.InitialDir, dir.path().toStdString() + "/");
+}
+
+// The tab strip stays live during a pass. A card clicked meanwhile that is not Scanned (Loaded,
+// or Decoded only) shows no results when the pass ends, whether the button or Ctrl+S started it.
+// Meanwhile the busy cursor shows and the commands that would do nothing look disabled.
+TEST_F(WindowTest, CardClickedDuringAStainCountShowsNoResultsUnlessScanned)
+{
+    const struct { bool byKey, decodeAll; } cases[] = {{false, false}, {true, false}, {false, true}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(testing::Message() << "key " << c.byKey << " decodeAll " << c.decodeAll);
+        key(Qt::Key_Delete, Qt::ControlModifier);
+        loadThree();
+        key(c.decodeAll ? Qt::Key_A : Qt::Key_S, Qt::ControlModifier); // card 3 shown: decodes
+        ASSERT_TRUE(ws.Card(3).PixelsReady);
+        bool clicked = false;
+        QList<bool> busy; // busy cursor, Load, All, Cancel: the commands that would do nothing look idle
+        QTimer watcher;
+        QObject::connect(&watcher, &QTimer::timeout, [&] {
+            if (!clicked && ctl<QProgressBar>("ProgressBar1")->isVisible()) {
+                clicked = true;
+                const QCursor *cursor = QApplication::overrideCursor();
+                busy = {cursor && cursor->shape() == Qt::WaitCursor, ctl<QPushButton>("btnLoad")->isEnabled(),
+                        ctl<QPushButton>("btnScanAll")->isEnabled(), ctl<QPushButton>("btnCancel")->isEnabled()};
+                QTabBar *strip = ctl<QTabBar>("ImageStrip");
+                QTest::mouseClick(strip, Qt::LeftButton, {}, strip->tabRect(0).center());
+            }
+        });
+        watcher.start(0);
+        if (c.byKey)
+            key(Qt::Key_S, Qt::ControlModifier);
+        else
+            QTest::mouseClick(ctl<QPushButton>("btnScan"), Qt::LeftButton);
+        watcher.stop();
+        ASSERT_TRUE(clicked);
+        EXPECT_EQ(busy, (QList<bool>{true, false, false, true}));
+        EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+        EXPECT_TRUE(ctl<QPushButton>("btnLoad")->isEnabled());
+        EXPECT_TRUE(ws.Card(3).Scanned);
+        EXPECT_EQ(ws.CurrentCard, 1);
+        EXPECT_TRUE(window->windowTitle().contains("card01.bmp"));
+        EXPECT_FALSE(ctl<QGroupBox>("ResultFrame")->isVisible());
+    }
+}
+
+TEST_F(WindowTest, HueLabelsAlwaysReadTheSliders)
+{
+    window->loadChosenFiles({path("card01.bmp")});
+    key(Qt::Key_S, Qt::ControlModifier);
+    for (QSlider *slider : {ctl<QSlider>("Slider1"), ctl<QSlider>("Slider2")}) {
+        slider->setFocus();
+        QTest::keyClick(slider, slider == ctl<QSlider>("Slider1") ? Qt::Key_PageUp : Qt::Key_PageDown);
+        QApplication::processEvents();
+    }
+    ASSERT_EQ(ctl<QSlider>("Slider1")->value(), 16);
+    ASSERT_EQ(ctl<QSlider>("Slider2")->value(), 239);
+    window->loadChosenFiles({path("card02.bmp")}); // the sliders keep their values across a load
+    EXPECT_EQ(ctl<QLabel>("Label1")->text(), "16");
+    EXPECT_EQ(ctl<QLabel>("Label2")->text(), "239");
+}
+
+// A step that throws inside a command is told in a box, and the window is back at rest: no bar,
+// no busy cursor, Cancel idle, the commands live again. The failing step is the background
+// question of card00, whose sample is all colour 1.
+TEST_F(WindowTest, AFailingStepIsToldAndTheWindowComesBackToRest)
+{
+    ASSERT_TRUE(cardgen::WriteCard(cardgen::IndexedImage(60, 60, {{0, 0, 0}, cardgen::kWhite}, 1),
+                                   path("card00.bmp").toStdString()));
+    window->loadChosenFiles({path("card00.bmp"), path("card01.bmp"), path("card02.bmp")});
+    auto answer = [&](bool fail) {
+        window->setQuestionHook([fail](int, int, Byte, Byte) {
+            if (fail)
+                throw Failure(kOverflow);
+            return Answer::Yes;
+        });
+    };
+    const std::function<void()> starts[] = {
+        [&] {
+            QTest::mouseClick(ctl<QTabBar>("ImageStrip"), Qt::LeftButton, {}, ctl<QTabBar>("ImageStrip")->tabRect(0).center());
+            QTest::mouseClick(ctl<QPushButton>("btnScanColour"), Qt::LeftButton);
+        },
+        [&] { key(Qt::Key_A, Qt::ControlModifier); },
+        [&] {
+            window->selectCard(2);
+            key(Qt::Key_S, Qt::ControlModifier); // card01 decoded: the scan of all starts at card00
+            QTest::mouseClick(ctl<QPushButton>("btnScanAll"), Qt::LeftButton);
+        }};
+    for (size_t i = 0; i < std::size(starts); ++i) {
+        SCOPED_TRACE(i);
+        answer(true);
+        messages.clear();
+        starts[i]();
+        EXPECT_EQ(messages, QStringList{"Error: Overflow"});
+        EXPECT_FALSE(ctl<QProgressBar>("ProgressBar1")->isVisible());
+        EXPECT_FALSE(ctl<QPushButton>("btnCancel")->isEnabled());
+        EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+        EXPECT_TRUE(ctl<QPushButton>("btnLoad")->isEnabled());
+        EXPECT_TRUE(ctl<QToolButton>("btnChangeRes")->isEnabled());
+        EXPECT_FALSE(ws.Card(1).PixelsReady);
+    }
+    // With a spread factor of 0 no drop has volume: one notice for the whole command.
+    answer(false);
+    ws.SpreadFactor = {0.0, 0.0, 0.0};
+    key(Qt::Key_A, Qt::ControlModifier); // card00 decodes now
+    messages.clear();
+    key(Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(ws.ScannedCount(), 3);
+    EXPECT_EQ(messages.count(QString::fromLatin1(kZeroVolumeNotice)), 1);
+}
+
+// Everything stays on an 800 by 600 screen: nothing is cut by the window's edge.
+TEST_F(WindowTest, FitsAnEightHundredBySixHundredScreen)
+{
+    window = std::make_unique<MainWindow>(ws, *store, 600);
+    window->setMessageHook([this](const QString &text) { messages << text; });
+    window->setQuestionHook([](int, int, Byte, Byte) { return Answer::Yes; });
+    window->show();
+    window->resize(800, 570); // the height a task bar leaves
+    loadThree();
+    key(Qt::Key_A, Qt::ControlModifier);
+    key(Qt::Key_A, Qt::ControlModifier);
+    QApplication::processEvents();
+    EXPECT_LE(window->width(), 800);
+    EXPECT_LE(window->height(), 570);
+    const QRect inside = window->rect();
+    for (QWidget *w : std::initializer_list<QWidget *>{
+             ctl<QScrollBar>("VScroll1"), ctl<QScrollBar>("HScroll1"), ctl<QToolButton>("btnChangeRes"), ctl<QTabBar>("ImageStrip"), ctl<QSlider>("Slider2"),
+             ctl<QLabel>("Label2"), ctl<QCheckBox>("HueInvertCheck"), ctl<QPushButton>("btnCancel"), ctl<QToolButton>("btnPrefs"), ctl<QGroupBox>("MaskFrame"),
+             ctl<PictureBox>("ResultPic"), ctl<QLabel>("ResultLabelX2"), ctl<QLabel>("VMDLabel"), ctl<QLabel>("DropLabel"), ctl<QLabel>("VolumeLabel"),
+             ctl<QRadioButton>("GraphOption3"), ctl<QCheckBox>("CompositeCheck")}) {
+        EXPECT_TRUE(w->isVisible()) << w->metaObject()->className();
+        const QRect r(w->mapTo(window.get(), QPoint(0, 0)), w->size());
+        EXPECT_TRUE(inside.contains(r)) << w->metaObject()->className() << " " << r.x() << "," << r.y() << " "
+                                        << r.width() << "x" << r.height();
+    }
 }
 
 TEST(Startup, HueColoursAndScreenCheck)

@@ -38,10 +38,10 @@ TEST_F(GraphFrameTest, HueZeroBarAndSizeGraphEdgesShowThroughTheFrame)
     spec.discs = {{60, 60, 20, 1}, {170, 150, 35, 1}, {60, 190, 8, 1}};
     ASSERT_TRUE(cardgen::WriteBmp(cardgen::MakeCard(spec), path("red.bmp").toStdString()));
     window->loadChosenFiles({path("red.bmp")});
-    QTest::mouseClick(window->btnScanColour, Qt::LeftButton);
+    QTest::mouseClick(ctl<QPushButton>("btnScanColour"), Qt::LeftButton);
     ASSERT_TRUE(WaitFor([&] { return ws.Card(1).PixelsReady; }));
 
-    PictureBox *histogram = window->HistogramPic;
+    PictureBox *histogram = ctl<PictureBox>("HistogramPic");
     ExpectDrawingUncovered(histogram);
     const QImage shown = histogram->grab().toImage();
     const QRgb bar = qRgb(255, 0, 0);
@@ -50,7 +50,7 @@ TEST_F(GraphFrameTest, HueZeroBarAndSizeGraphEdgesShowThroughTheFrame)
         redInFirstColumn += (shown.pixel(PictureBox::kFrame, y) & 0xffffff) == (bar & 0xffffff);
     EXPECT_GT(redInFirstColumn, 50) << "the hue-0 bar is hidden";
 
-    QTest::mouseClick(window->btnScan, Qt::LeftButton);
+    QTest::mouseClick(ctl<QPushButton>("btnScan"), Qt::LeftButton);
     ASSERT_TRUE(WaitFor([&] { return ws.Card(1).Scanned; }));
-    ExpectDrawingUncovered(window->ResultPic);
+    ExpectDrawingUncovered(ctl<PictureBox>("ResultPic"));
 }

@@ -208,8 +208,8 @@ TEST_F(WindowFixture, PreviewWithoutPrintersDrawsThePagesAndSavesAsPdf)
     decodeAndScan({1, 2, 3});
     ws.Spray.Sample_Position1 = "-50";
     ws.Spray.Sample_Interval = "10";
-    window->CompositeCheck->click();
-    QTest::mouseClick(window->btnPrint, Qt::LeftButton);
+    ctl<QCheckBox>("CompositeCheck")->click();
+    QTest::mouseClick(ctl<QToolButton>("btnPrint"), Qt::LeftButton);
 
     EXPECT_EQ(seen, QStringList{QString::fromLatin1(kSaveAsPdfEntry)});
     ASSERT_EQ(chooser.requests.size(), 2u);

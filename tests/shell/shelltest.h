@@ -53,6 +53,15 @@ inline bool WriteFile(const QString &path, const QByteArray &bytes)
     return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
 }
 
+// A control of the main window by its name, as the window names it (its object name).
+template <typename T>
+T *Control(const QWidget &window, const char *name)
+{
+    T *found = window.findChild<T *>(QLatin1String(name));
+    EXPECT_NE(found, nullptr) << name;
+    return found;
+}
+
 class WindowFixture : public ::testing::Test
 {
 protected:
@@ -93,12 +102,17 @@ protected:
             window->btnScan_Click();
         }
     }
+    template <typename T>
+    T *ctl(const char *name) const
+    {
+        return Control<T>(*window, name);
+    }
     void key(int k, Qt::KeyboardModifiers m = Qt::NoModifier) { QTest::keyClick(window.get(), Qt::Key(k), m); }
     QStringList tabs() const
     {
         QStringList t;
-        for (int i = 0; i < window->ImageStrip->count(); ++i)
-            t << window->ImageStrip->tabText(i);
+        for (int i = 0; i < ctl<QTabBar>("ImageStrip")->count(); ++i)
+            t << ctl<QTabBar>("ImageStrip")->tabText(i);
         return t;
     }
 

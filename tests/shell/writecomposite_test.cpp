@@ -59,7 +59,7 @@ protected:
         decodeAndScan({1, 3});
         ws.Spray.Sample_Position1 = "-50";
         ws.Spray.Sample_Interval = "10";
-        window->CompositeCheck->click();
+        ctl<QCheckBox>("CompositeCheck")->click();
         ASSERT_TRUE(window->compositeView()->isOn());
     }
 
@@ -78,7 +78,7 @@ TEST_F(WriteCompositeTest, NoLeavesTheCardOutAndYesScansItInPlace)
 {
     yes = false;
     choose(QStringLiteral("line.csv"), 2);
-    window->btnWriteComposite->click();
+    ctl<QToolButton>("btnWriteComposite")->click();
     EXPECT_FALSE(ws.Card(2).Scanned);
     const QByteArray csv = ReadAll(out(QStringLiteral("line.csv")));
     EXPECT_FALSE(csv.contains("card02.bmp"));
@@ -88,13 +88,13 @@ TEST_F(WriteCompositeTest, NoLeavesTheCardOutAndYesScansItInPlace)
     ws.SwathSets[1].Width = 1; // a width chosen in the view
     const QImage before = window->compositeView()->picture().copy();
     choose(QStringLiteral("line.txt"), 1);
-    window->btnWriteComposite->click();
+    ctl<QToolButton>("btnWriteComposite")->click();
     const QString question = "The following file has not been scanned:\r\rcard02.bmp\r\rWould you like to scan this file?";
     EXPECT_EQ(asked, QStringList({question, question}));
     ASSERT_TRUE(ws.Card(2).Scanned);
     // The view stayed, and now tells the same line as the file.
     EXPECT_TRUE(window->compositeView()->isOn());
-    EXPECT_EQ(window->ImageStrip->count(), 2);
+    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->count(), 2);
     EXPECT_GT(ws.LineStats[2].Vmd, 0);
     EXPECT_EQ(ws.SwathSets[1].Width, 1);
     EXPECT_NE(window->compositeView()->picture(), before);
@@ -105,7 +105,7 @@ TEST_F(WriteCompositeTest, NoLeavesTheCardOutAndYesScansItInPlace)
 
 TEST_F(WriteCompositeTest, CancelsWriteNothingAndTheFilterChoosesTheForm)
 {
-    window->btnWriteComposite->click(); // the save dialog cancelled
+    ctl<QToolButton>("btnWriteComposite")->click(); // the save dialog cancelled
     EXPECT_EQ(sprayShown, 0);
     ASSERT_EQ(chooser.requests.size(), 1u);
     const FileChooser::Request &r = chooser.requests.front();
@@ -115,7 +115,7 @@ TEST_F(WriteCompositeTest, CancelsWriteNothingAndTheFilterChoosesTheForm)
     EXPECT_EQ(r.StartFolder, QDir::currentPath());
     sprayAnswer = false;
     choose(QStringLiteral("line.txt"), 1);
-    window->btnWriteComposite->click(); // the spray dialog cancelled
+    ctl<QToolButton>("btnWriteComposite")->click(); // the spray dialog cancelled
     EXPECT_TRUE(asked.isEmpty());
     EXPECT_FALSE(QFile::exists(out(QStringLiteral("line.txt"))));
 
@@ -125,7 +125,7 @@ TEST_F(WriteCompositeTest, CancelsWriteNothingAndTheFilterChoosesTheForm)
     choose(QStringLiteral("plain"), 2);
     choose(QStringLiteral("columns"), 1);
     for (int i = 0; i < 3; ++i)
-        window->btnWriteComposite->click();
+        ctl<QToolButton>("btnWriteComposite")->click();
     EXPECT_TRUE(ReadAll(out(QStringLiteral("named.txt"))).contains("Card,Position,VMD"));
     EXPECT_TRUE(ReadAll(out(QStringLiteral("plain.txt"))).contains("Card,Position,VMD"));
     const QByteArray text = ReadAll(out(QStringLiteral("columns.txt")));
@@ -134,7 +134,7 @@ TEST_F(WriteCompositeTest, CancelsWriteNothingAndTheFilterChoosesTheForm)
     // Replacing is asked for the name with its extension; No goes back to the dialog.
     chooser.replace = false;
     choose(QStringLiteral("plain"), 2);
-    window->btnWriteComposite->click();
+    ctl<QToolButton>("btnWriteComposite")->click();
     EXPECT_EQ(chooser.replaceAsked, std::vector<QString>{out(QStringLiteral("plain.txt"))});
     EXPECT_EQ(chooser.requests.back().ProposedName, out(QStringLiteral("plain.txt")));
     EXPECT_EQ(chooser.requests.back().FilterIndex, 2);
@@ -145,14 +145,14 @@ TEST_F(WriteCompositeTest, FailureBoxAndAMissingLine)
     yes = false;
     ws.Spray.Sample_Interval = "0";
     choose(QStringLiteral("zero.txt"), 1);
-    window->btnWriteComposite->click();
+    ctl<QToolButton>("btnWriteComposite")->click();
     EXPECT_EQ(messages, QStringList{"There was an error writing the data file.\r\rError: Division by zero"});
 
     // The position dialog comes up; its Cancel ends the command quietly.
     messages.clear();
     ws.Spray.Sample_Interval.clear();
     choose(QStringLiteral("none.txt"), 1);
-    window->btnWriteComposite->click();
+    ctl<QToolButton>("btnWriteComposite")->click();
     EXPECT_EQ(positionsShown, 1);
     EXPECT_TRUE(messages.isEmpty());
     EXPECT_FALSE(QFile::exists(out(QStringLiteral("none.txt"))));

@@ -112,7 +112,7 @@ bool SaveCompositeShots(const QDir &out, int width, int height)
                     ok &= saveWidget(*form, out, "c2-equal-positions-dialog");
                     acceptPositions(form, QStringLiteral("-40"), QStringLiteral("10"));
                 }},
-               [&] { window.CompositeCheck->click(); });
+               [&] { window.findChild<QCheckBox *>("CompositeCheck")->click(); });
     window.setMessageHook([](const QString &text) { std::printf("message: %s\n", qPrintable(text)); });
     ok &= saveWidget(window, out, "c3-line-chart");
 
@@ -123,17 +123,17 @@ bool SaveCompositeShots(const QDir &out, int width, int height)
     ok &= saveWidget(window, out, "c5-callouts-left");
     moveOver(view->surface());
 
-    PictureBox *graph = window.ResultPic;
+    PictureBox *graph = window.findChild<PictureBox *>("ResultPic");
     QTest::mouseClick(graph, Qt::LeftButton, Qt::NoModifier, QPoint(60, 30));
     QTest::mouseClick(graph, Qt::RightButton, Qt::NoModifier, QPoint(150, 30));
     ok &= saveWidget(window, out, "c6-line-chart-range");
 
-    window.ImageStrip->setCurrentIndex(1);
+    window.findChild<QTabBar *>("ImageStrip")->setCurrentIndex(1);
     ok &= saveWidget(window, out, "c7-swath-deposit");
     QTest::keyClick(&window, Qt::Key_3, Qt::ControlModifier);
     ok &= saveWidget(window, out, "c8-swath-density");
     QTest::keyClick(&window, Qt::Key_1, Qt::ControlModifier);
-    window.CompositeCheck->click();
+    window.findChild<QCheckBox *>("CompositeCheck")->click();
     ok &= saveWidget(window, out, "c9-left-view");
 
     // A line of 1000 cards, made in memory: a few cards without stains, one not scanned.
@@ -175,10 +175,10 @@ bool SaveCompositeShots(const QDir &out, int width, int height)
     big.Spray.Sample_Interval = "1";
     big.MaxDiameterAll = big.ComputeMaxDiameterAll();
     CalcCompositeAll(big);
-    bigWindow.CompositeCheck->setVisible(true);
-    bigWindow.CompositeCheck->click();
+    bigWindow.findChild<QCheckBox *>("CompositeCheck")->setVisible(true);
+    bigWindow.findChild<QCheckBox *>("CompositeCheck")->click();
     ok &= saveWidget(bigWindow, out, "c10-line-1000-cards");
-    bigWindow.ImageStrip->setCurrentIndex(1);
+    bigWindow.findChild<QTabBar *>("ImageStrip")->setCurrentIndex(1);
     ok &= saveWidget(bigWindow, out, "c11-swath-1000-cards");
     return ok;
 }

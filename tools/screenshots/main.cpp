@@ -74,17 +74,29 @@ int main(int argc, char **argv)
     ok &= save(window, out, "2-loaded");
 
     window.btnScanColour_Click();
-    window.Slider1->setValue(200);
+    window.findChild<QSlider *>("Slider1")->setValue(200);
     ok &= save(window, out, "3-decoded");
 
-    window.MaskCheck->click();
+    window.findChild<QCheckBox *>("MaskCheck")->click();
     ok &= save(window, out, "4-masked");
-    window.MaskCheck->click();
+    window.findChild<QCheckBox *>("MaskCheck")->click();
 
     window.btnScanAll_Click();
     ok &= save(window, out, "5-scanned");
 
-    PictureBox *graph = window.ResultPic;
+    // The image information popup, held open by the right button on the card.
+    auto *card = window.findChild<QWidget *>("Picture1");
+    QTest::mousePress(card, Qt::RightButton, Qt::NoModifier, QPoint(60, 60));
+    QApplication::processEvents();
+    for (QWidget *w : QApplication::topLevelWidgets())
+        if (w->isVisible() && w->inherits("velmara::InfoForm")) {
+            const bool shot = w->grab().save(out.filePath(QStringLiteral("5b-image-information.png")));
+            std::printf("%s 5b-image-information\n", shot ? "wrote" : "FAILED");
+            ok &= shot;
+        }
+    QTest::mouseRelease(card, Qt::RightButton, Qt::NoModifier, QPoint(60, 60));
+
+    PictureBox *graph = window.findChild<PictureBox *>("ResultPic");
     QTest::mousePress(graph, Qt::LeftButton, Qt::NoModifier, QPoint(40, 30));
     QMouseEvent move(QEvent::MouseMove, QPointF(60, 30), graph->mapToGlobal(QPointF(60, 30)), Qt::NoButton,
                      Qt::LeftButton, Qt::NoModifier);
