@@ -135,12 +135,14 @@ void BuildOverlapProfile(Workspace &ws, int setIndex)
 
 Single RateFactorForWidth(const Workspace &ws, Long w)
 {
-    // The swath is free to stay empty or unfinished ("."): only a usable width scales the rate.
-    const std::optional<Single> swath = TryTextToSingle(ws.Spray.AC_Swath);
-    if (!swath || !(*swath > 0) || !std::isfinite(*swath))
+    const std::string &swathText = ws.Spray.AC_Swath;
+    if (swathText.empty())
+        return 1;
+    const Single swath = TextToSingle(swathText);
+    if (!(swath > 0))
         return 1;
     const Single interval = TextToSingle(ws.Spray.Sample_Interval);
-    return ToSingle(static_cast<double>(interval) * w / *swath);
+    return ToSingle(static_cast<double>(interval) * w / swath);
 }
 
 Single SwathRateFactor(const Workspace &ws, int setIndex)

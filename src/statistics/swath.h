@@ -39,8 +39,9 @@ Single SampleStdDev(const std::vector<Single> &values);
 void BuildOverlapProfile(Workspace &ws, int setIndex);
 
 // Scale factor of a width of w card intervals against the swath the aircraft flew: 1 when AC_Swath
-// is empty, no number or not above 0, else Sample_Interval times w / AC_Swath, as a Single.
-// Throws Failure(kTypeMismatch) when, where used, Sample_Interval is not a number.
+// is empty or not above 0, else Sample_Interval times w / AC_Swath, as a Single.
+// Throws Failure(kTypeMismatch) when AC_Swath (not empty) or, where used, Sample_Interval is not a
+// number.
 Single RateFactorForWidth(const Workspace &ws, Long w);
 
 // RateFactorForWidth at the set's Width.

