@@ -41,7 +41,6 @@ TEST(TextToSingle, RefusesWhatIsNotANumber)
     }
     for (const char *text : {"1e40", "1234567890123456789012345678901234567890"})
         EXPECT_EQ(FailureText([&] { TextToSingle(text); }), kOverflow) << text;
-    EXPECT_FALSE(TryTextToDouble("1e400").has_value());
     EXPECT_EQ(TryTextToDouble("1234567890123456789012345678901234567890"), 1.2345678901234568e39);
 }
 
