@@ -9,9 +9,8 @@
 #include <QRect>
 #include <QString>
 
-#include <string>
-
 #include <functional>
+#include <string>
 
 class QLineEdit;
 class QWidget;
@@ -30,7 +29,7 @@ std::string ReadNumber(const QString &text, QChar point);
 // point key and the separator key both bring in `point`. Delete, the arrows and Enter/Esc/Tab
 // pass in every box. maxTyped limits the characters that typing or pasting may bring the text to
 // (0: none); it is kept here rather than by the line edit, so that neither a text set by the
-// program (a stored comment) nor toggling the sign is ever cut. Text dropped with the mouse still
+// program (a stored comment) nor toggling the sign is ever cut. Text pasted with the mouse still
 // reaches the box: the leave rules deal with it.
 class NumericBoxFilter : public QObject
 {
