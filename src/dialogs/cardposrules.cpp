@@ -2,6 +2,7 @@
 
 #include "core/numberform.h"
 #include "dialogs/numbertext.h"
+#include "statistics/line.h"
 
 namespace velmara {
 
@@ -55,6 +56,13 @@ void CardPosRules::Open()
 
     FirstPosition = startValue(mWs.Spray.Sample_Position1, mSettings, "Sample_Position1", "-50");
     Spacing = startValue(mWs.Spray.Sample_Interval, mSettings, "Sample_Interval", "10");
+    // A store edited by hand must not bring a line that Accept could not stand by.
+    if (!(Spacing > 0))
+        Spacing = 10;
+    if (!SamplingLineUsable(FirstPosition, Spacing)) {
+        FirstPosition = -50;
+        Spacing = 10;
+    }
     txtInput[1] = FormatNumber(FirstPosition, "0.0");
     txtInput[2] = FormatNumber(Spacing, "0.0");
     // The grid shows at once the line that Accept would store, not the old positions.
@@ -81,7 +89,9 @@ void CardPosRules::ValidatePositionInput(int n)
     }
     text = FormatIfNumeric(text, "0.0");
     const auto value = TextAsSingle(text);
-    if (value && (n == 1 || *value > 0)) {
+    const bool usable = value && (n == 1 || *value > 0)
+        && SamplingLineUsable(n == 1 ? *value : FirstPosition, n == 2 ? *value : Spacing);
+    if (usable) {
         stored = *value;
         PositionFormat = PositionFormatOf(txtInput[1], txtInput[2]);
         RefreshPositions();

@@ -2,6 +2,7 @@
 
 #include "core/numberform.h"
 #include "dialogs/numbertext.h"
+#include "statistics/line.h"
 
 namespace velmara {
 
@@ -128,13 +129,13 @@ std::optional<SprayProblem> SprayInfoRules::ValidateSprayInfo() const
             return SprayProblem{kBadSpread, static_cast<SprayFocus>(i)};
     const std::string &position = Box[static_cast<size_t>(SprayField::Sample_Position1)];
     const std::string &interval = Box[static_cast<size_t>(SprayField::Sample_Interval)];
-    if (!TextIsNumeric(position))
+    // The line is read as the analysis reads it, as Singles: a number beyond that range, or a line
+    // that the analysis could not lay out, is refused here rather than failing at the scan.
+    const auto first = TextAsSingle(position);
+    if (!first)
         return SprayProblem{kBadPosition, SprayFocus::SampleInput1};
-    if (!TextIsNumeric(interval))
-        return SprayProblem{kBadInterval, SprayFocus::SampleInput2};
-    // A separation beyond the Single range cannot be used either, so it fails as a zero does.
     const auto spacing = TextAsSingle(interval);
-    if (!spacing || *spacing == 0.0f)
+    if (!spacing || !SamplingLineUsable(*first, *spacing))
         return SprayProblem{kBadInterval, SprayFocus::SampleInput2};
     return std::nullopt;
 }

@@ -20,7 +20,7 @@
 namespace velmara {
 
 frmCardPos::frmCardPos(Workspace &ws, SettingsAccess &settings, CardPosMode mode, QWidget *parent)
-    : QDialog(parent), mRules(ws, settings), mMode(mode)
+    : QDialog(parent), mRules(ws, settings), mMode(mode), mPoint(LocalePoint())
 {
     setWindowTitle(QStringLiteral("Card Positions"));
     mRules.Open();
@@ -64,7 +64,7 @@ frmCardPos::frmCardPos(Workspace &ws, SettingsAccess &settings, CardPosMode mode
         txtInput[n] = new QLineEdit;
         txtInput[n]->setObjectName(QStringLiteral("txtInput%1").arg(n));
         txtInput[n]->setMaximumWidth(fm.horizontalAdvance(QStringLiteral("-00000.0")) + 12);
-        SetUpEntryBox(txtInput[n], n == 1 ? EntryKind::SignedDecimal : EntryKind::Decimal);
+        SetUpEntryBox(txtInput[n], n == 1 ? EntryKind::SignedDecimal : EntryKind::Decimal, 0, mPoint);
         auto *label = new QLabel(QString::fromLatin1(captions[n]));
         label->setBuddy(txtInput[n]);
         lblUnits[n] = new QLabel(QString::fromStdString(mRules.UnitsLabel));
@@ -125,18 +125,18 @@ void frmCardPos::RemoveMenus()
 void frmCardPos::pull()
 {
     for (int n = 1; n <= 2; ++n)
-        mRules.txtInput[n] = txtInput[n]->text().toStdString();
+        mRules.txtInput[n] = ReadNumber(txtInput[n]->text(), mPoint);
 }
 
 void frmCardPos::push()
 {
     for (int n = 1; n <= 2; ++n) {
-        const QString text = QString::fromStdString(mRules.txtInput[n]);
+        const QString text = ShownNumber(mRules.txtInput[n], mPoint);
         if (txtInput[n]->text() != text)
             txtInput[n]->setText(text);
     }
     for (int r = 0; r < static_cast<int>(mRules.Rows.size()); ++r)
-        PositionList->item(r, 1)->setText(QString::fromStdString(mRules.Rows[static_cast<size_t>(r)].Position));
+        PositionList->item(r, 1)->setText(ShownNumber(mRules.Rows[static_cast<size_t>(r)].Position, mPoint));
 }
 
 void frmCardPos::reject()

@@ -42,6 +42,7 @@ private:
 
     CardPosRules mRules;
     CardPosMode mMode;
+    QChar mPoint; // decimal separator of the numbers shown; the rules keep the point
     bool mFrameClose = false; // the frame's close command is the way being taken out
 
     QTableWidget *PositionList = nullptr;

@@ -97,15 +97,17 @@ ColourQuestionForm::ColourQuestionForm(Kind kind, const CardImage &card, const Q
     yes->setObjectName(QStringLiteral("btnYes"));
     no->setObjectName(QStringLiteral("btnNo"));
     all->setObjectName(QStringLiteral("btnYesToAll"));
+    // No button is the default nor takes the focus: Enter or Space must never answer for the
+    // user, and no focus frame should suggest an answer. The letters and the mouse answer.
     for (QPushButton *b : {yes, no, all}) {
         b->setAutoDefault(false);
+        b->setFocusPolicy(Qt::NoFocus);
         buttons->addWidget(b);
     }
     layout->addLayout(buttons);
     connect(yes, &QPushButton::clicked, this, &ColourQuestionForm::answerYes);
     connect(no, &QPushButton::clicked, this, &ColourQuestionForm::answerNo);
     connect(all, &QPushButton::clicked, this, &ColourQuestionForm::answerYesToAll);
-    yes->setFocus();
 }
 
 void ColourQuestionForm::answerYes()

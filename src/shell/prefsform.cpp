@@ -22,15 +22,15 @@ namespace velmara {
 namespace {
 QString qs(const std::string &text) { return QString::fromStdString(text); }
 
-void setIfDifferent(QLineEdit *box, const std::string &text)
+void setIfDifferent(QLineEdit *box, const QString &text)
 {
-    if (box->text() != qs(text))
-        box->setText(qs(text));
+    if (box->text() != text)
+        box->setText(text);
 }
 } // namespace
 
 frmPrefs::frmPrefs(Workspace &ws, SettingsAccess &settings, QWidget *parent)
-    : QDialog(parent), mWs(ws), mSettings(settings), mRules(ws)
+    : QDialog(parent), mWs(ws), mSettings(settings), mRules(ws), mPoint(LocalePoint())
 {
     setWindowTitle(QStringLiteral("Preferences"));
 
@@ -41,7 +41,7 @@ frmPrefs::frmPrefs(Workspace &ws, SettingsAccess &settings, QWidget *parent)
     ResCombo->setInsertPolicy(QComboBox::NoInsert);
     for (const char *line : kResolutionList)
         ResCombo->addItem(QString::fromLatin1(line));
-    SetUpEntryBox(ResCombo->lineEdit(), EntryKind::Free);
+    SelectTextOnFocus(ResCombo, ResCombo->lineEdit());
     ResCombo->setMinimumWidth(ResCombo->fontMetrics().horizontalAdvance(QStringLiteral("000000")) + 40);
     ConversionLabel = new QLabel(QStringLiteral("="));
     ConversionLabel->setMinimumWidth(ConversionLabel->fontMetrics().horizontalAdvance(
@@ -86,7 +86,7 @@ frmPrefs::frmPrefs(Workspace &ws, SettingsAccess &settings, QWidget *parent)
     for (size_t i = 0; i < 3; ++i) {
         auto *box = new QLineEdit;
         box->setObjectName(QStringLiteral("SpreadText%1").arg(i));
-        SetUpEntryBox(box, EntryKind::SignedDecimal, kSpreadTextMaxLength[i]);
+        SetUpEntryBox(box, EntryKind::SignedDecimal, kSpreadTextMaxLength[i], mPoint);
         box->setMinimumWidth(box->fontMetrics().horizontalAdvance(QLatin1Char('0'))
                              * (kSpreadTextMaxLength[i] + 2));
         SpreadText[i] = box;
@@ -132,9 +132,9 @@ frmPrefs::frmPrefs(Workspace &ws, SettingsAccess &settings, QWidget *parent)
 
     connect(ResCombo, &QComboBox::editTextChanged, this, [this](const QString &text) {
         mRules.ResComboChanged(text.toStdString());
-        ConversionLabel->setText(qs(mRules.ConversionLabel));
+        ConversionLabel->setText(ShownNumber(mRules.ConversionLabel, mPoint));
     });
-    OnLeave(ResCombo->lineEdit(), [this] {
+    OnLeave(ResCombo, [this] {
         pull();
         if (mRules.LeaveResCombo()) {
             // Shown once the click that moved the focus is done; the buttons wait for it.
@@ -175,7 +175,7 @@ void frmPrefs::pull()
     mRules.AppendOption = Option1[0]->isChecked();
     mRules.LogInfoCheck = LogInfoCheck->isChecked();
     for (size_t i = 0; i < 3; ++i)
-        mRules.SpreadText[i] = SpreadText[i]->text().toStdString();
+        mRules.SpreadText[i] = ReadNumber(SpreadText[i]->text(), mPoint);
     mRules.txtRoundness = txtRoundness->text().toStdString();
     mRules.txtHues = txtHues->text().toStdString();
 }
@@ -187,15 +187,15 @@ void frmPrefs::push()
     if (line >= 0)
         ResCombo->setCurrentIndex(line);
     ResCombo->setEditText(res);
-    ConversionLabel->setText(qs(mRules.ConversionLabel));
+    ConversionLabel->setText(ShownNumber(mRules.ConversionLabel, mPoint));
     UnitsOption[mRules.UnitsMetric ? 0 : 1]->setChecked(true);
     LogCheck->setChecked(mRules.LogCheck);
     Option1[mRules.AppendOption ? 0 : 1]->setChecked(true);
     LogInfoCheck->setChecked(mRules.LogInfoCheck);
     for (size_t i = 0; i < 3; ++i)
-        setIfDifferent(SpreadText[i], mRules.SpreadText[i]);
-    setIfDifferent(txtRoundness, mRules.txtRoundness);
-    setIfDifferent(txtHues, mRules.txtHues);
+        setIfDifferent(SpreadText[i], ShownNumber(mRules.SpreadText[i], mPoint));
+    setIfDifferent(txtRoundness, qs(mRules.txtRoundness));
+    setIfDifferent(txtHues, qs(mRules.txtHues));
     enableLogDependents();
 }
 

@@ -43,6 +43,7 @@ private:
     Workspace &mWs;
     SettingsAccess &mSettings;
     PrefsRules mRules;
+    QChar mPoint; // decimal separator of the numbers shown; the rules keep the point
     bool mResolutionProblem = false; // a leave of ResCombo left a message to show
 
     QComboBox *ResCombo = nullptr;

@@ -74,7 +74,9 @@ frmResolution::frmResolution(Workspace &ws, RescanCards rescan, QWidget *parent)
     CellEditText->setObjectName(QStringLiteral("CellEditText"));
     CellEditText->setFrame(false);
     CellEditText->hide();
-    SetUpEntryBox(CellEditText, EntryKind::Digits);
+    // No whole-text selection on focus here: the edit sets its own selection, and the digit that
+    // started it must stay in front of the caret.
+    CellEditText->installEventFilter(new NumericBoxFilter(CellEditText, EntryKind::Digits));
     CellEditText->installEventFilter(this);
     ResolutionList->installEventFilter(this);
 
@@ -136,6 +138,14 @@ void frmResolution::sync()
         name->setForeground(row.Red ? QColor(255, 0, 0) : palette().color(QPalette::Text));
         ResolutionList->item(r, 1)->setText(QString::fromStdString(row.Cell));
     }
+    if (!mRules.Editing && CellEditText->isVisible()) {
+        // The grid takes the focus before the box hides: a focused box that hides hands the focus
+        // on as a Tab would, and the grid answers a Tab by moving to the next row.
+        ResolutionList->setFocus(Qt::OtherFocusReason);
+        CellEditText->clear();
+        CellEditText->hide();
+    }
+    // The grid's current row is the rules' selected row, whatever moved it meanwhile.
     if (!mRules.Rows.empty()) {
         ResolutionList->setCurrentCell(mRules.SelectedRow, 1);
         if (mRules.SelectedRow >= kGridMaxRows - 1)
@@ -155,10 +165,6 @@ void frmResolution::sync()
         }
         CellEditText->show();
         CellEditText->setFocus(Qt::OtherFocusReason);
-    } else if (CellEditText->isVisible()) {
-        CellEditText->clear();
-        CellEditText->hide();
-        ResolutionList->setFocus(Qt::OtherFocusReason);
     }
     mSyncing = false;
 }

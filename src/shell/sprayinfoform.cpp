@@ -28,7 +28,7 @@ QGroupBox *fieldFrame(const char *caption, std::initializer_list<SprayField> fie
         const SprayFieldInfo &info = SprayFieldTable(field);
         auto *box = new QLineEdit;
         box->setObjectName(QString::fromLatin1(info.Key));
-        SetUpEntryBox(box, info.Entry, info.MaxLength);
+        SetUpEntryBox(box, info.Entry, info.MaxLength, LocalePoint());
         const int chars = info.Entry == EntryKind::Free ? 22 : 10;
         box->setMinimumWidth(box->fontMetrics().horizontalAdvance(QLatin1Char('M')) * chars / 2 + 8);
         boxes[static_cast<size_t>(field)] = box;
@@ -56,7 +56,7 @@ QGroupBox *fieldFrame(const char *caption, std::initializer_list<SprayField> fie
 
 SprayInfoForm::SprayInfoForm(Workspace &ws, SettingsAccess &settings,
                              std::optional<PrefsSprayLink> prefs, QWidget *parent)
-    : QDialog(parent), mRules(ws, settings, prefs)
+    : QDialog(parent), mRules(ws, settings, prefs), mPoint(LocalePoint())
 {
     setWindowTitle(QStringLiteral("Spray Information"));
     using F = SprayField;
@@ -81,7 +81,7 @@ SprayInfoForm::SprayInfoForm(Workspace &ws, SettingsAccess &settings,
     for (int i = 0; i < 3; ++i) {
         auto *box = new QLineEdit;
         box->setObjectName(QStringLiteral("SpreadText%1").arg(i));
-        SetUpEntryBox(box, EntryKind::SignedDecimal, kSpreadTextMaxLength[static_cast<size_t>(i)]);
+        SetUpEntryBox(box, EntryKind::SignedDecimal, kSpreadTextMaxLength[static_cast<size_t>(i)], LocalePoint());
         box->setMinimumWidth(box->fontMetrics().horizontalAdvance(QLatin1Char('0'))
                              * (kSpreadTextMaxLength[static_cast<size_t>(i)] + 2));
         SpreadText[static_cast<size_t>(i)] = box;
@@ -160,23 +160,29 @@ SprayInfoForm::SprayInfoForm(Workspace &ws, SettingsAccess &settings,
     pushBoxes();
 }
 
+// Numbers show the locale's decimal separator; the record and the store keep the point.
+QChar SprayInfoForm::pointOf(size_t field) const
+{
+    return AllowsDecimal(SprayFieldTable(static_cast<SprayField>(field)).Entry) ? mPoint : QLatin1Char('.');
+}
+
 void SprayInfoForm::pullBoxes()
 {
     for (size_t f = 0; f < mBoxes.size(); ++f)
-        mRules.Box[f] = mBoxes[f]->text().toStdString();
+        mRules.Box[f] = ReadNumber(mBoxes[f]->text(), pointOf(f));
     for (size_t i = 0; i < 3; ++i)
-        mRules.SpreadText[i] = SpreadText[i]->text().toStdString();
+        mRules.SpreadText[i] = ReadNumber(SpreadText[i]->text(), mPoint);
 }
 
 void SprayInfoForm::pushBoxes()
 {
     // setText only where the text differs, so that a box keeps its caret and selection.
     for (size_t f = 0; f < mBoxes.size(); ++f)
-        if (mBoxes[f]->text() != qs(mRules.Box[f]))
-            mBoxes[f]->setText(qs(mRules.Box[f]));
+        if (const QString shown = ShownNumber(mRules.Box[f], pointOf(f)); mBoxes[f]->text() != shown)
+            mBoxes[f]->setText(shown);
     for (size_t i = 0; i < 3; ++i)
-        if (SpreadText[i]->text() != qs(mRules.SpreadText[i]))
-            SpreadText[i]->setText(qs(mRules.SpreadText[i]));
+        if (const QString shown = ShownNumber(mRules.SpreadText[i], mPoint); SpreadText[i]->text() != shown)
+            SpreadText[i]->setText(shown);
 }
 
 void SprayInfoForm::acceptClicked()

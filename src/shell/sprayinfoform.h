@@ -32,11 +32,13 @@ public:
     QPushButton *acceptButton() const { return AcceptButton; }
 
 private:
+    QChar pointOf(size_t field) const;
     void pullBoxes();
     void pushBoxes();
     void acceptClicked();
 
     SprayInfoRules mRules;
+    QChar mPoint;
     std::array<QLineEdit *, kSprayFieldCount> mBoxes{};
     std::array<QLineEdit *, 3> SpreadText{};
     std::array<QLabel *, kSprayFieldCount> mUnitLabels{};

@@ -4,6 +4,7 @@
 #include "statistics/textvalue.h"
 
 #include <cmath>
+#include <limits>
 
 namespace velmara {
 
@@ -26,6 +27,18 @@ void AssignCardPositions(Workspace &ws)
         const Single offset = ToSingle(static_cast<double>(interval) * (i - 1));
         ws.Card(i).Position = ToSingle(static_cast<double>(first) + offset);
     }
+}
+
+bool SamplingLineUsable(Single first, Single interval)
+{
+    if (interval == 0 || !std::isfinite(first) || !std::isfinite(interval))
+        return false;
+    const double farthest = std::fabs(static_cast<double>(first))
+        + std::fabs(static_cast<double>(interval)) * (kLineCardLimit - 1);
+    if (!(farthest <= std::numeric_limits<Single>::max()))
+        return false;
+    const double swathFirst = std::trunc(static_cast<double>(ToSingle(static_cast<double>(first) / interval)));
+    return std::fabs(swathFirst) + kLineCardLimit <= 2147483647.0;
 }
 
 bool HasEqualPositions(const Workspace &ws)

@@ -19,6 +19,15 @@ inline constexpr const char *kSamePositionMessage =
 // changed then.
 void AssignCardPositions(Workspace &ws);
 
+// The most cards that SamplingLineUsable answers for.
+inline constexpr int kLineCardLimit = 32767;
+
+// True when the analysis can lay out and use a line from this first position and spacing: the
+// spacing is not 0, every position up to kLineCardLimit cards stays a finite Single, and the swath
+// tables' indexes (first / spacing, cut towards zero, then one per card) stay within a Long. The
+// dialogs that take the line refuse any other pair, so that no later step fails on it.
+bool SamplingLineUsable(Single first, Single interval);
+
 // True when two cards have exactly the same Position (pairs i < j, first pair found ends it).
 bool HasEqualPositions(const Workspace &ws);
 

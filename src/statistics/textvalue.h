@@ -1,6 +1,7 @@
 #pragma once
-// Reading a number out of a text the user typed (spray record, card positions), the way the
-// desktop program's conversion to Single does it.
+// Reading a number out of a text the user typed (spray record, card positions, the dialogs' boxes):
+// the one reader of typed numbers, shared by the dialogs and the engine, so that a dialog accepts
+// exactly the texts that the engine can read.
 
 #include "core/numeric.h"
 
@@ -21,5 +22,9 @@ Single TextToSingle(std::string_view text);
 
 // The same, without throwing: nothing for a text TextToSingle refuses.
 std::optional<Single> TryTextToSingle(std::string_view text);
+
+// The same text read as a Double, rounded once from the decimal text; nothing for text that is no
+// number or beyond the Double range.
+std::optional<double> TryTextToDouble(std::string_view text);
 
 } // namespace velmara

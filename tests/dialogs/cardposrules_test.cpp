@@ -58,9 +58,12 @@ TEST(CardPosRules, BadTextFallsBackToTheLastGoodValueAndNothingIsKeptWithoutAcce
         EXPECT_EQ(r.txtInput[2], "4.0") << bad;
         EXPECT_FLOAT_EQ(r.Spacing, 4.0f) << bad;
     }
-    r.txtInput[1] = "-";
-    r.ValidatePositionInput(1);
-    EXPECT_EQ(r.txtInput[1], "-50.0");
+    // A first position that the analysis could not use is refused as well.
+    for (const char *bad : {"-", "1e10", "1234567890123456789012345678901234567890"}) {
+        r.txtInput[1] = bad;
+        r.ValidatePositionInput(1);
+        EXPECT_EQ(r.txtInput[1], "-50.0") << bad;
+    }
     r.txtInput[1] = "-12.34";
     r.ValidatePositionInput(1);
     EXPECT_FLOAT_EQ(r.FirstPosition, -12.3f);

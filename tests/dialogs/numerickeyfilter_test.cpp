@@ -75,12 +75,11 @@ TEST(NumericKeyFilter, MinusTogglesTheSignOrReplacesTheSelectionButNeverReachesT
     }
 }
 
-TEST(NumberText, WhatCountsAsANumberAndTheConversionsRefusingOverflow)
+// The grammar is the analysis' reader (tested with it); here the Double range and the words.
+TEST(NumberText, TheConversionsRefuseOverflow)
 {
-    for (const char *yes : {"0", " 12 ", "-5", "+5", "1.", ".5", "-.5", "1e3", "2.5E-2", "1D2"})
-        EXPECT_TRUE(TextIsNumeric(yes)) << yes;
-    for (const char *no : {"", " ", "-", ".", "-.", "1.2.3", "1e", "12a", "1,5", "--1", "1e999"})
-        EXPECT_FALSE(TextIsNumeric(no)) << no;
+    EXPECT_TRUE(TextIsNumeric("1e39"));
+    EXPECT_FALSE(TextIsNumeric("1e999"));
     EXPECT_EQ(TextAsDouble("1e-999").value(), 0.0);
 
     EXPECT_EQ(TextAsInteger("2.5").value(), 2); // half to even

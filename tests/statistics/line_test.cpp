@@ -33,7 +33,7 @@ TEST(TextToSingle, ReadsTypedNumbers)
 {
     const std::pair<const char *, Single> cases[] = {{"10", 10}, {" -50 ", -50}, {"+2.5", 2.5f}, {"-.5", -0.5f},
                                                      {"3.", 3}, {"1e3", 1000}, {"1D2", 100}, {"0.3", 0.3f},
-                                                     {"1e-50", 0}};
+                                                     {"1e-50", 0}, {"0.000000000000000000000000000000000000000000000000001", 0}};
     for (const auto &[text, value] : cases) {
         EXPECT_EQ(TextToSingle(text), value) << text;
         EXPECT_EQ(TryTextToSingle(text), value) << text;
@@ -47,7 +47,21 @@ TEST(TextToSingle, RefusesWhatIsNotANumber)
         EXPECT_FALSE(TryTextToSingle(text).has_value()) << text;
         EXPECT_EQ(FailureText([&] { TextToSingle(text); }), kTypeMismatch) << text;
     }
-    EXPECT_EQ(FailureText([] { TextToSingle("1e40"); }), kOverflow);
+    for (const char *text : {"1e40", "1234567890123456789012345678901234567890"})
+        EXPECT_EQ(FailureText([&] { TextToSingle(text); }), kOverflow) << text;
+    EXPECT_EQ(TryTextToDouble("1234567890123456789012345678901234567890"), 1.2345678901234568e39);
+}
+
+// The dialogs refuse a line that the swath tables or the positions could not hold.
+TEST(SamplingLineUsable, SpacingPositionsAndSwathIndexesInRange)
+{
+    const struct { Single first, interval; bool usable; } cases[] = {
+        {-50, 10, true}, {0, -2.5f, true}, {1e30f, 1e26f, true}, {-50, 0, false},
+        {1e38f, 1e35f, false},  // the last positions leave the Single range
+        {1e10f, 1, false},      // the first swath index is beyond a Long
+        {-50, 1e-30f, false}, {2147483000.0f, 1, false}};
+    for (const auto &c : cases)
+        EXPECT_EQ(SamplingLineUsable(c.first, c.interval), c.usable) << c.first << " " << c.interval;
 }
 
 TEST(AssignCardPositions, FromTheTwoTexts)
