@@ -73,8 +73,8 @@ struct MemoryLine
         ws.Spray.Sample_Interval = interval;
         ws.MaxDiameterAll = ws.ComputeMaxDiameterAll();
         CalcCompositeAll(ws);
-        window->CompositeCheck->setVisible(true);
-        window->CompositeCheck->click();
+        window->findChild<QCheckBox *>("CompositeCheck")->setVisible(true);
+        window->findChild<QCheckBox *>("CompositeCheck")->click();
     }
 };
 
@@ -113,14 +113,14 @@ bool SaveChartShots(const QDir &out, int width, int height)
     // Profile axes whose end labels would meet: five cards from -45, thirty cards from -50.
     {
         MemoryLine line(store, tempDir, width, height, 5, "-45", "10", 1, 40);
-        line.window->ImageStrip->setCurrentIndex(1);
+        line.window->findChild<QTabBar *>("ImageStrip")->setCurrentIndex(1);
         QRadioButton *three = line.window->compositeView()->optSwathWidth[3];
         QTest::mouseClick(three, Qt::LeftButton);
         ok &= saveShot(*line.window, out, "g3-profile-from-minus-45");
     }
     {
         MemoryLine line(store, tempDir, width, height, 30, "-50", "10", 1, 40);
-        line.window->ImageStrip->setCurrentIndex(1);
+        line.window->findChild<QTabBar *>("ImageStrip")->setCurrentIndex(1);
         QTest::mouseClick(line.window->compositeView()->optSwathWidth[22], Qt::LeftButton);
         ok &= saveShot(*line.window, out, "g4-profile-30-cards-width-22");
     }
@@ -132,7 +132,7 @@ bool SaveChartShots(const QDir &out, int width, int height)
         ok &= saveShot(*line.window, out, "g5-line-chart-small-values");
         line.window->resize(width + 240, height + 100);
         ok &= saveShot(*line.window, out, "g6-line-chart-after-resize");
-        line.window->ImageStrip->setCurrentIndex(1);
+        line.window->findChild<QTabBar *>("ImageStrip")->setCurrentIndex(1);
         QTest::keyClick(line.window.get(), Qt::Key_3, Qt::ControlModifier);
         ok &= saveShot(*line.window, out, "g7-swath-drop-density");
     }
