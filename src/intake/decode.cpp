@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <sys/stat.h>
 
 namespace velmara {
 
@@ -16,6 +17,7 @@ using namespace intake_detail;
 namespace {
 
 constexpr const char *kTruncated = "The file is shorter than its header says; it may be truncated.";
+constexpr const char *kChanged = "The picture has changed since it was loaded.";
 constexpr int kSampleRows = 5;
 constexpr std::uint64_t kTableOffset = 54;
 constexpr size_t kChunkBytes = size_t{1} << 20; // rows are read about a megabyte at a time
@@ -136,6 +138,21 @@ void AppendLine(const LineScanner &scan, const Byte *line, int width, Integer ro
             emit(c);
 }
 
+std::uint64_t FileSizeOf(const std::string &path)
+{
+    struct stat st = {};
+    return ::stat(path.c_str(), &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
+}
+
+// A BMP replaced since registration would be read with the old card's size: its header must still
+// give the size, depth and pixel offset that registration read.
+bool BmpHeaderChanged(const CardImage &card, const Byte *header)
+{
+    return ReadLong(header + 18) != card.WidthPx || ReadLong(header + 22) != card.HeightPx ||
+           ReadWord(header + 28) != 8 ||
+           (!card.Source.CanonicalPath.empty() && ReadLong(header + 10) != card.Source.PixelOffset);
+}
+
 DecodeResult Failed(std::string message)
 {
     DecodeResult r;
@@ -189,7 +206,8 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
     std::unique_ptr<ByteSource> source;
     const std::string &path = ws.Card(cardIndex).FullPath;
     std::string error;
-    if (EndsInBmp(path)) {
+    const bool isBmp = EndsInBmp(path);
+    if (isBmp) {
         auto file = std::make_unique<FileSource>();
         if (!file->open(path, error))
             return Failed(error);
@@ -199,13 +217,15 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
         if (!ReadPicture(path, PictureDepth::EightBitOnly, picture, error))
             return Failed(error);
         if (picture.Width != width || picture.Height != height)
-            return Failed("The picture has changed since it was loaded.");
+            return Failed(kChanged);
         source = std::make_unique<PictureSource>(std::move(picture));
     }
 
     Byte header[54] = {};
     if (source->readAt(0, header, sizeof header) < sizeof header)
         return Failed(kTruncated);
+    if (isBmp && BmpHeaderChanged(ws.Card(cardIndex), header))
+        return Failed(kChanged);
     const std::uint64_t pixelOffset = static_cast<std::uint32_t>(ReadLong(header + 10));
     const std::uint32_t coloursField = static_cast<std::uint32_t>(ReadLong(header + 46));
     const int colours = coloursField == 0 ? 256 : static_cast<int>(std::min<std::uint32_t>(coloursField, 257));
@@ -214,6 +234,9 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
     const size_t stride = (static_cast<size_t>(width) + 3) & ~size_t{3};
     if (kTableOffset + 4ull * colours > source->size() || pixelOffset + stride * height > source->size())
         return Failed(kTruncated);
+    const std::uint64_t registeredBytes = ws.Card(cardIndex).Source.FileBytes;
+    if (registeredBytes != 0 && (isBmp ? source->size() : FileSizeOf(path)) != registeredBytes)
+        return Failed(kChanged);
 
     CardImage &card = ws.Card(cardIndex);
     card.ColourTable.assign(static_cast<size_t>(colours), std::array<Byte, 4>{});
