@@ -76,7 +76,7 @@ void writeSwathJson(JsonWriter &json, const Workspace &ws)
         json.fieldSingle("MaxCov", set.MaxCov);
         json.field("Passes", static_cast<long long>(set.Passes));
         json.fieldSingle("ProfileMax", set.ProfileMax);
-        json.fieldSingle("RateFactor", SwathRateFactor(ws, s));
+        json.fieldSingle("RateFactor", ShownRateFactor(ws, s));
         json.key("Deposit");
         json.beginArray();
         for (Single v : set.Deposit.Items)
@@ -226,6 +226,8 @@ int runLine(const Options &o)
         else
             json.null();
         writeSwathJson(json, ws);
+        if (const std::string note = SwathNote(ws); !note.empty())
+            json.field("SwathNote", OneLine(note));
         json.key("ResultsFile");
         json.beginObject();
         json.field("Path", outPath);
@@ -263,6 +265,7 @@ int runLine(const Options &o)
                       << FormatNumber(set.Stats[set.Width].Cov * 100.0, "0.0") << "%\n";
         }
     }
+    std::cout << SwathNote(ws);
     if (written.Ok)
         std::cout << "Results file:       " << outPath << "\n";
     if (!logsAppended.empty())
@@ -302,22 +305,32 @@ int runClip(const Options &o)
 
 } // namespace
 
+// Every command ends here: whatever a step throws is told in one line and ends the run with 1,
+// never with an abort.
 int main(int argc, char **argv)
 {
-    std::string error;
-    const std::optional<Options> options = ParseOptions(argc, argv, error);
-    if (!options)
-        return fail(error + " (try 'velmara-cli --help')", kExitUsage);
-    switch (options->command) {
-    case Command::Help:
-        std::cout << HelpText();
-        return kExitOk;
-    case Command::Scan:
-        return runScan(*options);
-    case Command::Line:
-        return runLine(*options);
-    case Command::Clip:
-        return runClip(*options);
+    try {
+        std::string error;
+        const std::optional<Options> options = ParseOptions(argc, argv, error);
+        if (!options)
+            return fail(error + " (try 'velmara-cli --help')", kExitUsage);
+        switch (options->command) {
+        case Command::Help:
+            std::cout << HelpText();
+            return kExitOk;
+        case Command::Scan:
+            return runScan(*options);
+        case Command::Line:
+            return runLine(*options);
+        case Command::Clip:
+            return runClip(*options);
+        }
+        return kExitUsage;
+    } catch (const std::bad_alloc &) {
+        return fail("out of memory");
+    } catch (const std::exception &e) {
+        return fail(OneLine(e.what()));
+    } catch (...) {
+        return fail("an unexpected error ended the run");
     }
-    return kExitUsage;
 }
