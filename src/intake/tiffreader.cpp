@@ -39,9 +39,12 @@ int CatchError(TIFF *, void *user, const char *, const char *fmt, va_list ap)
 
 // libtiff reads on without a tag it can't read ("...; tag ignored"). Without one of these tags the
 // pixels would be taken for something else (a palette picture without its colour map comes out
-// grey), so such a warning refuses the file. Warnings about any other tag change nothing we read.
+// grey), so such a warning refuses the file. Losing any other tag changes nothing we read, and
+// libtiff's own repairs (strip sizes worked out from the picture's size) read true.
 bool ChangesDecoding(const char *text)
 {
+    if (!std::strstr(text, "tag ignored"))
+        return false;
     static constexpr const char *kTags[] = {
         "ImageWidth",    "ImageLength",  "BitsPerSample", "Compression", "PhotometricInterpretation",
         "FillOrder",     "StripOffsets", "Orientation",   "SamplesPerPixel", "RowsPerStrip",

@@ -79,9 +79,12 @@ TEST_F(LoadFixture, GifAndTifRegisterFromTheirHeadersAndEndingsAreCaseBlind)
     ASSERT_TRUE(cardgen::WriteTif(im, dir.file("c.tif")));
     Bytes lower = ReadBytes(dir.file("c.gif"));
     lower[0] = 'g'; // the signature is compared in lower case
+    // A resolution tag that can't be read changes no pixel: its warning stays hidden.
+    const Bytes badResolution = PatchTifTag(ReadBytes(dir.file("c.tif")), 282, 0x7FFFFFF0);
     // Merely ending in the letters passes.
     for (const std::string &name : {std::string("c.gif"), std::string("c.tif"), put("lower.gif", lower),
-                                    put("UPPER.BMP", Bmp(im)), put("nodotbmp", Bmp(im))}) {
+                                    put("UPPER.BMP", Bmp(im)), put("nodotbmp", Bmp(im)),
+                                    put("res.tif", badResolution)}) {
         SCOPED_TRACE(name);
         const LoadResult r = load(name);
         ASSERT_TRUE(r.Ok) << r.Message;
