@@ -144,8 +144,8 @@ std::uint64_t FileSizeOf(const std::string &path)
     return ::stat(path.c_str(), &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
 }
 
-// A BMP replaced since registration would be read with the old card's size: its header must still
-// give the size, depth and pixel offset that registration read.
+// A BMP replaced since registration would be read with the old card's geometry: its header must
+// still give the width, height, depth and pixel offset that registration read.
 bool BmpHeaderChanged(const CardImage &card, const Byte *header)
 {
     return ReadLong(header + 18) != card.WidthPx || ReadLong(header + 22) != card.HeightPx ||
@@ -234,6 +234,7 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
     const size_t stride = (static_cast<size_t>(width) + 3) & ~size_t{3};
     if (kTableOffset + 4ull * colours > source->size() || pixelOffset + stride * height > source->size())
         return Failed(kTruncated);
+    // A file of another size than registration saw is another file, whatever its header says.
     const std::uint64_t registeredBytes = ws.Card(cardIndex).Source.FileBytes;
     if (registeredBytes != 0 && (isBmp ? source->size() : FileSizeOf(path)) != registeredBytes)
         return Failed(kChanged);
