@@ -111,10 +111,14 @@ bool ReadGif(const std::string &path, PictureDepth mode, Picture &picture, std::
         return false;
     }
     picture.BitsPerPixel = 8;
-    if (width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide ||
-        !PixelBudgetOk(static_cast<std::uint64_t>(width) * height, dataBytes)) {
+    if (width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide) {
         error = "The GIF's screen of " + std::to_string(width) + " by " + std::to_string(height) +
                 " pixels can't be read.";
+        return false;
+    }
+    if (!PixelBudgetOk(static_cast<std::uint64_t>(width) * height, dataBytes)) {
+        error = "The GIF's screen of " + std::to_string(width) + " by " + std::to_string(height) +
+                " pixels is far more than its picture data can fill; the file is damaged.";
         return false;
     }
 

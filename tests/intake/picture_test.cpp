@@ -190,7 +190,8 @@ TEST(PictureGifTif, CutOrPaddedGifsAreRefusedBeforeTheirScreenIsAllocated)
         {Bytes(gif.begin(), gif.begin() + 400), damaged},                  // in the colour table
         {Bytes(gif.begin(), gif.begin() + 13 + 768 + 30), damaged},        // in the image's data
         {Bytes(gif.begin(), gif.end() - gif.size() / 3), damaged},
-        {padded, "The GIF's screen of 32000 by 27000 pixels can't be read."},
+        {padded, "The GIF's screen of 32000 by 27000 pixels is far more than its picture data can fill; "
+                 "the file is damaged."},
     };
     for (const auto &[bytes, message] : cases) {
         WriteBytes(dir.file("x.gif"), bytes);
