@@ -77,7 +77,7 @@ void writeSwathJson(JsonWriter &json, const Workspace &ws)
         json.fieldSingle("MaxCov", set.MaxCov);
         json.field("Passes", static_cast<long long>(set.Passes));
         json.fieldSingle("ProfileMax", set.ProfileMax);
-        json.fieldSingle("RateFactor", SwathRateFactor(ws, s));
+        json.fieldSingle("RateFactor", ShownRateFactor(ws, s));
         json.key("Deposit");
         json.beginArray();
         for (Single v : set.Deposit.Items)
@@ -234,6 +234,8 @@ void printLineJson(const Options &o, Session &session, const LineFiles &files)
     else
         json.null();
     writeSwathJson(json, ws);
+    if (const std::string note = SwathNote(ws); !note.empty())
+        json.field("SwathNote", OneLine(note));
     json.key("ResultsFile");
     json.beginObject();
     json.field("Path", files.resultsPath);
@@ -272,6 +274,7 @@ void printLineSummary(const Workspace &ws, const LineFiles &files)
                       << FormatNumber(set.Stats[set.Width].Cov * 100.0, "0.0") << "%\n";
         }
     }
+    std::cout << SwathNote(ws);
     if (files.resultsWritten)
         std::cout << "Results file:       " << files.resultsPath << "\n";
     if (!files.logsAppended.empty())
@@ -352,22 +355,32 @@ int runClip(const Options &o)
 
 } // namespace
 
+// Every command ends here: whatever a step throws is told in one line and ends the run with 1,
+// never with an abort.
 int main(int argc, char **argv)
 {
-    std::string error;
-    const std::optional<Options> options = ParseOptions(argc, argv, error);
-    if (!options)
-        return fail(error + " (try 'velmara-cli --help')", kExitUsage);
-    switch (options->command) {
-    case Command::Help:
-        std::cout << HelpText();
-        return kExitOk;
-    case Command::Scan:
-        return runScan(*options);
-    case Command::Line:
-        return runLine(*options);
-    case Command::Clip:
-        return runClip(*options);
+    try {
+        std::string error;
+        const std::optional<Options> options = ParseOptions(argc, argv, error);
+        if (!options)
+            return fail(error + " (try 'velmara-cli --help')", kExitUsage);
+        switch (options->command) {
+        case Command::Help:
+            std::cout << HelpText();
+            return kExitOk;
+        case Command::Scan:
+            return runScan(*options);
+        case Command::Line:
+            return runLine(*options);
+        case Command::Clip:
+            return runClip(*options);
+        }
+        return kExitUsage;
+    } catch (const std::bad_alloc &) {
+        return fail("out of memory");
+    } catch (const std::exception &e) {
+        return fail(OneLine(e.what()));
+    } catch (...) {
+        return fail("an unexpected error ended the run");
     }
-    return kExitUsage;
 }

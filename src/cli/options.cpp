@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstdlib>
 #include <string_view>
+#include <vector>
 
 namespace velmara::cli {
 
@@ -34,6 +35,179 @@ bool splitPair(const std::string &text, std::string &a, std::string &b)
     return true;
 }
 
+bool parseResolution(const std::string &value, std::optional<int> &out)
+{
+    int v;
+    if (!parseInt(value, v) || v <= 0 || v > 32767)
+        return false;
+    out = v;
+    return true;
+}
+
+bool parseCells(const std::string &value, std::vector<int> &cells)
+{
+    cells.clear();
+    size_t start = 0;
+    for (;;) {
+        const auto comma = value.find(',', start);
+        int cell;
+        if (!parseInt(value.substr(start, comma == std::string::npos ? std::string::npos : comma - start), cell)
+            || cell < 1)
+            return false;
+        cells.push_back(cell);
+        if (comma == std::string::npos)
+            return true;
+        start = comma + 1;
+    }
+}
+
+// One option that takes a value: its name, what a bad value is told, and how the value is taken.
+struct ValueOption
+{
+    const char *name;
+    const char *expected; // the reason given for a bad value; unused when every value is good
+    bool (*apply)(const std::string &value, Options &o);
+};
+
+const ValueOption kValueOptions[] = {
+    {"--settings", "", [](const std::string &v, Options &o) { o.settingsFile = v; return true; }},
+    {"--dpi", "a resolution from 1 to 32767 dots per inch",
+     [](const std::string &v, Options &o) { return parseResolution(v, o.dpi); }},
+    {"--hue", "expected LOW:HIGH with 0 <= LOW <= HIGH <= 255",
+     [](const std::string &v, Options &o) {
+         std::string a, b;
+         int lo, hi;
+         if (!splitPair(v, a, b) || !parseInt(a, lo) || !parseInt(b, hi) || lo < 0 || hi > 255 || lo > hi)
+             return false;
+         o.hueLow = lo;
+         o.hueHigh = hi;
+         return true;
+     }},
+    {"--background", "expected likeliest or zero",
+     [](const std::string &v, Options &o) {
+         o.backgroundZero = v == "zero";
+         return v == "zero" || v == "likeliest";
+     }},
+    {"--dither", "expected yes, no or all",
+     [](const std::string &v, Options &o) {
+         o.dither = v == "no" ? DitherAnswer::No : v == "all" ? DitherAnswer::All : DitherAnswer::Yes;
+         return v == "yes" || v == "no" || v == "all";
+     }},
+    {"--position1", "", [](const std::string &v, Options &o) { o.position1 = v; return true; }},
+    {"--interval", "", [](const std::string &v, Options &o) { o.interval = v; return true; }},
+    {"--range", "expected LOW:HIGH in micrometres, LOW <= HIGH",
+     [](const std::string &v, Options &o) {
+         std::string a, b;
+         double lo, hi;
+         if (!splitPair(v, a, b) || !parseDouble(a, lo) || !parseDouble(b, hi) || lo < 0 || lo > hi)
+             return false;
+         o.range = std::make_pair(static_cast<float>(lo), static_cast<float>(hi));
+         return true;
+     }},
+    {"--out", "", [](const std::string &v, Options &o) { o.outFile = v; return true; }},
+    {"--format", "expected txt or csv",
+     [](const std::string &v, Options &o) {
+         o.csv = v == "csv";
+         return v == "txt" || v == "csv";
+     }},
+    {"--report", "", [](const std::string &v, Options &o) { o.reportFile = v; return true; }},
+    {"--template", "", [](const std::string &v, Options &o) { o.templateName = v; return true; }},
+    {"--templates", "", [](const std::string &v, Options &o) { o.templatesFile = v; return true; }},
+    {"--sheet-dpi", "a resolution from 1 to 32767 dots per inch",
+     [](const std::string &v, Options &o) { return parseResolution(v, o.sheetDpi); }},
+    {"--offset", "expected X:Y in inches",
+     [](const std::string &v, Options &o) {
+         std::string a, b;
+         return splitPair(v, a, b) && parseDouble(a, o.offsetX) && parseDouble(b, o.offsetY);
+     }},
+    {"--cells", "expected a comma-separated list of cell numbers from 1",
+     [](const std::string &v, Options &o) { return parseCells(v, o.cells); }},
+    {"--clip-dir", "", [](const std::string &v, Options &o) { o.clipDir = v; return true; }},
+};
+
+// The command word; false with error for an unknown one.
+bool parseCommand(const std::string &word, Command &command, std::string &error)
+{
+    if (word == "--help" || word == "-h" || word == "help")
+        command = Command::Help;
+    else if (word == "scan")
+        command = Command::Scan;
+    else if (word == "line")
+        command = Command::Line;
+    else if (word == "clip")
+        command = Command::Clip;
+    else {
+        error = "unknown command '" + word + "' (expected scan, line or clip)";
+        return false;
+    }
+    return true;
+}
+
+// An option that takes no value; false when arg is not one.
+bool applyFlag(const std::string &arg, Options &o)
+{
+    if (arg == "--help" || arg == "-h")
+        o.command = Command::Help;
+    else if (arg == "--invert-hue")
+        o.invertHue = true;
+    else if (arg == "--no-log")
+        o.noLog = true;
+    else if (arg == "--json")
+        o.json = true;
+    else if (arg == "--keep-clips")
+        o.keepClips = true;
+    else
+        return false;
+    return true;
+}
+
+// An option with a value, "--name VALUE" or "--name=VALUE"; i moves past what was taken.
+bool applyValueOption(int argc, char **argv, int &i, Options &o, std::string &error)
+{
+    const std::string arg = argv[i];
+    std::string name = arg;
+    std::string value;
+    if (const auto eq = arg.find('='); eq != std::string::npos) {
+        name = arg.substr(0, eq);
+        value = arg.substr(eq + 1);
+    } else if (i + 1 < argc) {
+        value = argv[++i];
+    } else {
+        error = "option " + arg + " needs a value";
+        return false;
+    }
+    for (const ValueOption &option : kValueOptions) {
+        if (name != option.name)
+            continue;
+        if (!option.apply(value, o)) {
+            error = "bad value '" + value + "' for " + name + " (" + option.expected + ")";
+            return false;
+        }
+        return true;
+    }
+    error = "unknown option " + name;
+    return false;
+}
+
+// What the options mean together, once all are read.
+bool checkCombination(const Options &o, std::string &error)
+{
+    if (o.command != Command::Line
+        && (o.position1 || o.interval || o.range || !o.outFile.empty() || !o.reportFile.empty())) {
+        error = "--position1, --interval, --range, --out, --format and --report belong to 'line'";
+        return false;
+    }
+    if (o.command == Command::Clip && o.templateName.empty()) {
+        error = "'clip' needs --template NAME";
+        return false;
+    }
+    if (o.images.empty()) {
+        error = o.templateName.empty() ? "no image files given" : "no sheet files given";
+        return false;
+    }
+    return true;
+}
+
 } // namespace
 
 std::optional<Options> ParseOptions(int argc, char **argv, std::string &error)
@@ -43,180 +217,27 @@ std::optional<Options> ParseOptions(int argc, char **argv, std::string &error)
         error = "no command given";
         return std::nullopt;
     }
-    const std::string cmd = argv[1];
-    if (cmd == "--help" || cmd == "-h" || cmd == "help") {
-        o.command = Command::Help;
-        return o;
-    }
-    if (cmd == "scan")
-        o.command = Command::Scan;
-    else if (cmd == "line")
-        o.command = Command::Line;
-    else if (cmd == "clip")
-        o.command = Command::Clip;
-    else {
-        error = "unknown command '" + cmd + "' (expected scan, line or clip)";
+    if (!parseCommand(argv[1], o.command, error))
         return std::nullopt;
-    }
+    if (o.command == Command::Help)
+        return o;
 
     bool optionsEnded = false;
     for (int i = 2; i < argc; ++i) {
         const std::string arg = argv[i];
         if (optionsEnded || arg.empty() || arg[0] != '-' || arg == "-") {
             o.images.push_back(arg);
-            continue;
-        }
-        if (arg == "--") {
+        } else if (arg == "--") {
             optionsEnded = true;
-            continue;
-        }
-        // Options that take no value.
-        if (arg == "--help" || arg == "-h") {
-            o.command = Command::Help;
-            return o;
-        }
-        if (arg == "--invert-hue") { o.invertHue = true; continue; }
-        if (arg == "--no-log") { o.noLog = true; continue; }
-        if (arg == "--json") { o.json = true; continue; }
-        if (arg == "--keep-clips") { o.keepClips = true; continue; }
-
-        // Options with a value: "--name VALUE" or "--name=VALUE".
-        std::string name = arg;
-        std::string value;
-        const auto eq = arg.find('=');
-        if (eq != std::string::npos) {
-            name = arg.substr(0, eq);
-            value = arg.substr(eq + 1);
-        } else {
-            if (i + 1 >= argc) {
-                error = "option " + arg + " needs a value";
-                return std::nullopt;
-            }
-            value = argv[++i];
-        }
-        const std::string bad = "bad value '" + value + "' for " + name;
-
-        if (name == "--settings") {
-            o.settingsFile = value;
-        } else if (name == "--dpi") {
-            int v;
-            if (!parseInt(value, v) || v <= 0 || v > 32767) {
-                error = bad + " (a resolution from 1 to 32767 dots per inch)";
-                return std::nullopt;
-            }
-            o.dpi = v;
-        } else if (name == "--hue") {
-            std::string a, b;
-            int lo, hi;
-            if (!splitPair(value, a, b) || !parseInt(a, lo) || !parseInt(b, hi) || lo < 0 || hi > 255
-                || lo > hi) {
-                error = bad + " (expected LOW:HIGH with 0 <= LOW <= HIGH <= 255)";
-                return std::nullopt;
-            }
-            o.hueLow = lo;
-            o.hueHigh = hi;
-        } else if (name == "--background") {
-            if (value == "likeliest")
-                o.backgroundZero = false;
-            else if (value == "zero")
-                o.backgroundZero = true;
-            else {
-                error = bad + " (expected likeliest or zero)";
-                return std::nullopt;
-            }
-        } else if (name == "--dither") {
-            if (value == "yes")
-                o.dither = DitherAnswer::Yes;
-            else if (value == "no")
-                o.dither = DitherAnswer::No;
-            else if (value == "all")
-                o.dither = DitherAnswer::All;
-            else {
-                error = bad + " (expected yes, no or all)";
-                return std::nullopt;
-            }
-        } else if (name == "--position1") {
-            o.position1 = value;
-        } else if (name == "--interval") {
-            o.interval = value;
-        } else if (name == "--range") {
-            std::string a, b;
-            double lo, hi;
-            if (!splitPair(value, a, b) || !parseDouble(a, lo) || !parseDouble(b, hi) || lo < 0
-                || lo > hi) {
-                error = bad + " (expected LOW:HIGH in micrometres, LOW <= HIGH)";
-                return std::nullopt;
-            }
-            o.range = std::make_pair(static_cast<float>(lo), static_cast<float>(hi));
-        } else if (name == "--out") {
-            o.outFile = value;
-        } else if (name == "--format") {
-            if (value == "txt")
-                o.csv = false;
-            else if (value == "csv")
-                o.csv = true;
-            else {
-                error = bad + " (expected txt or csv)";
-                return std::nullopt;
-            }
-        } else if (name == "--report") {
-            o.reportFile = value;
-        } else if (name == "--template") {
-            o.templateName = value;
-        } else if (name == "--templates") {
-            o.templatesFile = value;
-        } else if (name == "--sheet-dpi") {
-            int v;
-            if (!parseInt(value, v) || v <= 0 || v > 32767) {
-                error = bad + " (a resolution from 1 to 32767 dots per inch)";
-                return std::nullopt;
-            }
-            o.sheetDpi = v;
-        } else if (name == "--offset") {
-            std::string a, b;
-            if (!splitPair(value, a, b) || !parseDouble(a, o.offsetX) || !parseDouble(b, o.offsetY)) {
-                error = bad + " (expected X:Y in inches)";
-                return std::nullopt;
-            }
-        } else if (name == "--cells") {
-            o.cells.clear();
-            size_t start = 0;
-            while (start <= value.size()) {
-                const auto comma = value.find(',', start);
-                const std::string item = value.substr(start, comma == std::string::npos ? std::string::npos
-                                                                                          : comma - start);
-                int cell;
-                if (!parseInt(item, cell) || cell < 1) {
-                    error = bad + " (expected a comma-separated list of cell numbers from 1)";
-                    return std::nullopt;
-                }
-                o.cells.push_back(cell);
-                if (comma == std::string::npos)
-                    break;
-                start = comma + 1;
-            }
-        } else if (name == "--clip-dir") {
-            o.clipDir = value;
-        } else {
-            error = "unknown option " + name;
+        } else if (applyFlag(arg, o)) {
+            if (o.command == Command::Help)
+                return o;
+        } else if (!applyValueOption(argc, argv, i, o, error)) {
             return std::nullopt;
         }
     }
-
-    if (o.command != Command::Line) {
-        if (o.position1 || o.interval || o.range || !o.outFile.empty() || !o.reportFile.empty()) {
-            error = "--position1, --interval, --range, --out, --format and --report belong to 'line'";
-            return std::nullopt;
-        }
-    }
-    if (o.command == Command::Clip && o.templateName.empty()) {
-        error = "'clip' needs --template NAME";
+    if (!checkCombination(o, error))
         return std::nullopt;
-    }
-    if (o.images.empty()) {
-        error = o.templateName.empty() ? "no image files given" : "no sheet files given";
-        return std::nullopt;
-    }
     return o;
 }
 

@@ -1,6 +1,10 @@
 #include "cli/output.h"
 
 #include "core/numberform.h"
+#include "statistics/swath.h"
+#include "statistics/textvalue.h"
+
+#include <cmath>
 
 namespace velmara::cli {
 
@@ -148,6 +152,34 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
         json.endObject();
     }
     json.endArray();
+}
+
+namespace {
+
+bool SwathIsNumber(const Workspace &ws)
+{
+    return ws.Spray.AC_Swath.empty() || TryTextToSingle(ws.Spray.AC_Swath).has_value();
+}
+
+} // namespace
+
+Single ShownRateFactor(const Workspace &ws, int setIndex)
+{
+    if (!SwathIsNumber(ws))
+        return 1;
+    try {
+        const Single f = SwathRateFactor(ws, setIndex);
+        return std::isfinite(f) ? f : 1;
+    } catch (const Failure &) {
+        return 1;
+    }
+}
+
+std::string SwathNote(const Workspace &ws)
+{
+    if (SwathIsNumber(ws))
+        return {};
+    return "Aircraft swath '" + ws.Spray.AC_Swath + "' is not a number: counted as none given (rate factor 1)\n";
 }
 
 } // namespace velmara::cli

@@ -18,4 +18,11 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
 
 void WriteSizeStatsJson(JsonWriter &json, const SizeStats &stats);
 
+// The rate factor of swath set setIndex (1 deposit, 2 drop density). An aircraft swath that is
+// not a number counts as none given: factor 1, as for an empty one.
+Single ShownRateFactor(const Workspace &ws, int setIndex);
+
+// The summary's line (ending in a newline) when the aircraft swath is not a number; else empty.
+std::string SwathNote(const Workspace &ws);
+
 } // namespace velmara::cli

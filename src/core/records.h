@@ -59,10 +59,20 @@ struct CardStats
     double VolumeDensity = 0; // nanolitres per square centimetre
 };
 
+// What registration saw of a card's file. Decoding refuses a file that no longer matches, and a
+// second registration of the same file under another spelling of its path is recognised.
+struct CardSource
+{
+    std::string CanonicalPath; // empty: the card was not registered from a file
+    std::uint64_t FileBytes = 0;
+    Long PixelOffset = 0; // of a BMP; 0 for the other formats
+};
+
 struct CardImage
 {
     std::string FullPath;
     std::string FileName;
+    CardSource Source;
     Long WidthPx = 0;
     Long HeightPx = 0;
     double MicronsPerPixelX = 0;

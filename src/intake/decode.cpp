@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <sys/stat.h>
 
 namespace velmara {
 
@@ -16,6 +17,7 @@ using namespace intake_detail;
 namespace {
 
 constexpr const char *kTruncated = "The file is shorter than its header says; it may be truncated.";
+constexpr const char *kChanged = "The picture has changed since it was loaded.";
 constexpr int kSampleRows = 5;
 constexpr std::uint64_t kTableOffset = 54;
 constexpr size_t kChunkBytes = size_t{1} << 20; // rows are read about a megabyte at a time
@@ -134,6 +136,21 @@ void AppendLine(const LineScanner &scan, const Byte *line, int width, size_t n, 
             emit(c);
 }
 
+std::uint64_t FileSizeOf(const std::string &path)
+{
+    struct stat st = {};
+    return ::stat(path.c_str(), &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
+}
+
+// A BMP replaced since registration would be read with the old card's geometry: its header must
+// still give the width, height, depth and pixel offset that registration read.
+bool BmpHeaderChanged(const CardImage &card, const Byte *header)
+{
+    return ReadLong(header + 18) != card.WidthPx || ReadLong(header + 22) != card.HeightPx ||
+           ReadWord(header + 28) != 8 ||
+           (!card.Source.CanonicalPath.empty() && ReadLong(header + 10) != card.Source.PixelOffset);
+}
+
 DecodeResult Failed(std::string message)
 {
     DecodeResult r;
@@ -156,7 +173,7 @@ std::unique_ptr<ByteSource> OpenSource(const CardImage &card, std::string &error
     if (!ReadPicture(card.FullPath, PictureDepth::EightBitOnly, picture, error))
         return nullptr;
     if (picture.Width != card.WidthPx || picture.Height != card.HeightPx) {
-        error = "The picture has changed since it was loaded.";
+        error = kChanged;
         return nullptr;
     }
     return std::make_unique<PictureSource>(std::move(picture));
@@ -170,12 +187,18 @@ struct BitmapLayout
 };
 
 // The header fields that are read, checked against the size of the bytes before anything is
-// allocated for them.
-bool ReadLayout(ByteSource &source, Long width, Long height, BitmapLayout &layout, std::string &error)
+// allocated for them, and against what registration saw: a file replaced since then is refused.
+bool ReadLayout(ByteSource &source, const CardImage &card, BitmapLayout &layout, std::string &error)
 {
+    const Long width = card.WidthPx, height = card.HeightPx;
+    const bool isBmp = EndsInBmp(card.FullPath);
     Byte header[54] = {};
     if (source.readAt(0, header, sizeof header) < sizeof header) {
         error = kTruncated;
+        return false;
+    }
+    if (isBmp && BmpHeaderChanged(card, header)) {
+        error = kChanged;
         return false;
     }
     layout.pixelOffset = static_cast<std::uint32_t>(ReadLong(header + 10));
@@ -189,6 +212,12 @@ bool ReadLayout(ByteSource &source, Long width, Long height, BitmapLayout &layou
     if (kTableOffset + 4ull * layout.colours > source.size() ||
         layout.pixelOffset + layout.stride * height > source.size()) {
         error = kTruncated;
+        return false;
+    }
+    // A file of another size than registration saw is another file, whatever its header says.
+    const std::uint64_t registeredBytes = card.Source.FileBytes;
+    if (registeredBytes != 0 && (isBmp ? source.size() : FileSizeOf(card.FullPath)) != registeredBytes) {
+        error = kChanged;
         return false;
     }
     return true;
@@ -417,7 +446,7 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
     std::string error;
     const std::unique_ptr<ByteSource> source = OpenSource(ws.Card(cardIndex), error);
     BitmapLayout layout;
-    if (!source || !ReadLayout(*source, width, height, layout, error))
+    if (!source || !ReadLayout(*source, ws.Card(cardIndex), layout, error))
         return Failed(error);
 
     CardImage &card = ws.Card(cardIndex);

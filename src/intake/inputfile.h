@@ -7,7 +7,11 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <fcntl.h>
 #include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
 
 namespace velmara::intake_detail {
 
@@ -19,37 +23,37 @@ public:
     InputFile &operator=(const InputFile &) = delete;
     ~InputFile() { close(); }
 
-    // Returns false and sets error to the description of the failure.
+    // Returns false and sets error to the description of the failure. Only a regular file opens:
+    // a FIFO or device is refused without waiting for a writer, a folder is named as one.
     bool open(const std::string &path, std::string &error)
     {
         close();
-        errno = 0;
-        mFile = std::fopen(path.c_str(), "rb");
-        if (!mFile) {
+        const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        if (fd < 0) {
             error = openErrorText(errno);
             return false;
         }
-        if (fseeko(mFile, 0, SEEK_END) != 0) {
-            error = "Path/File access error";
-            close();
+        struct stat st = {};
+        if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
+            error = S_ISDIR(st.st_mode) ? kFolderText : kNotRegularText;
+            ::close(fd);
             return false;
         }
-        const off_t end = ftello(mFile);
-        if (end < 0) {
-            error = "Path/File access error";
-            close();
+        mFile = ::fdopen(fd, "rb");
+        if (!mFile) {
+            error = openErrorText(errno);
+            ::close(fd);
             return false;
         }
-        mSize = static_cast<std::uint64_t>(end);
+        mSize = static_cast<std::uint64_t>(st.st_size);
         mPos = ~std::uint64_t{0};
         return true;
     }
 
     void close()
     {
-        if (mFile)
-            std::fclose(mFile);
-        mFile = nullptr;
+        if (std::FILE *file = std::exchange(mFile, nullptr))
+            std::fclose(file);
         mSize = 0;
     }
 
@@ -76,10 +80,17 @@ public:
         case EACCES:
         case EPERM:
             return "Permission denied";
+        case ENAMETOOLONG:
+            return "The file name is too long";
+        case EISDIR:
+            return kFolderText;
         default:
             return "Path/File access error";
         }
     }
+
+    static constexpr const char *kFolderText = "This is a folder, not a picture file";
+    static constexpr const char *kNotRegularText = "This is not a regular file";
 
 private:
     std::FILE *mFile = nullptr;
@@ -96,10 +107,11 @@ inline Long ReadLong(const Byte *p)
 inline int ReadWord(const Byte *p) { return p[0] | p[1] << 8; }
 
 // A compressed picture may claim a canvas far larger than its data could fill. No real encoder
-// reaches 2048 pixels per file byte on a card, and every small picture passes the fixed allowance.
-inline bool PixelBudgetOk(std::uint64_t pixels, std::uint64_t fileSize)
+// reaches 2048 pixels per byte of compressed pixel data on a card, and every small picture passes
+// the fixed allowance. Checked before anything is allocated for the picture.
+inline bool PixelBudgetOk(std::uint64_t pixels, std::uint64_t dataBytes)
 {
-    return pixels <= 2048 * fileSize + (std::uint64_t{1} << 22);
+    return pixels <= 2048 * dataBytes + (std::uint64_t{1} << 22);
 }
 
 } // namespace velmara::intake_detail

@@ -5,6 +5,9 @@
 
 #include <algorithm>
 #include <cctype>
+#include <filesystem>
+#include <sys/stat.h>
+#include <system_error>
 
 namespace velmara {
 
@@ -38,7 +41,29 @@ struct Probe
     std::string error; // empty when the probe succeeded
     Long width = 0;
     Long height = 0;
+    Long pixelOffset = 0; // of a BMP
 };
+
+// The path with "." and "..", symbolic links and the working folder resolved, so that one file
+// has one name; a path that can't be resolved stands for itself.
+std::string CanonicalPath(const std::string &path)
+{
+    std::error_code ec;
+    const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, ec);
+    return ec ? path : resolved.string();
+}
+
+// Only a regular file is read: a FIFO would block the run, a folder is no picture. Empty when the
+// path may be probed (a path that doesn't exist is left to the probe's own message).
+std::string KindRefusal(const std::string &path, const std::string &fileName)
+{
+    struct stat st = {};
+    if (::stat(path.c_str(), &st) != 0 || S_ISREG(st.st_mode))
+        return {};
+    if (S_ISDIR(st.st_mode))
+        return "'" + fileName + "' is a folder, not a picture file.";
+    return "'" + fileName + "' is not a regular file.";
+}
 
 // The header of an 8-bit bitmap, checked against the file's size so that decoding later can
 // neither run off the end nor allocate for rows that aren't there.
@@ -74,6 +99,7 @@ Probe ProbeBmp(const std::string &path)
         return p;
     }
     const std::uint64_t pixelOffset = static_cast<std::uint32_t>(ReadLong(h + 10));
+    p.pixelOffset = ReadLong(h + 10);
     const std::uint64_t stride = (static_cast<std::uint64_t>(p.width) + 3) & ~std::uint64_t{3};
     if (54 + 4 * colours > file.size() || pixelOffset + stride * static_cast<std::uint64_t>(p.height) > file.size())
         p.error = kTruncated;
@@ -142,12 +168,17 @@ LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::stri
         return result;
     }
     const std::string path = folder + fileName;
+    const std::string canonical = CanonicalPath(path);
     for (int i = 1; i <= ws.CardCount(); ++i) {
-        if (ws.Card(i).FullPath == path) {
-            result.Message = "'" + ws.Card(i).FileName + "' has\ralready been opened.";
+        const CardImage &other = ws.Card(i);
+        if (other.FullPath == path || other.Source.CanonicalPath == canonical) {
+            result.Message = "'" + other.FileName + "' has\ralready been opened.";
             return result;
         }
     }
+    result.Message = KindRefusal(path, fileName);
+    if (!result.Message.empty())
+        return result;
 
     const int index = ws.AppendCard();
     CardImage &card = ws.Card(index);
@@ -174,6 +205,10 @@ LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::stri
         return refuse("Error: The default image resolution (DefaultRes) is " + std::to_string(ws.DefaultRes) +
                       " dpi; set a resolution above 0 under Preferences (--dpi for the command line).");
 
+    struct stat st = {};
+    card.Source.CanonicalPath = canonical;
+    card.Source.FileBytes = ::stat(path.c_str(), &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
+    card.Source.PixelOffset = probe.pixelOffset;
     card.WidthPx = probe.width;
     card.HeightPx = probe.height;
     card.Dpi = ws.DefaultRes;

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <sys/stat.h>
 
 namespace velmara {
 
@@ -405,8 +406,13 @@ bool SaveBitmap8(const Picture &picture, const std::string &path, std::string &e
     }
     if (std::fclose(file.release()) != 0)
         ok = false;
-    if (!ok)
+    if (!ok) {
+        // Half a bitmap must not stay behind to be taken for a picture (a device is no bitmap).
+        struct stat st = {};
+        if (::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode))
+            std::remove(path.c_str());
         error = "Disk full";
+    }
     return ok;
 }
 

@@ -71,7 +71,7 @@ bool ClipPicture(const Picture &source, int x, int y, int width, int height, Pic
 // Writes picture as an 8-bit Windows bitmap (colour table at offset 54, colours-used field set to
 // the table size). An indexed picture keeps its table order and indexes; an RGB picture is brought
 // to at most 256 colours (exactly, when it has no more than 256). Replaces an existing file.
-// Returns false and sets error when the file can't be written.
+// Returns false and sets error when the file can't be written; a half-written file is removed.
 bool SaveBitmap8(const Picture &picture, const std::string &path, std::string &error);
 
 // The bytes of the 8-bit bitmap file SaveBitmap8 would write for an indexed picture, from

@@ -1,6 +1,7 @@
 // TIF through libtiff. Palette and grey pictures of 1 to 8 bits keep their indexes (a grey picture
 // gets a grey ramp as its colour table); everything else is read as RGB through libtiff's RGBA
-// interface. libtiff's messages are caught per file and never reach stderr.
+// interface. libtiff's messages are caught per file and never reach stderr; a warning that would
+// change what is decoded refuses the file.
 
 #include "intake/inputfile.h"
 #include "intake/picturereaders.h"
@@ -10,6 +11,8 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 
@@ -23,6 +26,7 @@ constexpr tmsize_t kMaxLibtiffAllocation = tmsize_t{1} << 28;
 struct TiffMessages
 {
     std::string lastError;
+    std::string damage; // the first warning that changes what is decoded
 };
 
 int CatchError(TIFF *, void *user, const char *, const char *fmt, va_list ap)
@@ -33,7 +37,40 @@ int CatchError(TIFF *, void *user, const char *, const char *fmt, va_list ap)
     return 1; // handled: the library's default handler must not print
 }
 
-int IgnoreWarning(TIFF *, void *, const char *, const char *, va_list) { return 1; }
+// libtiff reads on without a tag it can't read ("...; tag ignored"). Without one of these tags the
+// pixels would be taken for something else (a palette picture without its colour map comes out
+// grey), so such a warning refuses the file. Losing any other tag changes nothing we read, and
+// libtiff's own repairs (strip sizes worked out from the picture's size) read true.
+bool ChangesDecoding(const char *text)
+{
+    if (!std::strstr(text, "tag ignored"))
+        return false;
+    static constexpr const char *kTags[] = {
+        "ImageWidth",    "ImageLength",  "BitsPerSample", "Compression", "PhotometricInterpretation",
+        "FillOrder",     "StripOffsets", "Orientation",   "SamplesPerPixel", "RowsPerStrip",
+        "StripByteCounts", "PlanarConfiguration", "ColorMap", "TileWidth", "TileLength",
+        "TileOffsets",   "TileByteCounts", "Predictor",   "ExtraSamples", "SampleFormat"};
+    for (const char *tag : kTags) {
+        const std::string quoted = std::string("\"") + tag + "\"";
+        if (std::strstr(text, quoted.c_str()))
+            return true;
+    }
+    return false;
+}
+
+int CatchWarning(TIFF *, void *user, const char *, const char *fmt, va_list ap)
+{
+    char text[512];
+    std::vsnprintf(text, sizeof text, fmt, ap);
+    std::string &damage = static_cast<TiffMessages *>(user)->damage;
+    if (damage.empty() && ChangesDecoding(text)) {
+        damage = text;
+        const size_t ignored = damage.find("; tag ignored");
+        if (ignored != std::string::npos)
+            damage.erase(ignored);
+    }
+    return 1;
+}
 
 struct TiffCloser
 {
@@ -60,11 +97,17 @@ public:
         std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions *)> options(TIFFOpenOptionsAlloc(),
                                                                                TIFFOpenOptionsFree);
         TIFFOpenOptionsSetErrorHandlerExtR(options.get(), CatchError, &mMessages);
-        TIFFOpenOptionsSetWarningHandlerExtR(options.get(), IgnoreWarning, nullptr);
+        TIFFOpenOptionsSetWarningHandlerExtR(options.get(), CatchWarning, &mMessages);
         TIFFOpenOptionsSetMaxSingleMemAlloc(options.get(), kMaxLibtiffAllocation);
         mTif.reset(TIFFOpenExt(path.c_str(), "r", options.get()));
         if (!mTif) {
             error = failure();
+            return false;
+        }
+        if (!mMessages.damage.empty()) {
+            error = "The TIF file '" + std::filesystem::path(path).filename().string() +
+                    "' is damaged: " + mMessages.damage + ".";
+            mTif.reset();
             return false;
         }
         return true;
@@ -114,10 +157,26 @@ bool ReadLayout(const TiffFile &file, TiffLayout &l, Picture &picture, std::stri
     return true;
 }
 
+// Bytes of pixel data the file really holds: its strips or tiles where the directory places
+// them, cut at the end of the file. Padding anywhere else in the file buys no larger picture.
+std::uint64_t PixelDataBytes(TIFF *tif, std::uint64_t fileSize)
+{
+    const std::uint32_t count = TIFFIsTiled(tif) ? TIFFNumberOfTiles(tif) : TIFFNumberOfStrips(tif);
+    std::uint64_t total = 0;
+    for (std::uint32_t i = 0; i < count && total < fileSize; ++i) {
+        int err = 0;
+        const std::uint64_t offset = TIFFGetStrileOffsetWithErr(tif, i, &err);
+        const std::uint64_t bytes = TIFFGetStrileByteCountWithErr(tif, i, &err);
+        if (!err && offset < fileSize)
+            total += std::min(bytes, fileSize - offset);
+    }
+    return std::min(total, fileSize);
+}
+
 bool CheckSize(const TiffFile &file, const TiffLayout &l, std::string &error)
 {
     if (l.width < 1 || l.height < 1 || l.width > kMaxPictureSide || l.height > kMaxPictureSide ||
-        !PixelBudgetOk(std::uint64_t{l.width} * l.height, file.fileSize())) {
+        !PixelBudgetOk(std::uint64_t{l.width} * l.height, PixelDataBytes(file.get(), file.fileSize()))) {
         error = "The TIF picture of " + std::to_string(l.width) + " by " + std::to_string(l.height) +
                 " pixels can't be read.";
         return false;

@@ -117,19 +117,42 @@ bool writeResultsBlock(ColumnWriter &w, const CardImage &card, const std::vector
     return true;
 }
 
-bool fileExists(const std::string &path)
+// The size of the log before a record is written, so that a record that can't be finished is
+// taken back: a file this record created goes, an appended file keeps what it had, and a replaced
+// file (its old text was gone once it was opened) goes rather than pass for a whole record.
+struct LogBefore
+{
+    bool existed = false;
+    std::uintmax_t size = 0;
+};
+
+LogBefore logBefore(const std::string &path)
 {
     std::error_code ec;
-    return std::filesystem::exists(path, ec);
+    LogBefore before;
+    before.size = std::filesystem::file_size(path, ec);
+    before.existed = !ec;
+    if (ec)
+        before.size = 0;
+    return before;
 }
 
-ScanLogResult finish(TextOut &out, ScanLogResult result, bool written)
+ScanLogResult finish(TextOut &out, ScanLogResult result, bool written, const LogBefore &before, bool appended)
 {
+    const bool opened = out.isOpen();
     const bool closed = out.close();
     result.Written = true;
     result.Ok = written && closed;
-    if (!result.Ok)
+    if (!result.Ok) {
         result.Error = out.errorString();
+        std::error_code ec;
+        if (!opened || !std::filesystem::is_regular_file(result.Path, ec))
+            return result;
+        if (appended && before.existed)
+            std::filesystem::resize_file(result.Path, before.size, ec);
+        else
+            std::filesystem::remove(result.Path, ec);
+    }
     return result;
 }
 
@@ -154,11 +177,12 @@ ScanLogResult ScanLog::writeScanRecord(int cardIndex, const ScanHues &hues) cons
         return result;
     const CardImage &card = mWs.Card(cardIndex);
     result.Path = PathFor(card.FullPath);
-    const bool isNew = !fileExists(result.Path);
+    const LogBefore before = logBefore(result.Path);
+    const bool isNew = !before.existed;
 
     TextOut out;
     if (!out.open(result.Path, mWs.Append ? TextOut::Mode::Append : TextOut::Mode::Overwrite))
-        return finish(out, result, false);
+        return finish(out, result, false, before, mWs.Append);
     ColumnWriter w(out);
     bool ok = true;
     if (isNew || !mWs.Append)
@@ -167,7 +191,7 @@ ScanLogResult ScanLog::writeScanRecord(int cardIndex, const ScanHues &hues) cons
         ok = writeSprayBlock(w, mWs, mSeparator);
     ok = ok && writeScanBlock(w, mWs, card, hues, mSeparator)
         && writeResultsBlock(w, card, card.SizeTable, card.AreaCm2, mSeparator) && w.line();
-    return finish(out, result, ok);
+    return finish(out, result, ok, before, mWs.Append);
 }
 
 ScanLogResult ScanLog::writeSizeRangeRecord(int cardIndex) const
@@ -176,10 +200,11 @@ ScanLogResult ScanLog::writeSizeRangeRecord(int cardIndex) const
     const CardImage &card = mWs.Card(cardIndex);
     const SizeStats &range = mWs.CardRange;
     result.Path = PathFor(card.FullPath);
+    const LogBefore before = logBefore(result.Path);
 
     TextOut out;
     if (!out.open(result.Path, TextOut::Mode::Append))
-        return finish(out, result, false);
+        return finish(out, result, false, before, true);
     ColumnWriter w(out);
     const char sep = mSeparator;
     const int unit = mWs.UnitIndex();
@@ -197,7 +222,7 @@ ScanLogResult ScanLog::writeSizeRangeRecord(int cardIndex) const
                         + FormatNumber(deposit, "0.000", sep) + " "
                         + mWs.DepositUnit[static_cast<size_t>(unit)])
         && writeResultsBlock(w, card, range.Classes, range.AreaCm2, sep) && w.line();
-    return finish(out, result, ok);
+    return finish(out, result, ok, before, true);
 }
 
 } // namespace velmara

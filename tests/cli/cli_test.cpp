@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -51,7 +52,9 @@ std::string capture(const std::string &cmd, int *status = nullptr)
 CliRun runCli(const std::string &args, const fs::path &dir)
 {
     CliRun r;
-    r.out = capture(std::string(VELMARA_CLI) + " " + args + " 2>" + (dir / "stderr.txt").string(), &r.status);
+    // A run that waits for ever fails the test instead of hanging it (status 124).
+    r.out = capture("timeout 60 " + std::string(VELMARA_CLI) + " " + args + " 2>" + (dir / "stderr.txt").string(),
+                    &r.status);
     r.err = readFile(dir / "stderr.txt");
     return r;
 }
@@ -95,7 +98,9 @@ protected:
 TEST_F(CliTest, UsageErrorsExitTwoWithOneLine)
 {
     for (const char *args : {"", "frobnicate x.bmp", "scan", "scan --hue 9:3 a.bmp", "scan --dither maybe a.bmp",
-                             "scan --out r.txt a.bmp", "line --format pdf a.bmp", "scan --dpi 0 a.bmp"}) {
+                             "scan --out r.txt a.bmp", "line --format pdf a.bmp", "scan --dpi 0 a.bmp",
+                             "scan --cells 1,,2 a.bmp", "scan --offset=1 a.bmp", "scan a.bmp --dpi",
+                             "scan --bogus=1 a.bmp", "clip a.bmp", "line --range 5:1 a.bmp"}) {
         const CliRun r = runCli(args, dir);
         EXPECT_EQ(r.status, 2) << args;
         EXPECT_TRUE(r.out.empty()) << args;
@@ -456,4 +461,141 @@ TEST_F(CliSheetTest, StoredTemplatesAreReadNeverWrittenAndTheDefaultFolderIsFres
         EXPECT_EQ(r.status, 1);
         EXPECT_NE(r.err.find("Template 'Column' was not found" + why + file.string() + "'"), std::string::npos) << r.err;
     }
+}
+
+// --- Bad input and awkward situations: the run tells each fault by name, analyses the rest and
+// leaves no broken file behind.
+
+namespace {
+
+// The little-endian TIF at path with the colour map's offset moved past the end of the file.
+void MoveColourMapOff(const fs::path &path)
+{
+    std::string f = readFile(path);
+    const auto u16 = [&](size_t at) { return static_cast<unsigned char>(f[at]) | static_cast<unsigned char>(f[at + 1]) << 8; };
+    const size_t ifd = u16(4) | static_cast<size_t>(u16(6)) << 16;
+    for (int i = 0; i < u16(ifd); ++i)
+        if (u16(ifd + 2 + 12 * i) == 320)
+            f.replace(ifd + 2 + 12 * i + 8, 4, "\xF0\xFF\xFF\x7F");
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << f;
+}
+
+size_t count(const std::string &text, const std::string &what)
+{
+    size_t n = 0;
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++n;
+    return n;
+}
+
+} // namespace
+
+TEST_F(CliTest, BadCardsAreRefusedByNameAndTheOthersAnalysed)
+{
+    const fs::path good = card("good.bmp", 5);
+    fs::create_directory(dir / "folder.bmp");
+    ASSERT_EQ(::mkfifo((dir / "pipe.tif").c_str(), 0600), 0);
+    ASSERT_TRUE(WriteGif(MakeCard(CardSpec{}), (dir / "cut.gif").string()));
+    fs::resize_file(dir / "cut.gif", fs::file_size(dir / "cut.gif") / 2);
+    ASSERT_TRUE(WriteTif(MakeCard(CardSpec{}), (dir / "map.tif").string()));
+    MoveColourMapOff(dir / "map.tif");
+    const std::string longName = std::string(300, 'n') + ".bmp";
+    const std::pair<std::string, std::string> cases[] = {
+        {(dir / "." / "good.bmp").string(), "'good.bmp' has already been opened."},
+        {(dir / "folder.bmp").string(), "'folder.bmp' is a folder, not a picture file."},
+        {(dir / "pipe.tif").string(), "'pipe.tif' is not a regular file."},
+        {(dir / "cut.gif").string(), "cut.gif: The GIF file is truncated or damaged"},
+        {(dir / "map.tif").string(), "The TIF file 'map.tif' is damaged: IO error during reading of \"ColorMap\"."},
+        {(dir / longName).string(), "The file name is too long"},
+    };
+    std::string files = good.string();
+    for (const auto &[file, message] : cases)
+        files += " " + file;
+    const CliRun r = runCli("scan --json --no-log " + base() + files, dir);
+    EXPECT_EQ(r.status, 0) << r.err;
+    for (const auto &[file, message] : cases)
+        EXPECT_NE(r.err.find(message), std::string::npos) << file << ":\n" << r.err;
+    EXPECT_EQ(count(r.err, "\n"), std::size(cases)) << "one line each:\n" << r.err;
+    EXPECT_EQ(count(r.out, "\"FileName\":\"good.bmp\",\"FullPath\""), 1u) << "the card counts once";
+    EXPECT_NE(r.out.find("\"StainCount\":5"), std::string::npos);
+}
+
+// The results file refuses a swath that is not a number, as the desktop program does; the run
+// still ends in one line, with its summary and the rate factor counted as for no swath.
+TEST_F(CliTest, ASwathThatIsNotANumberIsToldNotAborted)
+{
+    std::ofstream(settings, std::ios::binary) << "[SprayInfo]\r\nAC_Swath=abc\r\n";
+    const std::string files = card("a.bmp", 6).string() + " " + card("b.bmp", 9).string() + " "
+        + card("c.bmp", 14).string();
+    const std::string note = "Aircraft swath 'abc' is not a number: counted as none given (rate factor 1)";
+    for (const std::string json : {"--json ", ""}) {
+        const CliRun r = runCli("line --no-log " + json + "--out " + (dir / "r.txt").string() + " " + base() + files, dir);
+        EXPECT_EQ(r.status, 1) << r.err;
+        EXPECT_EQ(count(r.err, "\n"), 1u) << r.err;
+        EXPECT_NE(r.out.find(note), std::string::npos) << r.out.substr(0, 300);
+        if (!json.empty())
+            EXPECT_EQ(count(r.out, "\"RateFactor\":1,"), 2u);
+    }
+}
+
+// The full-disk cases need a small file system of their own.
+class CliFullDiskTest : public CliTest
+{
+protected:
+    void SetUp() override
+    {
+        CliTest::SetUp();
+        if (::geteuid() != 0)
+            GTEST_SKIP() << "a full disk is made as a small tmpfs, which needs root";
+        full = dir / "full";
+        fs::create_directories(full);
+        if (std::system(("mount -t tmpfs -o size=256k velmara-full " + full.string()).c_str()) != 0)
+            GTEST_SKIP() << "no tmpfs could be mounted for a full disk";
+        mounted = true;
+    }
+    void TearDown() override
+    {
+        if (mounted)
+            std::system(("umount " + full.string()).c_str());
+        CliTest::TearDown();
+    }
+    // Fills the file system to the last byte.
+    void fill()
+    {
+        std::ofstream filler(full / "filler", std::ios::binary);
+        const std::string block(4096, 'f');
+        while (filler.write(block.data(), static_cast<std::streamsize>(block.size())))
+            filler.flush();
+    }
+
+    fs::path full;
+    bool mounted = false;
+};
+
+TEST_F(CliFullDiskTest, FilesThatCannotBeFinishedAreTakenBackAndEarlierLogsKept)
+{
+    fs::copy_file(card("a.bmp", 6), full / "a.bmp");
+    fs::copy_file(card("b.bmp", 9), full / "b.bmp");
+    // Nearly a whole page, so that the appended record cannot hide in the page's slack.
+    const std::string earlier = "Velmara -- earlier record\r\n" + std::string(4060, '-') + "\r\n";
+    std::ofstream(full / "a.scn", std::ios::binary) << earlier;
+    auto cards = NineCards();
+    cards.resize(3);
+    ASSERT_TRUE(WriteBmp(LetterSheet(cards), (dir / "sheet.bmp").string()));
+    fill();
+
+    // Append on: a's log keeps what it had; b's log, new, is not left empty.
+    std::ofstream(settings, std::ios::binary) << "[Prefs]\r\nAppend=True\r\n";
+    CliRun r = runCli("scan " + base() + (full / "a.bmp").string() + " " + (full / "b.bmp").string(), dir);
+    EXPECT_EQ(r.status, 0) << "the cards were analysed: " << r.err;
+    EXPECT_NE(r.err.find("the scan log could not be written"), std::string::npos) << r.err;
+    EXPECT_EQ(readFile(full / "a.scn"), earlier);
+    EXPECT_FALSE(fs::exists(full / "b.scn"));
+
+    r = runCli("clip " + base() + "--template '<Default>' --sheet-dpi 80 --clip-dir " + (full / "clips").string() + " "
+                   + (dir / "sheet.bmp").string(),
+               dir);
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("clip01.bmp' could not be written"), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(full / "clips" / "clip01.bmp"));
 }

@@ -309,24 +309,48 @@ TEST_F(DecodeFixture, CancelLeavesTheCardLoadedAndTheNextPassStartsAfresh)
     EXPECT_EQ(ws.Card(i).Pixels.size(), 37u);
 }
 
-TEST_F(DecodeFixture, AVanishedOrShortenedFileLeavesTheCardLoaded)
+TEST_F(DecodeFixture, AFileGoneCutOrReplacedSinceLoadingLeavesTheCardLoaded)
 {
     const IndexedImage im = MakeImage(6, 6, 4, 0);
-    const int gone = add("gone.bmp", im);
-    const int cut = add("cut.bmp", im);
-    const int fine = add("fine.bmp", im);
-    std::filesystem::remove(dir.file("gone.bmp"));
-    WriteBytes(dir.file("cut.bmp"), Bmp(im, {}, 54 + 16 + 20));
-
-    DecodeResult r = decode(gone);
-    EXPECT_FALSE(r.Ok);
-    EXPECT_EQ(r.Message, "File not found");
-    EXPECT_FALSE(ws.Card(gone).PixelsReady);
-    r = decode(cut);
-    EXPECT_EQ(r.Message, "The file is shorter than its header says; it may be truncated.");
-    EXPECT_FALSE(ws.Card(cut).PixelsReady);
-    EXPECT_TRUE(decode(fine).Ok);
-    EXPECT_EQ(DecodeCard(ws, 9, answers).Message, "Subscript out of range");
+    const std::string changed = "The picture has changed since it was loaded.";
+    Bytes moved = Bmp(im); // the same picture with a gap before its pixels
+    moved.insert(moved.begin() + 54 + 16, 4, Byte{0});
+    Put32(moved, 10, 54 + 16 + 4);
+    Bytes longer = Bmp(im);
+    longer.push_back(0);
+    ASSERT_TRUE(cardgen::WriteGif(MakeImage(6, 6, 256, 1), dir.file("other.gif")));
+    const struct
+    {
+        const char *name;
+        Bytes now; // empty: the file is gone
+        std::string message;
+    } cases[] = {
+        {"gone.bmp", {}, "File not found"},
+        {"cut.bmp", Bmp(im, {}, 54 + 16 + 20), "The file is shorter than its header says; it may be truncated."},
+        {"wider.bmp", Bmp(MakeImage(8, 6, 4, 0)), changed},
+        {"taller.bmp", Bmp(MakeImage(6, 9, 4, 0)), changed},
+        {"deeper.bmp", Bmp(im, {{28, 24}}), changed},
+        {"moved.bmp", moved, changed},
+        {"longer.bmp", longer, changed},
+        {"same.gif", ReadBytes(dir.file("other.gif")), changed},
+    };
+    ASSERT_TRUE(cardgen::WriteGif(im, dir.file("same.gif")));
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        const int i = std::string(c.name).ends_with(".gif") ? LoadImage(ws, c.name, dir.folder()).CardIndex
+                                                              : add(c.name, im);
+        ASSERT_GT(i, 0);
+        if (c.now.empty())
+            std::filesystem::remove(dir.file(c.name));
+        else
+            WriteBytes(dir.file(c.name), c.now);
+        const DecodeResult r = decode(i);
+        EXPECT_FALSE(r.Ok);
+        EXPECT_EQ(r.Message, c.message);
+        EXPECT_FALSE(ws.Card(i).PixelsReady);
+    }
+    EXPECT_TRUE(decode(add("fine.bmp", im)).Ok);
+    EXPECT_EQ(DecodeCard(ws, 99, answers).Message, "Subscript out of range");
 }
 
 TEST_F(DecodeFixture, GifAndTifGiveTheSameTablesAndPixelsAsTheBitmap)

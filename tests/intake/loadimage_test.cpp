@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+
 using namespace velmara;
 using namespace velmara::test;
 
@@ -76,9 +79,12 @@ TEST_F(LoadFixture, GifAndTifRegisterFromTheirHeadersAndEndingsAreCaseBlind)
     ASSERT_TRUE(cardgen::WriteTif(im, dir.file("c.tif")));
     Bytes lower = ReadBytes(dir.file("c.gif"));
     lower[0] = 'g'; // the signature is compared in lower case
+    // A resolution tag that can't be read changes no pixel: its warning stays hidden.
+    const Bytes badResolution = PatchTifTag(ReadBytes(dir.file("c.tif")), 282, 0x7FFFFFF0);
     // Merely ending in the letters passes.
     for (const std::string &name : {std::string("c.gif"), std::string("c.tif"), put("lower.gif", lower),
-                                    put("UPPER.BMP", Bmp(im)), put("nodotbmp", Bmp(im))}) {
+                                    put("UPPER.BMP", Bmp(im)), put("nodotbmp", Bmp(im)),
+                                    put("res.tif", badResolution)}) {
         SCOPED_TRACE(name);
         const LoadResult r = load(name);
         ASSERT_TRUE(r.Ok) << r.Message;
@@ -96,12 +102,27 @@ TEST_F(LoadFixture, RefusalsNameTheFaultAndAddNoCard)
     ASSERT_TRUE(cardgen::WriteGif(MakeImage(4, 4, 256), dir.file("eight.gif")));
     Bytes badGif = ReadBytes(dir.file("eight.gif"));
     badGif[3] = 'x'; // "GIFx9a"
+    // A colour map past the end of the file, or cut by it: read without it, the card would be grey.
+    ASSERT_TRUE(cardgen::WriteTif(im, dir.file("map.tif")));
+    const Bytes tif = ReadBytes(dir.file("map.tif"));
+    const std::string badMap = "' is damaged: IO error during reading of \"ColorMap\".";
+    std::filesystem::create_directory(dir.file("folder.bmp"));
+    // Held open for writing and reading, so that a reader that waited for a writer would not hang.
+    ASSERT_EQ(::mkfifo(dir.file("pipe.gif").c_str(), 0600), 0);
+    const int pipeHeld = ::open(dir.file("pipe.gif").c_str(), O_RDWR | O_NONBLOCK);
     const std::string truncated = "Error: The file is shorter than its header says; it may be truncated.";
     const std::pair<std::string, std::string> cases[] = {
         {put("scan.tiff", Bmp(im)), "'scan.tiff' is an unsupported file type."},
         {put("notes.txt", Bmp(im)), "'notes.txt' is an unsupported file type."},
         {put("mp", Bmp(im)), "'mp' is an unsupported file type."},
         {"good.bmp", "'good.bmp' has\ralready been opened."},
+        {"./good.bmp", "'good.bmp' has\ralready been opened."},
+        {"folder.bmp", "'folder.bmp' is a folder, not a picture file."},
+        {"pipe.gif", "'pipe.gif' is not a regular file."},
+        {std::string(300, 'n') + ".bmp", "Error: The file name is too long"},
+        {put("far.tif", PatchTifTag(tif, 320, 0x7FFFFFF0)), "Error: The TIF file 'far.tif" + badMap},
+        {put("cutmap.tif", PatchTifTag(tif, 320, static_cast<long>(tif.size()) - 100)),
+         "Error: The TIF file 'cutmap.tif" + badMap},
         {put("deep.bmp", Bmp(im, {{28, 24}})), "This file is encoded at 24 bits per\rpixel and cannot be analysed."},
         {"seven.gif", "This file is encoded at 7 bits per\rpixel and cannot be analysed."},
         {"rgb.tif", "This file is encoded at 24 bits per\rpixel and cannot be analysed."},
@@ -126,6 +147,7 @@ TEST_F(LoadFixture, RefusalsNameTheFaultAndAddNoCard)
     put("text.tif", Bytes(100, 'z'));
     EXPECT_EQ(refusal("text.tif").rfind("Error: ", 0), 0u);
     EXPECT_EQ(ws.CardCount(), 1);
+    ::close(pipeHeld);
 }
 
 TEST_F(LoadFixture, TheSameNameInAnotherFolderLoads)

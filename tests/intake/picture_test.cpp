@@ -169,6 +169,36 @@ TEST(PictureGifTif, OtherDepthsAreReadForSheetsAndRefusedForCards)
     EXPECT_EQ(std::make_tuple(info.BitsPerPixel, info.Width, info.Height), std::make_tuple(24, 4, 3));
 }
 
+TEST(PictureGifTif, CutOrPaddedGifsAreRefusedBeforeTheirScreenIsAllocated)
+{
+    TempFolder dir;
+    ASSERT_TRUE(cardgen::WriteGif(Pattern(300, 200, 256), dir.file("p.gif")));
+    const Bytes gif = ReadBytes(dir.file("p.gif"));
+    // A screen of 864 million pixels and a comment that makes the file big enough to seem to
+    // hold it: only the image's own data counts.
+    Bytes padded(gif.begin(), gif.begin() + 13 + 768);
+    padded[6] = 0x00, padded[7] = 0x7D, padded[8] = 0x78, padded[9] = 0x69; // 32000 by 27000
+    padded.insert(padded.end(), {0x21, 0xFE});
+    for (int block = 0; block < 1720; ++block) {
+        padded.push_back(255);
+        padded.insert(padded.end(), 255, 'x');
+    }
+    padded.push_back(0);
+    padded.insert(padded.end(), gif.begin() + 13 + 768, gif.end());
+    const std::string damaged = "The GIF file is truncated or damaged";
+    const std::pair<Bytes, std::string> cases[] = {
+        {Bytes(gif.begin(), gif.begin() + 400), damaged},                  // in the colour table
+        {Bytes(gif.begin(), gif.begin() + 13 + 768 + 30), damaged},        // in the image's data
+        {Bytes(gif.begin(), gif.end() - gif.size() / 3), damaged},
+        {padded, "The GIF's screen of 32000 by 27000 pixels is far more than its picture data can fill; "
+                 "the file is damaged."},
+    };
+    for (const auto &[bytes, message] : cases) {
+        WriteBytes(dir.file("x.gif"), bytes);
+        EXPECT_EQ(Refusal(dir.file("x.gif")).substr(0, message.size()), message) << bytes.size();
+    }
+}
+
 TEST(PictureGifTif, AGifImageSmallerThanItsScreenStandsOnTheBackgroundColour)
 {
     TempFolder dir;

@@ -67,6 +67,19 @@ inline Bytes Bmp(const IndexedImage &im, std::initializer_list<std::pair<size_t,
     return f;
 }
 
+// A little-endian TIF with the value (or value offset) of tag in its first directory replaced.
+inline Bytes PatchTifTag(Bytes f, int tag, long value)
+{
+    const size_t ifd = f[4] | f[5] << 8 | f[6] << 16 | static_cast<size_t>(f[7]) << 24;
+    const int entries = f[ifd] | f[ifd + 1] << 8;
+    for (int i = 0; i < entries; ++i) {
+        const size_t at = ifd + 2 + 12 * static_cast<size_t>(i);
+        if ((f[at] | f[at + 1] << 8) == tag)
+            Put32(f, at + 8, value);
+    }
+    return f;
+}
+
 inline void WriteBytes(const std::string &path, const Bytes &bytes)
 {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
