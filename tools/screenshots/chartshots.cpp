@@ -105,8 +105,8 @@ bool SaveChartShots(const QDir &out, int width, int height)
         const QString path = dir.filePath(QStringLiteral("red.bmp"));
         cardgen::WriteBmp(cardgen::MakeCard(spec), path.toStdString());
         window.loadChosenFiles({path});
-        QTest::mouseClick(window.btnScanColour, Qt::LeftButton);
-        ok &= saveShot(*window.HistogramPic, out, "g1-histogram-pure-red");
+        QTest::mouseClick(window.findChild<QPushButton *>("btnScanColour"), Qt::LeftButton);
+        ok &= saveShot(*window.findChild<PictureBox *>("HistogramPic"), out, "g1-histogram-pure-red");
         ok &= saveShot(window, out, "g2-window-pure-red");
     }
 
