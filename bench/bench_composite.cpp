@@ -136,12 +136,13 @@ void BM_EnterView(benchmark::State &state)
     window.resize(1024, 768);
     window.show();
     fillLine(ws, static_cast<int>(state.range(0)), 40);
-    window.CompositeCheck->setVisible(true);
+    QCheckBox *composite = window.findChild<QCheckBox *>("CompositeCheck");
+    composite->setVisible(true);
     for (auto _ : state) {
-        window.CompositeCheck->click();
+        composite->click();
         QApplication::processEvents();
         state.PauseTiming();
-        window.CompositeCheck->click();
+        composite->click();
         QApplication::processEvents();
         state.ResumeTiming();
     }
