@@ -1,6 +1,7 @@
 #include "cli/options.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdlib>
 #include <string_view>
 #include <vector>
@@ -22,7 +23,8 @@ bool parseDouble(const std::string &text, double &out)
         return false;
     char *end = nullptr;
     out = std::strtod(text.c_str(), &end);
-    return end == text.c_str() + text.size();
+    // "nan", "inf" and overflowing texts read as numbers but no range or offset can use them.
+    return end == text.c_str() + text.size() && std::isfinite(out);
 }
 
 bool splitPair(const std::string &text, std::string &a, std::string &b)

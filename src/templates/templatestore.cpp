@@ -264,8 +264,12 @@ bool TemplateStore::write(const std::vector<CardTemplate> &list)
     }
     TextOut out;
     bool ok = out.open(mPath, TextOut::Mode::Overwrite);
-    for (size_t i = 1; ok && i < list.size(); ++i)
-        ok = out.writeLine(formatLine(list[i]));
+    // The store's own code page table, so that every name reads back as it was written (the five
+    // bytes the code page leaves undefined included).
+    for (size_t i = 1; ok && i < list.size(); ++i) {
+        const std::optional<std::string> bytes = Utf8ToCp1252(formatLine(list[i]));
+        ok = bytes && out.writeBytes(*bytes) && out.endLine();
+    }
     ok = out.close() && ok;
     if (!ok)
         mError = out.errorString();

@@ -65,7 +65,8 @@ protected:
     void SetUp() override
     {
         dir = fs::temp_directory_path()
-            / ("velmara-cli-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+            / ("velmara-cli-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + "-"
+               + std::to_string(::getpid()));
         fs::remove_all(dir);
         fs::create_directories(dir);
         settings = dir / "settings.ini";
@@ -100,7 +101,8 @@ TEST_F(CliTest, UsageErrorsExitTwoWithOneLine)
     for (const char *args : {"", "frobnicate x.bmp", "scan", "scan --hue 9:3 a.bmp", "scan --dither maybe a.bmp",
                              "scan --out r.txt a.bmp", "line --format pdf a.bmp", "scan --dpi 0 a.bmp",
                              "scan --cells 1,,2 a.bmp", "scan --offset=1 a.bmp", "scan a.bmp --dpi",
-                             "scan --bogus=1 a.bmp", "clip a.bmp", "line --range 5:1 a.bmp"}) {
+                             "scan --bogus=1 a.bmp", "clip a.bmp", "line --range 5:1 a.bmp", "line --range nan:1 a.bmp",
+                             "clip --offset 1e9991:0.2 a.bmp"}) {
         const CliRun r = runCli(args, dir);
         EXPECT_EQ(r.status, 2) << args;
         EXPECT_TRUE(r.out.empty()) << args;
