@@ -1,8 +1,10 @@
 // Any command line for velmara-cli, the input's NUL bytes parting the arguments: a usage error
-// that says why, or options inside the bounds the commands rely on.
+// that says why, or options inside the bounds the commands rely on. options.dict gives the fuzzer
+// the option words and number spellings it would hardly guess.
 
 #include "cli/options.h"
 
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
@@ -39,6 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, size_t size)
     bool sound = !o->images.empty() && o->hueLow >= 0 && o->hueLow <= o->hueHigh && o->hueHigh <= 255
                  && resolution(o->dpi) && resolution(o->sheetDpi)
                  && (!o->range || (o->range->first >= 0 && o->range->first <= o->range->second))
+                 && std::isfinite(o->offsetX) && std::isfinite(o->offsetY)
                  && (o->command != Command::Clip || !o->templateName.empty());
     for (int cell : o->cells)
         sound = sound && cell >= 1;
