@@ -1,7 +1,7 @@
 // Any input to the GIF reader, in both depth modes: a clean refusal or a picture whose
 // buffers match its size, never a crash, a hang or an unbounded allocation.
 
-#include "fuzzfile.h"
+#include "readercheck.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, size_t size)
 {
