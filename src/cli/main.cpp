@@ -17,7 +17,7 @@
 #include <filesystem>
 #include <iostream>
 
-#if VELMARA_HAVE_VIEWS && __has_include("views/pdfreport.h")
+#if VELMARA_HAVE_VIEWS
 #include "views/pdfreport.h"
 #include <QGuiApplication>
 #define VELMARA_CLI_PDF 1

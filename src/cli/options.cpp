@@ -245,7 +245,7 @@ std::optional<Options> ParseOptions(int argc, char **argv, std::string &error)
 
 std::string HelpText()
 {
-#if VELMARA_HAVE_VIEWS && __has_include("views/pdfreport.h")
+#if VELMARA_HAVE_VIEWS
     const std::string reportOption = "  --report FILE.pdf      also write the four-page printed report as PDF\n";
 #else
     const std::string reportOption; // built without Qt: no PDF report
