@@ -7,7 +7,7 @@
 // in double quotes with backslash escapes. Only a value that starts and ends with a double quote is
 // unquoted on reading, so hand-written paths with backslashes and comments with commas, quotes or
 // percent signs read back exactly as they stand. Sections and keys match without regard to ASCII
-// case, as the names of the original per-user store did.
+// case, so that a hand-edited file with "prefs" for "Prefs" still reads.
 
 #include <optional>
 #include <string>

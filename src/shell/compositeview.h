@@ -93,7 +93,6 @@ private:
     void leave();
     void setDependentControls(bool ticked);
     bool openPositionDialog(CardPosMode mode);
-    void placeLinesAndStatistics();
     void hideCallouts();
     // The picture changed size: the tab on show is drawn again at once.
     void redrawAtNewSize();

@@ -96,7 +96,6 @@ protected:
 private:
     void buildControls();
     void layoutControls(int pictureWidth);
-    void scalePicture();
     void pictureClicked(QPoint pixel);
     void paintPicture(QPainter &painter);
     CardTemplate currentTemplate() const;

@@ -26,10 +26,7 @@ public:
     QComboBox *resCombo() const { return ResCombo; }
     QLabel *conversionLabel() const { return ConversionLabel; }
     QLineEdit *spreadBox(int i) const { return SpreadText[static_cast<size_t>(i)]; }
-    QLineEdit *roundnessBox() const { return txtRoundness; }
     QLineEdit *huesBox() const { return txtHues; }
-    QCheckBox *logCheck() const { return LogCheck; }
-    QPushButton *viewSprayButton() const { return ViewSprayButton; }
     QPushButton *acceptButton() const { return AcceptButton; }
 
 private:

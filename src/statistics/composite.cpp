@@ -49,7 +49,7 @@ void CalcCompositeAll(Workspace &ws)
     long long lastBin = BinOf(all.MaxDiameter);
     if (lastBin > 2147483647LL)
         lastBin = 0;
-    // Long bins in the original sense; 64 bits here so that no sum of counts can wrap.
+    // 64-bit bins, so that no sum of counts can wrap.
     std::vector<std::int64_t> bins(static_cast<size_t>(std::max(lastBin, 0LL)) + 1, 0);
     for (int k = 1; k <= n; ++k) {
         const CardImage &card = ws.Card(k);

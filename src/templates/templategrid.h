@@ -51,15 +51,10 @@ public:
     // The seven template fields (the name is kept for messages). Counts outside 1 to 5 are held
     // to that range, as the settings never hand out more cells than the grid has.
     void setTemplate(const CardTemplate &t);
-    const CardTemplate &cardTemplate() const { return mTemplate; }
     int cellCount() const { return mTemplate.NumH * mTemplate.NumV; }
 
     // The scan's size in pixels. The picture object holds it in hundredths of a millimetre.
     void setPictureSize(int widthPx, int heightPx);
-    int pictureWidthPx() const { return mWidthPx; }
-    int pictureHeightPx() const { return mHeightPx; }
-    Long pictureWidthHiMetric() const { return mWidthHiMetric; }
-    Long pictureHeightHiMetric() const { return mHeightHiMetric; }
     // Pixels to hundredths of a millimetre at 96 pixels per inch: px x 2540 / 96 as a whole
     // number, halves rounded up as the platform's conversion does.
     static Long PixelsToHiMetric(int px);

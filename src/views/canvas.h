@@ -43,7 +43,6 @@ public:
     double lengthToPixelsX(double w) const { return w * mPixelWidth / mScale.Width; }
     double lengthToPixelsY(double h) const { return h * mPixelHeight / mScale.Height; }
     double toUserX(double px) const { return mScale.Left + px * mScale.Width / mPixelWidth; }
-    double toUserY(double py) const { return mScale.Top + py * mScale.Height / mPixelHeight; }
 
     virtual void clear(QRgb background) = 0;
     // Filled box between two pixel corners, both included.

@@ -288,6 +288,7 @@ TEST_F(DialogForms, SprayCommentLimitAndPositionRefusedAtAccept)
     EXPECT_EQ(Focused(), position);
     EXPECT_TRUE(ws.Spray.Sample_Position1.empty());
 
+    Settle(); // the box selects its text once the focus is back, as a person would see it
     Type("-5E");
     EXPECT_EQ(form.result(), QDialog::Accepted);
     EXPECT_EQ(ws.Spray.Sample_Position1, "-5");
