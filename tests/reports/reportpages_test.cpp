@@ -1,7 +1,7 @@
 #include "reports/reportpages.h"
 
 #include "core/numberform.h"
-#include "reports/recordingreportcanvas.h"
+#include "support/recordingreportcanvas.h"
 #include "statistics/line.h"
 #include "sampleline.h"
 

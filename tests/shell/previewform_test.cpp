@@ -1,7 +1,7 @@
 #include "shell/previewform.h"
 
 #include "dialogs/settingsaccess.h"
-#include "reports/recordingreportcanvas.h"
+#include "support/recordingreportcanvas.h"
 #include "reports/reportpages.h"
 #include "reports/sampleline.h"
 #include "shell/commondialogs.h"

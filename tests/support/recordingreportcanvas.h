@@ -1,6 +1,6 @@
 #pragma once
-// A report canvas that keeps every drawing call with the state it was made in, so that tests and
-// benchmarks can check the pages' layout without any device.
+// A report canvas that keeps every drawing call with the state it was made in, so that tests can
+// check the pages' layout without any device.
 
 #include "reports/reportcanvas.h"
 

@@ -1,4 +1,4 @@
-#include "reports/recordingreportcanvas.h"
+#include "support/recordingreportcanvas.h"
 
 #include <algorithm>
 
