@@ -213,7 +213,7 @@ bool writeReport(const Options &o, Session &session, LineFiles &files)
 }
 #endif
 
-void printLineJson(const Options &o, Session &session, const LineFiles &files)
+void printLineJson(const Options &o, Session &session, const LineFiles &files, const std::string &swathNote)
 {
     const Workspace &ws = session.workspace();
     JsonWriter json;
@@ -234,8 +234,8 @@ void printLineJson(const Options &o, Session &session, const LineFiles &files)
     else
         json.null();
     writeSwathJson(json, ws);
-    if (const std::string note = SwathNote(ws); !note.empty())
-        json.field("SwathNote", OneLine(note));
+    if (!swathNote.empty())
+        json.field("SwathNote", OneLine(swathNote));
     json.key("ResultsFile");
     json.beginObject();
     json.field("Path", files.resultsPath);
@@ -250,7 +250,7 @@ void printLineJson(const Options &o, Session &session, const LineFiles &files)
     std::cout << json.text() << "\n";
 }
 
-void printLineSummary(const Workspace &ws, const LineFiles &files)
+void printLineSummary(const Workspace &ws, const LineFiles &files, const std::string &swathNote)
 {
     const int u = ws.UnitIndex();
     const SizeStats &shown = RangeSelected(ws) ? ws.CompositeRange : ws.CompositeAll;
@@ -274,7 +274,7 @@ void printLineSummary(const Workspace &ws, const LineFiles &files)
                       << FormatNumber(set.Stats[set.Width].Cov * 100.0, "0.0") << "%\n";
         }
     }
-    std::cout << SwathNote(ws);
+    std::cout << swathNote;
     if (files.resultsWritten)
         std::cout << "Results file:       " << files.resultsPath << "\n";
     if (!files.logsAppended.empty())
@@ -288,6 +288,11 @@ int runLine(const Options &o)
     if (!session.prepare(error))
         return fail(error, kExitUsage);
     setLineTexts(o, session);
+    // A swath that is no number counts as none given for the whole line: the figures, the results
+    // file and the report alike, and the summary says so.
+    const std::string swathNote = SwathNote(session.workspace());
+    if (!swathNote.empty())
+        session.workspace().Spray.AC_Swath.clear();
     if (!session.loadInput(error))
         return fail(error);
     session.scanAll();
@@ -316,9 +321,9 @@ int runLine(const Options &o)
     }
 
     if (o.json) {
-        printLineJson(o, session, files);
+        printLineJson(o, session, files, swathNote);
     } else {
-        printLineSummary(ws, files);
+        printLineSummary(ws, files, swathNote);
         if (files.reportWritten && ok)
             std::cout << "Report:             " << o.reportFile << "\n";
     }
