@@ -90,13 +90,3 @@ TEST(ScanImage, CancelledOrUndecodedCardsStayAsTheyWere)
     EXPECT_EQ(ScanImage(ws, 2, NoProgress()).Status, ScanStatus::NotDecoded);
     EXPECT_FALSE(ws.Card(i).Scanned);
 }
-
-TEST(ScanImage, ZeroSpreadFactorIsReported)
-{
-    Workspace ws;
-    ws.SpreadFactor = {0, 0, 0};
-    const int i = AddCard(ws, kTwoStains);
-    const ScanOutcome out = ScanImage(ws, i, NoProgress());
-    EXPECT_TRUE(out.ZeroVolume);
-    EXPECT_EQ(ws.Card(i).Stats.Vmd, 0);
-}

@@ -32,19 +32,6 @@ fs::path ScratchDir(const char *name)
     return dir;
 }
 
-SizeClass Row(Long area, Long count, Single diameter, Single vf, Single cvf, Single nf, Single cnf)
-{
-    SizeClass r;
-    r.AreaPx = area;
-    r.Count = count;
-    r.Diameter = diameter;
-    r.VolumeFraction = vf;
-    r.CumVolumeFraction = cvf;
-    r.NumberFraction = nf;
-    r.CumNumberFraction = cnf;
-    return r;
-}
-
 // Adds a card with the given image size, resolution and the derived sizes as loading makes them.
 int AddCard(Workspace &ws, const fs::path &image, Long width, Long height, Long dpi)
 {
@@ -73,8 +60,8 @@ struct ExampleCard
         index = AddCard(ws, dir / "a1.bmp", 1200, 1860, 1200);
         log = dir / "a1.scn";
         CardImage &c = ws.Card(index);
-        c.SizeTable.push_back(Row(12, 3, 84.123f, 0.0025f, 0.0025f, 0.015f, 0.015f));
-        c.SizeTable.push_back(Row(145, 1, 912.5f, 0.1204f, 1.0f, 0.005f, 1.0f));
+        c.SizeTable.push_back({12, 3, 0, 84.123f, 0.0025f, 0.0025f, 0.015f, 0.015f});
+        c.SizeTable.push_back({145, 1, 0, 912.5f, 0.1204f, 1.0f, 0.005f, 1.0f});
         c.Stats = {456.789, 0.4, 1.5};
         ws.Metric = true;
         ws.LogAnalysis = true;
@@ -87,9 +74,16 @@ struct ExampleCard
     }
 };
 
+// A scratch folder named after the test, holding the example card.
+struct ScanLogTest : ::testing::Test
+{
+    const fs::path dir = ScratchDir(::testing::UnitTest::GetInstance()->current_test_info()->name());
+    ExampleCard ex{dir};
+};
+
 } // namespace
 
-TEST(ScanLog, PathReplacesLastThreeCharacters)
+TEST(ScanLogPath, ReplacesLastThreeCharacters)
 {
     EXPECT_EQ(ScanLog::PathFor("/cards/a1.bmp"), "/cards/a1.scn");
     EXPECT_EQ(ScanLog::PathFor("/x/card.tiff"), "/x/card.tscn");
@@ -97,10 +91,8 @@ TEST(ScanLog, PathReplacesLastThreeCharacters)
     EXPECT_EQ(ScanLog::PathFor("ab"), "scn");
 }
 
-TEST(ScanLog, OverwriteWritesHeadSprayScanAndWorkedRows)
+TEST_F(ScanLogTest, OverwriteWritesHeadSprayScanAndWorkedRows)
 {
-    const fs::path dir = ScratchDir("overwrite");
-    ExampleCard ex(dir);
     const ScanLogResult r = ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false});
     EXPECT_TRUE(r.Ok && r.Written) << r.Error;
     EXPECT_EQ(ReadBytes(ex.log), Expected("overwrite_spray_metric.scn"));
@@ -110,10 +102,8 @@ TEST(ScanLog, OverwriteWritesHeadSprayScanAndWorkedRows)
     EXPECT_EQ(ReadBytes(ex.log), Expected("overwrite_spray_metric.scn"));
 }
 
-TEST(ScanLog, AppendAddsRecordWithoutHeadThenOverwriteStartsAgain)
+TEST_F(ScanLogTest, AppendAddsRecordWithoutHeadThenOverwriteStartsAgain)
 {
-    const fs::path dir = ScratchDir("append");
-    ExampleCard ex(dir);
     ASSERT_TRUE(ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false}).Ok);
 
     // Scanned again with nothing found: the table empties, the earlier results stay on the card.
@@ -129,9 +119,8 @@ TEST(ScanLog, AppendAddsRecordWithoutHeadThenOverwriteStartsAgain)
     EXPECT_EQ(ReadBytes(ex.log), Expected("overwrite_after_append.scn"));
 }
 
-TEST(ScanLog, AppendWithoutFileWritesHeadAndNoDrops)
+TEST_F(ScanLogTest, AppendWithoutFileWritesHeadAndNoDrops)
 {
-    const fs::path dir = ScratchDir("fresh");
     Workspace ws;
     ws.Append = true;
     const int i = AddCard(ws, dir / "b2.bmp", 600, 900, 600);
@@ -140,10 +129,8 @@ TEST(ScanLog, AppendWithoutFileWritesHeadAndNoDrops)
     EXPECT_EQ(ReadBytes(dir / "b2.scn"), Expected("append_new_no_drops.scn"));
 }
 
-TEST(ScanLog, NothingWrittenWhileLoggingIsOff)
+TEST_F(ScanLogTest, NothingWrittenWhileLoggingIsOff)
 {
-    const fs::path dir = ScratchDir("off");
-    ExampleCard ex(dir);
     ex.ws.LogAnalysis = false;
     const ScanLogResult r = ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false});
     EXPECT_TRUE(r.Ok);
@@ -151,10 +138,8 @@ TEST(ScanLog, NothingWrittenWhileLoggingIsOff)
     EXPECT_FALSE(fs::exists(ex.log));
 }
 
-TEST(ScanLog, SizeRangeRecordAppendsAfterTheScan)
+TEST_F(ScanLogTest, SizeRangeRecordAppendsAfterTheScan)
 {
-    const fs::path dir = ScratchDir("range");
-    ExampleCard ex(dir);
     ASSERT_TRUE(ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false}).Ok);
 
     ex.ws.RangeLow = 50;
@@ -168,10 +153,8 @@ TEST(ScanLog, SizeRangeRecordAppendsAfterTheScan)
     EXPECT_EQ(ReadBytes(ex.log), Expected("size_range_after_scan.scn"));
 }
 
-TEST(ScanLog, SizeRangeRecordCreatesLogWithoutHeadAndHonoursCardsNoDrops)
+TEST_F(ScanLogTest, SizeRangeRecordCreatesLogWithoutHeadAndHonoursCardsNoDrops)
 {
-    const fs::path dir = ScratchDir("range_new");
-    ExampleCard ex(dir);
     ex.ws.Append = false; // the size-range record appends whatever Append says
     ex.ws.CardRange.Classes.push_back(ex.ws.Card(ex.index).SizeTable[1]);
     ex.ws.CardRange.AreaCm2 = 10;
@@ -184,12 +167,10 @@ TEST(ScanLog, SizeRangeRecordCreatesLogWithoutHeadAndHonoursCardsNoDrops)
     EXPECT_EQ(text.find("84.123"), std::string::npos);
 }
 
-TEST(ScanLog, DepositUsesDoubleFactorInScanAndSingleFactorInRange)
+TEST_F(ScanLogTest, DepositUsesDoubleFactorInScanAndSingleFactorInRange)
 {
     // 1.36800003 (the Single) and 1.368 (the Double) round this density to different thousandths.
     const double density = 2.05249997 / 1.368;
-    const fs::path dir = ScratchDir("factor");
-    ExampleCard ex(dir);
     ex.ws.Metric = false;
     ex.ws.LogSprayInfo = false;
     ex.ws.Card(ex.index).Stats.VolumeDensity = density;
@@ -203,10 +184,8 @@ TEST(ScanLog, DepositUsesDoubleFactorInScanAndSingleFactorInRange)
               std::string::npos);
 }
 
-TEST(ScanLog, LocaleSeparatorReachesEveryDecimal)
+TEST_F(ScanLogTest, LocaleSeparatorReachesEveryDecimal)
 {
-    const fs::path dir = ScratchDir("comma");
-    ExampleCard ex(dir);
     ASSERT_TRUE(ScanLog(ex.ws, ',').writeScanRecord(ex.index, {30, 200, false}).Ok);
     const std::string text = ReadBytes(ex.log);
     EXPECT_NE(text.find("1,5 + 0,56d + -0,2d\xB2"), std::string::npos);
@@ -214,10 +193,8 @@ TEST(ScanLog, LocaleSeparatorReachesEveryDecimal)
     EXPECT_NE(text.find("84,123        0,25"), std::string::npos);
 }
 
-TEST(ScanLog, WideCountMovesRestOfRowToNextLine)
+TEST_F(ScanLogTest, WideCountMovesRestOfRowToNextLine)
 {
-    const fs::path dir = ScratchDir("wide");
-    ExampleCard ex(dir);
     ex.ws.LogSprayInfo = false;
     ex.ws.Card(ex.index).SizeTable[1].Count = 1234567890; // its Tab target, 5, lies behind
     ASSERT_TRUE(ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false}).Ok);
@@ -226,10 +203,8 @@ TEST(ScanLog, WideCountMovesRestOfRowToNextLine)
               std::string::npos);
 }
 
-TEST(ScanLog, UnwritableLogIsReportedAndCardUntouched)
+TEST_F(ScanLogTest, UnwritableLogIsReportedAndCardUntouched)
 {
-    const fs::path dir = ScratchDir("fail");
-    ExampleCard ex(dir);
     fs::create_directory(ex.log); // a folder where the log should go
     const CardImage before = ex.ws.Card(ex.index);
     const ScanLogResult r = ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false});

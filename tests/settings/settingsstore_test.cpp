@@ -48,25 +48,17 @@ protected:
     QTemporaryDir mDir;
 };
 
-class ScopedEnv
+// Sets a variable for one scope and puts back what was there.
+struct ScopedEnv
 {
-public:
-    ScopedEnv(const char *name, const QByteArray &value) : mName(name), mOld(qgetenv(name)), mHad(qEnvironmentVariableIsSet(name))
+    ScopedEnv(const char *name, const QByteArray &value) : name(name), old(qgetenv(name)), had(qEnvironmentVariableIsSet(name))
     {
         qputenv(name, value);
     }
-    ~ScopedEnv()
-    {
-        if (mHad)
-            qputenv(mName, mOld);
-        else
-            qunsetenv(mName);
-    }
-
-private:
-    const char *mName;
-    QByteArray mOld;
-    bool mHad;
+    ~ScopedEnv() { had ? void(qputenv(name, old)) : void(qunsetenv(name)); }
+    const char *name;
+    QByteArray old;
+    bool had;
 };
 
 } // namespace

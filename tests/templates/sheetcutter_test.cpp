@@ -52,13 +52,14 @@ void SelectOnly(TemplateGrid &g, std::initializer_list<int> cells)
         g.setSelected(n, true);
 }
 
-// A fresh folder that is the Workspace's TempDir, and the sheet above.
-struct Cut
+// A fresh folder that is the Workspace's TempDir, the sheet above and the default grid on it.
+struct SheetCut : ::testing::Test
 {
     TestDir dir;
     Workspace ws;
     Picture sheet = IndexedSheet();
-    Cut() { ws.TempDir = dir.dir(); }
+    TemplateGrid grid = SheetGrid(sheet);
+    SheetCut() { ws.TempDir = dir.dir(); }
 
     // The request for the sheet written as sheet.bmp, cut into the folder.
     SheetCutRequest request()
@@ -94,11 +95,8 @@ Picture ReadClip(const std::string &path)
 
 } // namespace
 
-TEST(SheetCut, EightBitSheetKeepsTableAndIndexes)
+TEST_F(SheetCut, EightBitSheetKeepsTableAndIndexes)
 {
-    Cut c;
-    auto &[dir, ws, sheet] = c;
-    TemplateGrid grid = SheetGrid(sheet);
     Recorder rec;
     const CutResult r = CutSheet(ws, sheet, grid, ws.TempDir, &rec);
     EXPECT_TRUE(r.Messages.empty());
@@ -118,11 +116,8 @@ TEST(SheetCut, EightBitSheetKeepsTableAndIndexes)
     EXPECT_EQ(clip5.Data, std::vector<Byte>(30 * 50, 5));
 }
 
-TEST(SheetCut, SkippedCellsConsumeTheirNumbers)
+TEST_F(SheetCut, SkippedCellsConsumeTheirNumbers)
 {
-    Cut c;
-    auto &[dir, ws, sheet] = c;
-    TemplateGrid grid = SheetGrid(sheet);
     SelectOnly(grid, {3});
     EXPECT_EQ(CutSheet(ws, sheet, grid, ws.TempDir).Clips, (std::vector<std::string>{"clip03.bmp"}));
     SelectOnly(grid, {1});
@@ -139,16 +134,14 @@ TEST(SheetCut, SkippedCellsConsumeTheirNumbers)
     EXPECT_EQ(ws.CardCount(), 3);
 }
 
-TEST(SheetCut, QuarterInchCellsAreRefusedByName)
+TEST_F(SheetCut, QuarterInchCellsAreRefusedByName)
 {
-    Cut c;
-    auto &[dir, ws, sheet] = c;
     CardTemplate t = DefaultTemplate();
     t.NumH = 2;
     t.NumV = 1;
     t.SizeH = 0.26f; // 0.01 x 20 rounds to no width
-    TemplateGrid grid = SheetGrid(sheet, t);
-    const CutResult r = CutSheet(ws, sheet, grid, ws.TempDir);
+    TemplateGrid narrow = SheetGrid(sheet, t);
+    const CutResult r = CutSheet(ws, sheet, narrow, ws.TempDir);
     EXPECT_TRUE(r.Clips.empty());
     EXPECT_EQ(r.Messages,
               (std::vector<std::string>{
@@ -157,11 +150,8 @@ TEST(SheetCut, QuarterInchCellsAreRefusedByName)
     EXPECT_EQ(ws.LastClipIndex, 2);
 }
 
-TEST(SheetCut, UnwritableClipStopsTheCutAndKeepsWhatWasMade)
+TEST_F(SheetCut, UnwritableClipStopsTheCutAndKeepsWhatWasMade)
 {
-    Cut c;
-    auto &[dir, ws, sheet] = c;
-    TemplateGrid grid = SheetGrid(sheet);
     // After the first clip, a folder takes the second clip's name, so it cannot be written.
     struct Blocker : Recorder
     {
@@ -185,11 +175,8 @@ TEST(SheetCut, UnwritableClipStopsTheCutAndKeepsWhatWasMade)
     EXPECT_EQ(ws.LastClipIndex, 9);
 }
 
-TEST(SheetCut, RefusedClipAddsNoCardAndTheCutGoesOn)
+TEST_F(SheetCut, RefusedClipAddsNoCardAndTheCutGoesOn)
 {
-    Cut c;
-    auto &[dir, ws, sheet] = c;
-    TemplateGrid grid = SheetGrid(sheet);
     SelectOnly(grid, {1, 2});
     CutSheet(ws, sheet, grid, ws.TempDir);
     ws.LastClipIndex = 0; // the same names again: LoadImage finds them opened already
@@ -202,11 +189,9 @@ TEST(SheetCut, RefusedClipAddsNoCardAndTheCutGoesOn)
     EXPECT_EQ(ws.CardCount(), 3);
 }
 
-TEST(SheetCutFile, RefusalsCutNothingThenCellsOffsetAndResolution)
+TEST_F(SheetCut, RefusalsCutNothingThenCellsOffsetAndResolution)
 {
-    Cut c;
-    auto &[dir, ws, sheet] = c;
-    SheetCutRequest req = c.request();
+    SheetCutRequest req = request();
     req.Res = 0; // DefaultRes, 1200: the sheet is far too small
     CutResult r = CutSheetFile(ws, req);
     EXPECT_FALSE(r.Cut);

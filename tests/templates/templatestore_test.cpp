@@ -12,12 +12,6 @@ using velmara::test::WriteBytes;
 
 namespace {
 
-CardTemplate Make(const std::string &name, Integer nh, Single sh, Single gh, Integer nv, Single sv,
-                  Single gv)
-{
-    return CardTemplate{name, nh, sh, gh, nv, sv, gv};
-}
-
 std::vector<CardTemplate> WithDefault(std::initializer_list<CardTemplate> stored)
 {
     std::vector<CardTemplate> list{DefaultTemplate()};
@@ -44,9 +38,9 @@ TEST(TemplateName, LengthQuoteAndCodePage)
 TEST(TemplateStoreFile, BytesOfTheLinesAndRoundTrip)
 {
     TestDir dir;
-    const auto list = WithDefault({Make("Field A", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f),
-                                   Make("Größe, 2", 5, 0.05f, 8.5f, 1, 1.001f, 2.0f),
-                                   Make(kDefaultTemplateName, 1, 1.0f, 0.1f, 2, 0.333f, 0.125f)});
+    const auto list = WithDefault({CardTemplate("Field A", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f),
+                                   CardTemplate("Größe, 2", 5, 0.05f, 8.5f, 1, 1.001f, 2.0f),
+                                   CardTemplate(kDefaultTemplateName, 1, 1.0f, 0.1f, 2, 0.333f, 0.125f)});
     TemplateStore writer(TemplateStore::PathIn(dir.dir()));
     ASSERT_TRUE(writer.write(list));
     EXPECT_EQ(ReadBytes(dir.file("templates.dat")),
@@ -128,28 +122,28 @@ TEST(TemplateStoreFile, WritesOnlyWhatItReadsBack)
     const std::string original = "\"Good\",3,1.75,0.25,3,2.75,0.375\r\nbroken\r\n";
     WriteBytes(dir.file("templates.dat"), original);
     const std::pair<CardTemplate, const char *> cases[] = {
-        {Make("Gap 0", 3, 1.75f, 0.0f, 3, 2.75f, 0.375f), "its numbers of cards"},
-        {Make("Six", 6, 1.75f, 0.25f, 3, 2.75f, 0.375f), "its numbers of cards"},
-        {Make("Line\nbreak", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), "a name has"},
-        {Make("Root \xE2\x88\x9A", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), "a name has"},
-        {Make("Seventeen chars!!", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), "a name has"},
+        {CardTemplate("Gap 0", 3, 1.75f, 0.0f, 3, 2.75f, 0.375f), "its numbers of cards"},
+        {CardTemplate("Six", 6, 1.75f, 0.25f, 3, 2.75f, 0.375f), "its numbers of cards"},
+        {CardTemplate("Line\nbreak", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), "a name has"},
+        {CardTemplate("Root \xE2\x88\x9A", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), "a name has"},
+        {CardTemplate("Seventeen chars!!", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), "a name has"},
     };
     for (const auto &[t, why] : cases) {
         TemplateStore store(dir.file("templates.dat"));
         ASSERT_TRUE(store.load());
         EXPECT_NE(TemplateStore::whyNotStorable(t).find(why), std::string::npos) << t.Name;
-        EXPECT_FALSE(store.write(WithDefault({Make("Good", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), t}))) << t.Name;
+        EXPECT_FALSE(store.write(WithDefault({CardTemplate("Good", 3, 1.75f, 0.25f, 3, 2.75f, 0.375f), t}))) << t.Name;
         EXPECT_NE(store.errorString().find("'" + t.Name + "' cannot be stored"), std::string::npos);
         EXPECT_EQ(ReadBytes(dir.file("templates.dat")), original);
         EXPECT_FALSE(std::filesystem::exists(dir.file("templates.dat.bak")));
     }
-    EXPECT_EQ(TemplateStore::whyNotStorable(Make("Größe", 5, 0.05f, 8.5f, 1, 1, 1)), "");
+    EXPECT_EQ(TemplateStore::whyNotStorable(CardTemplate("Größe", 5, 0.05f, 8.5f, 1, 1, 1)), "");
 }
 
 TEST(TemplateStoreFile, UnwritableFolderFailsWithTheFileName)
 {
     TemplateStore store("/nonexistent-velmara-dir/templates.dat");
-    EXPECT_FALSE(store.write(WithDefault({Make("A", 1, 1, 1, 1, 1, 1)})));
+    EXPECT_FALSE(store.write(WithDefault({CardTemplate("A", 1, 1, 1, 1, 1, 1)})));
     EXPECT_NE(store.errorString().find("/nonexistent-velmara-dir/templates.dat"), std::string::npos);
 }
 
