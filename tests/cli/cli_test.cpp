@@ -536,8 +536,9 @@ TEST_F(CliTest, ASwathThatIsNotANumberIsToldNotAborted)
         EXPECT_TRUE(r.err.empty()) << r.err;
         EXPECT_NE(r.out.find(note), std::string::npos) << r.out.substr(0, 300);
         EXPECT_TRUE(fs::exists(dir / "r.txt"));
-        if (!json.empty())
+        if (!json.empty()) {
             EXPECT_EQ(count(r.out, "\"RateFactor\":1,"), 2u);
+        }
     }
 }
 
