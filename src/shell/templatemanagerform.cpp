@@ -71,7 +71,7 @@ constexpr int kAcrossStep = 146;
 
 TemplateManagerForm::TemplateManagerForm(const std::string &tempDir, const CardTemplate &current,
                                          TemplateManagerHost *host, QWidget *parent)
-    : QDialog(parent)
+    : QDialog(parent), mPoint(LocalePoint())
 {
     setWindowTitle(QStringLiteral("Template Manager"));
     if (!host) {
@@ -115,7 +115,7 @@ void TemplateManagerForm::buildControls()
         box->setObjectName(QString::fromLatin1(names[i]));
         box->setGeometry(x + kLabelWidth, y, kBoxWidth, kBoxHeight);
         label->setBuddy(box);
-        SetUpEntryBox(box, IsCount(b) ? EntryKind::Digits : EntryKind::Decimal);
+        SetUpEntryBox(box, IsCount(b) ? EntryKind::Digits : EntryKind::Decimal, 0, mPoint);
         // Installed after the entry filter, so it sees the arrow keys first.
         box->installEventFilter(this);
         mBoxes[i] = box;
@@ -145,7 +145,7 @@ void TemplateManagerForm::buildControls()
         connect(box, &QLineEdit::textEdited, this, [this, b](const QString &text) {
             if (mSyncing)
                 return;
-            mRules->editText(b, text.toStdString());
+            mRules->editText(b, ReadNumber(text, mPoint));
             sync();
         });
         OnLeave(box, [this, b] {
@@ -282,8 +282,9 @@ void TemplateManagerForm::sync()
     for (size_t i = 0; i < kBoxes.size(); ++i) {
         const TemplateBoxState &state = mRules->box(kBoxes[i]);
         QLineEdit *box = mBoxes[i];
-        if (box->text() != qs(state.Text))
-            box->setText(qs(state.Text));
+        const QString shown = ShownNumber(state.Text, mPoint);
+        if (box->text() != shown)
+            box->setText(shown);
         box->setEnabled(state.Enabled);
         mUp[i]->setEnabled(state.Enabled);
         mDown[i]->setEnabled(state.Enabled);

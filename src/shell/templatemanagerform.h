@@ -63,6 +63,7 @@ private:
     std::unique_ptr<TemplateManager> mRules;
     std::optional<CardTemplate> mAccepted;
     bool mSyncing = false;
+    QChar mPoint; // decimal separator of the sizes shown; the rules and the file keep the point
     std::array<QLineEdit *, kTemplateBoxCount> mBoxes{};
     std::array<QToolButton *, kTemplateBoxCount> mUp{};
     std::array<QToolButton *, kTemplateBoxCount> mDown{};

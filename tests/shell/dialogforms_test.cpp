@@ -309,6 +309,10 @@ TEST_F(DialogForms, NumbersShowTheLocaleSeparator)
         EXPECT_EQ(prefs.conversionLabel()->text(), QString::fromUtf8("= 21,17 \u00b5m/pixel"));
         EXPECT_EQ(prefs.spreadBox(0)->text(), "0,00");
     }
+    {
+        auto &manager = shown(std::make_unique<TemplateManagerForm>(ws.TempDir, DefaultTemplate()));
+        EXPECT_EQ(manager.box(TemplateBox::HSize)->text(), "1,75");
+    }
     auto &form = shown(std::make_unique<frmCardPos>(ws, store, CardPosMode::Ordinary));
     EXPECT_EQ(form.input(1)->text(), "-50,0");
     Type("T2.5");
