@@ -70,6 +70,15 @@ struct Workspace
     Byte ShapeThreshold = 100;
     Byte HueThreshold = 0;
 
+    // Beyond the classic analysis; every one of these is off by default, and with it off every
+    // log, results file and report page keeps its bytes.
+    bool ColourScans = false;       // read 24-bit, greyscale, PNG and JPEG cards
+    bool UseFileResolution = false; // a card takes the resolution its file records, if any
+    int StainBoundary = -1;         // card/stain boundary of colour scans; -1: found per card
+    bool SplitOverlaps = false;     // split touching stains into their drops
+    bool ExtendedResults = false;   // spectrum block in the results file, fifth report page
+    double CovLimit = 25;           // percent; the effective swath keeps its COV at or below it
+
     Single RangeLow = 0;
     Single RangeHigh = 32755;
     Single MaxDiameterAll = 0;
