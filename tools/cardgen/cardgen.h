@@ -7,6 +7,7 @@
 // readers, so that a test can use a generated file as an oracle.
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -184,6 +185,106 @@ SheetSpec SheetFromInches(int dpi, int columns, int rows, double cellWidth, doub
 // colour table of the first card. A card larger than its pitch is cut at the sheet's edge only.
 // Returns an empty picture when there are no cards.
 IndexedImage MakeSheet(const SheetSpec &spec, const std::vector<IndexedImage> &cards);
+
+// --- Colour scans
+
+// What the card is and what stains it: yellow water-sensitive paper with blue stains, a white
+// card with a red, blue or black dye, or a grey card scanned in greyscale.
+enum class Paper { WaterSensitive, WhiteRed, WhiteBlue, WhiteBlack, Grey };
+
+// The paper's name on the command line ("wsp", "white-red", "white-blue", "white-black", "grey");
+// false for another name.
+bool PaperOf(const std::string &name, Paper &paper);
+
+// One stain as drawn: an ellipse whose edge pixels take the card's and the stain's colour in the
+// share of their area that it covers. Areas are in pixels, measured on the 8 x 8 sub-pixel grid
+// the painter uses, within the picture.
+struct ColourStain
+{
+    double cx = 0, cy = 0;        // centre; pixel (x, y) spans [x, x + 1) x [y, y + 1)
+    double semiMajor = 1, semiMinor = 1;
+    double axisX = 1, axisY = 0;  // unit vector along the major axis
+    double area = 0;              // painted area
+    double diameter = 0;          // of the circle of the painted area
+    bool resolvable = false;      // at least half of its area is covered by no other stain
+};
+
+struct ColourCardSpec
+{
+    Paper paper = Paper::WaterSensitive;
+    int width = 480;
+    int height = 960;
+    int dpi = 600;
+    double coverage = 0.10;     // stain area to place, overlaps counted twice, as a share of the card
+    double minMicrons = 120;    // stain diameter range; small stains are the more common
+    double maxMicrons = 1100;
+    double gradient = 0.05;     // the illumination falls by this share from top left to bottom right
+    double noise = 2.0;         // standard deviation of the sensor noise, in levels of 255
+    double minAxisRatio = 0.85; // minor over major semi-axis, drawn uniformly up to 1
+    std::uint64_t seed = 1;
+    std::vector<ColourStain> stains;    // placed by hand instead of at random when not empty
+};
+
+// A colour card, painted a row at a time so that a large sheet is never held whole.
+class ColourCard
+{
+public:
+    // Places the stains (or takes the spec's own) and measures their areas. A spec whose sizes
+    // are below 1 gives a card of width 0.
+    explicit ColourCard(ColourCardSpec spec);
+
+    int width() const { return mSpec.width; }
+    int height() const { return mSpec.height; }
+    bool grey() const { return mSpec.paper == Paper::Grey; }
+    const ColourCardSpec &spec() const { return mSpec; }
+    const std::vector<ColourStain> &stains() const { return mSpec.stains; }
+    // Union of the stains within the picture, as a share of its area.
+    double coveredShare() const { return mCoveredShare; }
+    // Row y as red, green, blue (3 * width bytes); rows may be asked in any order.
+    void paintRow(int y, std::uint8_t *rgb) const;
+    RgbImage image() const;
+    // The stain list as text: a heading line, then one comma-separated line per stain.
+    std::string stainList() const;
+
+private:
+    ColourCardSpec mSpec;
+    std::vector<int> mByRow;    // stain indexes by centre row
+    double mReach = 0;          // largest semi-major axis: no stain reaches further from its centre
+    double mCoveredShare = 0;
+};
+
+// A line of colour cards, more stains in its middle, as MakeSprayLine; the coverage peaks at
+// peakCoverage and falls to edgeShare of it at the ends.
+std::vector<ColourCardSpec> ColourLine(const ColourCardSpec &base, int cards, double peakCoverage,
+                                       double edgeShare = 0.2);
+
+// Rows of a picture for the streaming writers; row(y, rgb) fills 3 * width bytes.
+struct RgbRows
+{
+    int width = 0;
+    int height = 0;
+    bool grey = false; // red = green = blue: PNG, JPEG and TIFF store one sample
+    std::function<void(int, std::uint8_t *)> row;
+};
+RgbRows RowsOf(const ColourCard &card);
+RgbRows RowsOf(const RgbImage &image);
+
+struct ColourFileOptions
+{
+    int dpi = 600;
+    int quality = 90; // JPEG
+};
+
+// By the name's ending: .png, .jpg/.jpeg, .bmp (24-bit), .tif/.tiff (RGB or grey, uncompressed);
+// false with *error set for another ending or a failed write.
+bool WriteColour(const RgbRows &rows, const std::string &path, const ColourFileOptions &options = {},
+                 std::string *error = nullptr);
+bool WritePng(const RgbRows &rows, const std::string &path, int dpi, std::string *error = nullptr);
+bool WriteJpeg(const RgbRows &rows, const std::string &path, int dpi, int quality, std::string *error = nullptr);
+
+// The picture reduced to a colour table of at most 256 entries, as a user's paint program does it:
+// the most frequent colours on a 5-bit-per-channel grid, every pixel mapped to the nearest one.
+IndexedImage ReduceToTable(const RgbRows &rows);
 
 // --- Files. Each writer returns false and sets *error when the file cannot be written.
 

@@ -25,7 +25,15 @@ const char *const kUsage =
     "      one card with random discs; FILE ends in .bmp, .gif or .tif\n"
     "  velmara-cardgen sheet FILE [--dpi D] [--columns N] [--rows N] [--cell-width IN] [--cell-height IN]\n"
     "                           [--space-h IN] [--space-v IN] [--margin IN] [--seed S] [--rgb]\n"
-    "      a scanned sheet of cards laid out as a card template describes it\n";
+    "      a scanned sheet of cards laid out as a card template describes it\n"
+    "  velmara-cardgen colour FILE [--paper wsp|white-red|white-blue|white-black|grey] [--dpi D]\n"
+    "                           [--width-in W] [--height-in H] [--coverage SHARE] [--seed S]\n"
+    "                           [--quality Q] [--noise LEVELS] [--gradient SHARE] [--table]\n"
+    "      a colour scan (.png, .jpg, .bmp, .tif) and FILE's stem + .stains.csv, the stains drawn;\n"
+    "      --table writes the card reduced to a 256-entry colour table instead (.bmp, .gif, .tif)\n"
+    "  velmara-cardgen colour-line DIR [--cards N] [--format png,jpg,...] [--coverage PEAK]\n"
+    "                           and the options of colour\n"
+    "      a sampling line of colour scans, DIR/card01.png ..., formats taken in turn card by card\n";
 
 int usageError(const std::string &text)
 {
@@ -221,6 +229,106 @@ int runSheet(const std::string &file, Options &o)
     return save(sheet, file, dpi) ? 0 : 1;
 }
 
+std::string stemOf(const std::string &path)
+{
+    const std::filesystem::path p(path);
+    return (p.parent_path() / p.stem()).string();
+}
+
+bool writeColourCard(const ColourCard &card, const std::string &file, int quality, bool table)
+{
+    std::string error;
+    const RgbRows rows = RowsOf(card);
+    const bool ok = table ? WriteCard(ReduceToTable(rows), file, card.spec().dpi, &error)
+                          : WriteColour(rows, file, {card.spec().dpi, quality}, &error);
+    if (!ok) {
+        std::fprintf(stderr, "velmara-cardgen: %s\n", error.c_str());
+        return false;
+    }
+    const std::string list = stemOf(file) + ".stains.csv";
+    std::FILE *out = std::fopen(list.c_str(), "wb");
+    const std::string text = card.stainList();
+    const bool written = out && std::fwrite(text.data(), 1, text.size(), out) == text.size();
+    if (!out || std::fclose(out) != 0 || !written) {
+        std::fprintf(stderr, "velmara-cardgen: cannot write '%s'\n", list.c_str());
+        return false;
+    }
+    std::printf("%s  %d x %d, %zu stains, %.4f covered\n", file.c_str(), card.width(), card.height(),
+                card.stains().size(), card.coveredShare());
+    return true;
+}
+
+// The options shared by the colour commands; false with problem set when one is out of range.
+bool colourSpec(Options &o, ColourCardSpec &spec, int &quality, std::string &problem)
+{
+    if (!PaperOf(o.text("paper", "wsp"), spec.paper)) {
+        problem = "paper must be wsp, white-red, white-blue, white-black or grey";
+        return false;
+    }
+    spec.dpi = o.integer("dpi", spec.dpi);
+    const double widthIn = o.number("width-in", 0.8), heightIn = o.number("height-in", 1.6);
+    spec.coverage = o.number("coverage", spec.coverage);
+    spec.seed = static_cast<std::uint64_t>(o.number("seed", static_cast<double>(spec.seed)));
+    spec.noise = o.number("noise", spec.noise);
+    spec.gradient = o.number("gradient", spec.gradient);
+    quality = o.integer("quality", 90);
+    problem = o.problem();
+    if (!problem.empty())
+        return false;
+    if (spec.dpi < 50 || spec.dpi > 4800 || widthIn <= 0 || heightIn <= 0 || widthIn * heightIn * spec.dpi * spec.dpi > 4e8)
+        problem = "the card's size or resolution is out of range";
+    else if (spec.coverage < 0 || spec.coverage > 1 || spec.noise < 0 || spec.gradient < 0 || spec.gradient >= 1)
+        problem = "coverage and gradient are shares from 0 to 1, noise a level of 0 or more";
+    else if (quality < 1 || quality > 100)
+        problem = "quality runs from 1 to 100";
+    spec.width = static_cast<int>(std::lround(widthIn * spec.dpi));
+    spec.height = static_cast<int>(std::lround(heightIn * spec.dpi));
+    return problem.empty();
+}
+
+int runColour(const std::string &file, Options &o)
+{
+    ColourCardSpec spec;
+    int quality = 0;
+    std::string problem;
+    if (!colourSpec(o, spec, quality, problem))
+        return usageError(problem);
+    return writeColourCard(ColourCard(spec), file, quality, o.flag("table")) ? 0 : 1;
+}
+
+int runColourLine(const std::string &dir, Options &o)
+{
+    ColourCardSpec base;
+    int quality = 0;
+    std::string problem;
+    const int cards = o.integer("cards", 6);
+    const std::string formats = o.text("format", "png");
+    if (!colourSpec(o, base, quality, problem))
+        return usageError(problem);
+    if (cards < 1 || cards > 99)
+        return usageError("a line has 1 to 99 cards");
+    std::vector<std::string> endings;
+    for (size_t at = 0; at <= formats.size();) {
+        const size_t comma = std::min(formats.find(',', at), formats.size());
+        endings.push_back(formats.substr(at, comma - at));
+        at = comma + 1;
+    }
+    for (const std::string &e : endings)
+        if (e != "png" && e != "jpg" && e != "bmp" && e != "tif")
+            return usageError("formats are png, jpg, bmp and tif, separated by commas");
+
+    std::error_code ec;
+    std::filesystem::create_directories(dir, ec);
+    const std::vector<ColourCardSpec> line = ColourLine(base, cards, base.coverage);
+    for (size_t i = 0; i < line.size(); ++i) {
+        char name[32];
+        std::snprintf(name, sizeof name, "card%02zu.%s", i + 1, endings[i % endings.size()].c_str());
+        if (!writeColourCard(ColourCard(line[i]), (std::filesystem::path(dir) / name).string(), quality, o.flag("table")))
+            return 1;
+    }
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -230,7 +338,7 @@ int main(int argc, char **argv)
     const std::string command = argv[1];
     std::map<std::string, std::string> values;
     std::string problem;
-    if (!parseOptions(argc, argv, 3, {"separate", "rgb"}, values, problem))
+    if (!parseOptions(argc, argv, 3, {"separate", "rgb", "table"}, values, problem))
         return usageError(problem);
     Options options(std::move(values));
     if (command == "line")
@@ -239,5 +347,9 @@ int main(int argc, char **argv)
         return runCard(argv[2], options);
     if (command == "sheet")
         return runSheet(argv[2], options);
+    if (command == "colour")
+        return runColour(argv[2], options);
+    if (command == "colour-line")
+        return runColourLine(argv[2], options);
     return usageError("unknown command '" + command + "'");
 }

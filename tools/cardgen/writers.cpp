@@ -4,11 +4,16 @@
 #include <gif_lib.h>
 #include <unistd.h>
 #include <tiffio.h>
+#include <png.h>
+
+#include <csetjmp>
+#include <cstdio>
+#include <jpeglib.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <cstdio>
+#include <functional>
 #include <memory>
 
 namespace velmara::cardgen {
@@ -225,8 +230,10 @@ bool WriteGif(const IndexedImage &image, const std::string &path, int colourReso
 
 namespace {
 
+// source(y) gives row y, samples bytes a pixel; indexed, when given, supplies the colour map.
 bool writeTiff(const std::string &path, int width, int height, int samples, const IndexedImage *indexed,
-               const RgbImage *rgb, int dpi, bool lzw, int tileSize, std::string *error)
+               const std::function<const std::uint8_t *(int)> &source, int dpi, bool lzw, int tileSize,
+               std::string *error)
 {
     TIFF *tif = TIFFOpen(path.c_str(), "w");
     if (!tif)
@@ -258,12 +265,9 @@ bool writeTiff(const std::string &path, int width, int height, int samples, cons
         }
         TIFFSetField(tif, TIFFTAG_COLORMAP, red.data(), green.data(), blue.data());
     } else {
-        TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_RGB);
+        TIFFSetField(tif, TIFFTAG_PHOTOMETRIC, samples == 1 ? PHOTOMETRIC_MINISBLACK : PHOTOMETRIC_RGB);
     }
     const size_t rowBytes = static_cast<size_t>(width) * static_cast<size_t>(samples);
-    const auto source = [&](int y) {
-        return indexed ? indexed->row(y) : rgb->data.data() + rowBytes * static_cast<size_t>(y);
-    };
     bool ok = true;
     if (tileSize > 0) {
         const size_t tileRow = static_cast<size_t>(tileSize) * static_cast<size_t>(samples);
@@ -298,7 +302,8 @@ bool WriteTif(const IndexedImage &image, const std::string &path, int dpi, bool 
 {
     if (!validIndexed(image) || tileSize % 16 != 0)
         return report(error, "not a valid picture");
-    return writeTiff(path, image.width, image.height, 1, &image, nullptr, dpi, lzw, tileSize, error);
+    return writeTiff(path, image.width, image.height, 1, &image, [&image](int y) { return image.row(y); }, dpi, lzw,
+                     tileSize, error);
 }
 
 bool WriteTif24(const RgbImage &image, const std::string &path, int dpi, bool lzw, std::string *error,
@@ -306,7 +311,10 @@ bool WriteTif24(const RgbImage &image, const std::string &path, int dpi, bool lz
 {
     if (!validRgb(image) || tileSize % 16 != 0)
         return report(error, "not a valid picture");
-    return writeTiff(path, image.width, image.height, 3, nullptr, &image, dpi, lzw, tileSize, error);
+    const size_t rowBytes = 3 * static_cast<size_t>(image.width);
+    return writeTiff(path, image.width, image.height, 3, nullptr,
+                     [&](int y) { return image.data.data() + rowBytes * static_cast<size_t>(y); }, dpi, lzw,
+                     tileSize, error);
 }
 
 bool WriteCard(const IndexedImage &image, const std::string &path, int dpi, std::string *error)
@@ -323,6 +331,181 @@ bool WriteCard(const IndexedImage &image, const std::string &path, int dpi, std:
     if (ending == ".tif")
         return WriteTif(image, path, dpi, false, error);
     return report(error, "'" + path + "' does not end in .bmp, .gif or .tif");
+}
+
+namespace {
+
+// The rows as the file stores them: red, green, blue, or one grey sample.
+class RowFeed
+{
+public:
+    explicit RowFeed(const RgbRows &rows)
+        : mRows(rows), mRgb(3 * static_cast<size_t>(rows.width)), mOut((rows.grey ? 1 : 3) * static_cast<size_t>(rows.width))
+    {
+    }
+    int samples() const { return mRows.grey ? 1 : 3; }
+    std::uint8_t *row(int y)
+    {
+        mRows.row(y, mRgb.data());
+        if (!mRows.grey)
+            return mRgb.data();
+        for (size_t x = 0; x < mOut.size(); ++x)
+            mOut[x] = mRgb[3 * x];
+        return mOut.data();
+    }
+
+private:
+    const RgbRows &mRows;
+    std::vector<std::uint8_t> mRgb, mOut;
+};
+
+bool validRows(const RgbRows &rows) { return rows.width > 0 && rows.height > 0 && rows.row; }
+
+// Both libraries report a failure through a callback that must not return: it jumps back here.
+struct PngFailure
+{
+    std::jmp_buf jump;
+    std::string message;
+};
+
+[[noreturn]] void pngError(png_structp png, png_const_charp message)
+{
+    auto *failure = static_cast<PngFailure *>(png_get_error_ptr(png));
+    failure->message = message;
+    std::longjmp(failure->jump, 1);
+}
+
+void pngWarning(png_structp, png_const_charp) {}
+
+struct JpegFailure
+{
+    jpeg_error_mgr manager;
+    std::jmp_buf jump;
+    char message[JMSG_LENGTH_MAX];
+};
+
+[[noreturn]] void jpegError(j_common_ptr info)
+{
+    auto *failure = reinterpret_cast<JpegFailure *>(info->err);
+    (*info->err->format_message)(info, failure->message);
+    std::longjmp(failure->jump, 1);
+}
+
+// The writing itself, apart from its callers so that no local of theirs lives across the jump.
+bool pngRows(png_structp png, png_infop info, std::FILE *file, const RgbRows &rows, RowFeed &feed, int dpi,
+             PngFailure &failure)
+{
+    if (setjmp(failure.jump) != 0)
+        return false;
+    png_init_io(png, file);
+    png_set_IHDR(png, info, static_cast<png_uint_32>(rows.width), static_cast<png_uint_32>(rows.height), 8,
+                 rows.grey ? PNG_COLOR_TYPE_GRAY : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
+                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    png_set_pHYs(png, info, pixelsPerMetre(dpi), pixelsPerMetre(dpi), PNG_RESOLUTION_METER);
+    png_write_info(png, info);
+    for (int y = 0; y < rows.height; ++y)
+        png_write_row(png, feed.row(y));
+    png_write_end(png, nullptr);
+    return true;
+}
+
+bool jpegRows(jpeg_compress_struct &jpeg, std::FILE *file, const RgbRows &rows, RowFeed &feed, int dpi, int quality,
+              JpegFailure &failure)
+{
+    if (setjmp(failure.jump) != 0)
+        return false;
+    jpeg_create_compress(&jpeg);
+    jpeg_stdio_dest(&jpeg, file);
+    jpeg.image_width = static_cast<JDIMENSION>(rows.width);
+    jpeg.image_height = static_cast<JDIMENSION>(rows.height);
+    jpeg.input_components = feed.samples();
+    jpeg.in_color_space = rows.grey ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_set_defaults(&jpeg);
+    jpeg_set_quality(&jpeg, std::clamp(quality, 1, 100), TRUE);
+    jpeg.density_unit = 1; // dots per inch
+    jpeg.X_density = jpeg.Y_density = static_cast<UINT16>(std::clamp(dpi, 1, 65535));
+    jpeg_start_compress(&jpeg, TRUE);
+    while (jpeg.next_scanline < jpeg.image_height) {
+        JSAMPROW line = feed.row(static_cast<int>(jpeg.next_scanline));
+        jpeg_write_scanlines(&jpeg, &line, 1);
+    }
+    jpeg_finish_compress(&jpeg);
+    return true;
+}
+
+bool closeFile(std::unique_ptr<std::FILE, FileCloser> &file, bool ok)
+{
+    std::FILE *raw = file.release();
+    return (std::fclose(raw) == 0) && ok;
+}
+
+} // namespace
+
+bool WritePng(const RgbRows &rows, const std::string &path, int dpi, std::string *error)
+{
+    if (!validRows(rows))
+        return report(error, "not a valid picture");
+    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "wb"));
+    if (!file)
+        return report(error, "cannot create '" + path + "'");
+    RowFeed feed(rows);
+    PngFailure failure;
+    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &failure, pngError, pngWarning);
+    png_infop info = png ? png_create_info_struct(png) : nullptr;
+    bool ok = png && info && pngRows(png, info, file.get(), rows, feed, dpi, failure);
+    png_destroy_write_struct(png ? &png : nullptr, info ? &info : nullptr);
+    ok = closeFile(file, ok);
+    return ok ? true : report(error, "cannot write '" + path + "'" + (failure.message.empty() ? "" : ": " + failure.message));
+}
+
+bool WriteJpeg(const RgbRows &rows, const std::string &path, int dpi, int quality, std::string *error)
+{
+    if (!validRows(rows) || rows.width > 65500 || rows.height > 65500)
+        return report(error, "not a valid picture for JPEG");
+    std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "wb"));
+    if (!file)
+        return report(error, "cannot create '" + path + "'");
+    RowFeed feed(rows);
+    jpeg_compress_struct jpeg{};
+    JpegFailure failure{};
+    jpeg.err = jpeg_std_error(&failure.manager);
+    failure.manager.error_exit = jpegError;
+    const bool ok = jpegRows(jpeg, file.get(), rows, feed, dpi, quality, failure);
+    jpeg_destroy_compress(&jpeg);
+    return closeFile(file, ok) ? true : report(error, "cannot write '" + path + "'" + (failure.message[0] ? std::string(": ") + failure.message : ""));
+}
+
+bool WriteColour(const RgbRows &rows, const std::string &path, const ColourFileOptions &options, std::string *error)
+{
+    const size_t dot = path.find_last_of('.');
+    std::string ending = dot == std::string::npos ? std::string() : path.substr(dot);
+    std::transform(ending.begin(), ending.end(), ending.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if (ending == ".png")
+        return WritePng(rows, path, options.dpi, error);
+    if (ending == ".jpg" || ending == ".jpeg")
+        return WriteJpeg(rows, path, options.dpi, options.quality, error);
+    if (!validRows(rows))
+        return report(error, "not a valid picture");
+    if (ending == ".bmp") {
+        const size_t rowBytes = (3 * static_cast<size_t>(rows.width) + 3) & ~size_t(3);
+        const auto prefix = bmpHeaders(rows.width, rows.height, 24, 0, 0, static_cast<std::uint32_t>(rowBytes), options.dpi);
+        std::vector<std::uint8_t> rgb(3 * static_cast<size_t>(rows.width));
+        return writeBottomUp(path, prefix, rows.height, rowBytes, [&](int y, std::uint8_t *row) {
+            rows.row(y, rgb.data());
+            for (size_t x = 0; x < rgb.size(); x += 3) {
+                row[x] = rgb[x + 2];
+                row[x + 1] = rgb[x + 1];
+                row[x + 2] = rgb[x];
+            }
+        }, error);
+    }
+    if (ending == ".tif" || ending == ".tiff") {
+        RowFeed feed(rows);
+        return writeTiff(path, rows.width, rows.height, feed.samples(), nullptr, [&feed](int y) { return feed.row(y); },
+                         options.dpi, false, 0, error);
+    }
+    return report(error, "'" + path + "' does not end in .png, .jpg, .jpeg, .bmp, .tif or .tiff");
 }
 
 } // namespace velmara::cardgen
