@@ -5,10 +5,15 @@
 #include "cardgen/cardgen.h"
 
 #include <gif_lib.h>
+#include <png.h>
 #include <tiffio.h>
+
+#include <cstdio>
+#include <jpeglib.h>
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -180,4 +185,272 @@ TEST(CardgenSamples, CommittedSampleLineIsWhatTheGeneratorMakes)
         const std::string path = std::string(VELMARA_SOURCE_DIR) + "/samples/card0" + std::to_string(i + 1) + ".bmp";
         EXPECT_EQ(readAll(path), EncodeBmp(line[i])) << path;
     }
+}
+
+namespace {
+
+// A picture as a decoder gives it back: red, green, blue, rows top to bottom.
+struct Decoded
+{
+    int width = 0, height = 0, samples = 0;
+    double dpi = 0;
+    Bytes rgb;
+};
+
+Decoded decodePng(const std::string &path)
+{
+    Decoded d;
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (!png_image_begin_read_from_file(&image, path.c_str()))
+        return d;
+    d.samples = (image.format & PNG_FORMAT_FLAG_COLOR) ? 3 : 1;
+    image.format = PNG_FORMAT_RGB;
+    d.rgb.resize(PNG_IMAGE_SIZE(image));
+    if (!png_image_finish_read(&image, nullptr, d.rgb.data(), 0, nullptr))
+        return {};
+    d.width = static_cast<int>(image.width);
+    d.height = static_cast<int>(image.height);
+    const Bytes file = readAll(path);
+    const std::string bytes(file.begin(), file.end());
+    const size_t at = bytes.find("pHYs");
+    if (at != std::string::npos) // pixels per metre, big-endian
+        d.dpi = ((file[at + 4] << 24) | (file[at + 5] << 16) | (file[at + 6] << 8) | file[at + 7]) * 0.0254;
+    return d;
+}
+
+Decoded decodeJpeg(const std::string &path)
+{
+    Decoded d;
+    std::FILE *f = std::fopen(path.c_str(), "rb");
+    if (!f)
+        return d;
+    jpeg_decompress_struct jpeg{};
+    jpeg_error_mgr errors{};
+    jpeg.err = jpeg_std_error(&errors);
+    jpeg_create_decompress(&jpeg);
+    jpeg_stdio_src(&jpeg, f);
+    jpeg_read_header(&jpeg, TRUE);
+    d.samples = jpeg.num_components;
+    d.dpi = jpeg.density_unit == 1 ? jpeg.X_density : 0;
+    jpeg.out_color_space = JCS_RGB;
+    jpeg_start_decompress(&jpeg);
+    d.width = static_cast<int>(jpeg.output_width);
+    d.height = static_cast<int>(jpeg.output_height);
+    d.rgb.resize(3 * static_cast<size_t>(d.width) * static_cast<size_t>(d.height));
+    while (jpeg.output_scanline < jpeg.output_height) {
+        JSAMPROW row = d.rgb.data() + 3 * static_cast<size_t>(d.width) * jpeg.output_scanline;
+        jpeg_read_scanlines(&jpeg, &row, 1);
+    }
+    jpeg_finish_decompress(&jpeg);
+    jpeg_destroy_decompress(&jpeg);
+    std::fclose(f);
+    return d;
+}
+
+Decoded decodeTif(const std::string &path)
+{
+    Decoded d;
+    TIFF *tif = TIFFOpen(path.c_str(), "r");
+    if (!tif)
+        return d;
+    std::uint32_t w = 0, h = 0;
+    std::uint16_t samples = 0;
+    float resolution = 0;
+    TIFFGetField(tif, TIFFTAG_IMAGEWIDTH, &w);
+    TIFFGetField(tif, TIFFTAG_IMAGELENGTH, &h);
+    TIFFGetField(tif, TIFFTAG_SAMPLESPERPIXEL, &samples);
+    TIFFGetField(tif, TIFFTAG_XRESOLUTION, &resolution);
+    std::vector<std::uint32_t> raster(static_cast<size_t>(w) * h);
+    if (TIFFReadRGBAImageOriented(tif, w, h, raster.data(), ORIENTATION_TOPLEFT, 0)) {
+        d = {static_cast<int>(w), static_cast<int>(h), samples, resolution, {}};
+        for (const std::uint32_t p : raster)
+            d.rgb.insert(d.rgb.end(), {static_cast<std::uint8_t>(TIFFGetR(p)), static_cast<std::uint8_t>(TIFFGetG(p)),
+                                       static_cast<std::uint8_t>(TIFFGetB(p))});
+    }
+    TIFFClose(tif);
+    return d;
+}
+
+Decoded decodeBmp(const std::string &path)
+{
+    const Bytes b = readAll(path);
+    Decoded d{static_cast<int>(le32(b, 18)), static_cast<int>(le32(b, 22)), b[28] / 8, le32(b, 38) * 0.0254, {}};
+    const size_t stride = (3 * static_cast<size_t>(d.width) + 3) & ~size_t(3);
+    for (int y = d.height - 1; y >= 0; --y)
+        for (int x = 0; x < d.width; ++x) {
+            const size_t at = le32(b, 10) + stride * static_cast<size_t>(y) + 3 * static_cast<size_t>(x);
+            d.rgb.insert(d.rgb.end(), {b[at + 2], b[at + 1], b[at]});
+        }
+    return d;
+}
+
+ColourCardSpec colourSpec(Paper paper, int width, int height, double coverage, std::uint64_t seed = 7)
+{
+    ColourCardSpec spec;
+    spec.paper = paper;
+    spec.width = width;
+    spec.height = height;
+    spec.coverage = coverage;
+    spec.seed = seed;
+    return spec;
+}
+
+ColourStain circle(double cx, double cy, double radius)
+{
+    ColourStain s;
+    s.cx = cx;
+    s.cy = cy;
+    s.semiMajor = s.semiMinor = radius;
+    return s;
+}
+
+} // namespace
+
+TEST(CardgenColour, FilesAreReproducibleAndDecodeToTheCard)
+{
+    struct Case
+    {
+        const char *name;
+        Paper paper;
+        Decoded (*decode)(const std::string &);
+        double meanError; // per sample, against the painted rows; JPEG halves the chroma
+    };
+    const Case cases[] = {
+        {"wsp.png", Paper::WaterSensitive, decodePng, 0}, {"wsp.jpg", Paper::WaterSensitive, decodeJpeg, 6},
+        {"red.bmp", Paper::WhiteRed, decodeBmp, 0},       {"black.tif", Paper::WhiteBlack, decodeTif, 0},
+        {"grey.png", Paper::Grey, decodePng, 0},          {"grey.jpg", Paper::Grey, decodeJpeg, 2.5},
+        {"grey.tif", Paper::Grey, decodeTif, 0},
+    };
+    for (const Case &c : cases) {
+        // Odd sizes: BMP rows need padding, JPEG blocks are cut at the edge.
+        const ColourCard card(colourSpec(c.paper, 93, 71, 0.2));
+        const std::string path = scratch(c.name);
+        ASSERT_TRUE(WriteColour(RowsOf(card), path, {300, 90})) << c.name;
+        const Bytes first = readAll(path);
+        ASSERT_TRUE(WriteColour(RowsOf(ColourCard(colourSpec(c.paper, 93, 71, 0.2))), path, {300, 90}));
+        EXPECT_EQ(readAll(path), first) << c.name << ": same spec and seed, same bytes";
+
+        const Decoded d = c.decode(path);
+        const bool oneSample = c.paper == Paper::Grey && c.decode != decodeBmp;
+        EXPECT_EQ(std::tuple(d.width, d.height, d.samples), std::tuple(93, 71, oneSample ? 1 : 3)) << c.name;
+        EXPECT_NEAR(d.dpi, 300, 0.5) << c.name;
+        const RgbImage painted = card.image();
+        ASSERT_EQ(d.rgb.size(), painted.data.size()) << c.name;
+        double error = 0;
+        for (size_t i = 0; i < d.rgb.size(); ++i)
+            error += std::abs(d.rgb[i] - painted.data[i]);
+        EXPECT_LE(error / static_cast<double>(d.rgb.size()), c.meanError) << c.name;
+    }
+    std::string error;
+    EXPECT_FALSE(WriteColour(RowsOf(ColourCard(colourSpec(Paper::Grey, 9, 9, 0))), scratch("x.gif"), {}, &error));
+    EXPECT_NE(error.find("does not end in"), std::string::npos);
+}
+
+TEST(CardgenColour, StainListAgreesWithThePaintedShades)
+{
+    // Without noise and gradient every pixel is an exact mix of card and stain, so the covered
+    // area can be read back from the shades, independently of the painter's sub-pixel sweep.
+    for (const Paper paper : {Paper::WaterSensitive, Paper::WhiteRed, Paper::WhiteBlack}) {
+        ColourCardSpec spec = colourSpec(paper, 300, 200, 0.15);
+        spec.noise = 0;
+        spec.gradient = 0;
+        const ColourCard card(spec);
+        const RgbImage img = card.image();
+        spec.coverage = 0;
+        const Bytes bare = ColourCard(spec).image().data;
+        spec.stains = {circle(0.5, 0.5, 100)};
+        const Bytes ink = ColourCard(spec).image().data;
+        int channel = 0; // the one with the widest span between card and stain
+        for (int k = 1; k < 3; ++k)
+            if (std::abs(bare[k] - ink[k]) > std::abs(bare[channel] - ink[channel]))
+                channel = k;
+        double shaded = 0;
+        for (size_t i = static_cast<size_t>(channel); i < img.data.size(); i += 3)
+            shaded += double(bare[channel] - img.data[i]) / (bare[channel] - ink[channel]);
+        EXPECT_NEAR(shaded / (300.0 * 200.0), card.coveredShare(), 0.001);
+        EXPECT_NEAR(card.coveredShare(), 0.15, 0.03) << "overlaps take a little of the coverage asked";
+
+        double listed = 0;
+        for (const ColourStain &s : card.stains()) {
+            listed += s.area;
+            const bool inside = s.cx - s.semiMajor > 0 && s.cy - s.semiMajor > 0 && s.cx + s.semiMajor < 300
+                                && s.cy + s.semiMajor < 200;
+            if (inside) {
+                EXPECT_NEAR(s.area, 3.14159265 * s.semiMajor * s.semiMinor, 0.5 + 0.02 * s.area);
+            }
+            EXPECT_GE(s.semiMajor / s.semiMinor, 1.0);
+            EXPECT_LE(s.semiMajor / s.semiMinor, 1 / 0.85 + 1e-9);
+        }
+        EXPECT_GE(listed, card.coveredShare() * 300 * 200);
+        EXPECT_NE(card.stainList(), ColourCard(colourSpec(paper, 300, 200, 0.15, 8)).stainList()) << "the seed counts";
+    }
+}
+
+TEST(CardgenColour, IlluminationFallsFivePercentUnderNoiseOfTheSetLevel)
+{
+    ColourCardSpec spec = colourSpec(Paper::WhiteRed, 200, 200, 0);
+    const RgbImage img = ColourCard(spec).image();
+    const auto corner = [&](int x0, int y0, double &mean, double &sd) {
+        double sum = 0, squares = 0;
+        for (int y = y0; y < y0 + 20; ++y)
+            for (int x = x0; x < x0 + 20; ++x) {
+                const double v = img.data[3 * (static_cast<size_t>(y) * 200 + static_cast<size_t>(x))];
+                sum += v;
+                squares += v * v;
+            }
+        mean = sum / 400;
+        sd = std::sqrt(squares / 400 - mean * mean);
+    };
+    double topLeft = 0, bottomRight = 0, sdTop = 0, sdBottom = 0;
+    corner(0, 0, topLeft, sdTop);
+    corner(180, 180, bottomRight, sdBottom);
+    EXPECT_NEAR(bottomRight / topLeft, 0.95, 0.01);
+    EXPECT_NEAR(sdTop, spec.noise, 0.4); // the gradient adds a little over a 20-pixel patch
+}
+
+TEST(CardgenColour, ResolvableWhenHalfTheStainIsClearOfTheOthers)
+{
+    struct Case
+    {
+        const char *what;
+        std::vector<ColourStain> stains;
+        std::vector<bool> resolvable;
+    };
+    // Two discs of radius 10 five apart share 69 % of their area; fourteen apart, 19 %.
+    const Case cases[] = {
+        {"apart", {circle(20, 20, 10), circle(50, 20, 10)}, {true, true}},
+        {"deep overlap", {circle(20, 20, 10), circle(25, 20, 10)}, {false, false}},
+        {"slight overlap", {circle(20, 20, 10), circle(34, 20, 10)}, {true, true}},
+        {"inside a larger one", {circle(30, 20, 10), circle(30, 20, 3)}, {true, false}},
+        {"middle of a chain", {circle(15, 20, 10), circle(25, 20, 10), circle(35, 20, 10)}, {true, false, true}},
+    };
+    for (const Case &c : cases) {
+        ColourCardSpec spec = colourSpec(Paper::WaterSensitive, 60, 40, 0);
+        spec.stains = c.stains;
+        const ColourCard card(spec);
+        std::vector<bool> got;
+        for (const ColourStain &s : card.stains())
+            got.push_back(s.resolvable);
+        EXPECT_EQ(got, c.resolvable) << c.what;
+    }
+    // A disc cut by the edge keeps only the area within the picture.
+    ColourCardSpec edge = colourSpec(Paper::WaterSensitive, 60, 40, 0);
+    edge.stains = {circle(0, 20, 10)};
+    EXPECT_NEAR(ColourCard(edge).stains()[0].area, 3.14159265 * 50, 2);
+}
+
+TEST(CardgenColour, ColourTableCopyKeepsTheColoursWithinTheGrid)
+{
+    const ColourCard card(colourSpec(Paper::WaterSensitive, 120, 90, 0.2));
+    const IndexedImage table = ReduceToTable(RowsOf(card));
+    ASSERT_EQ(std::tuple(table.width, table.height), std::tuple(120, 90));
+    EXPECT_LE(table.palette.size(), 256u);
+    EXPECT_GT(table.palette.size(), 20u) << "noise spreads the card over many entries, as a user's reduction does";
+    const RgbImage rgb = card.image();
+    const RgbImage back = ToRgb(table);
+    int worst = 0;
+    for (size_t i = 0; i < rgb.data.size(); ++i)
+        worst = std::max(worst, std::abs(rgb.data[i] - back.data[i]));
+    EXPECT_LE(worst, 24);
 }
