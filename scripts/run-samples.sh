@@ -20,7 +20,22 @@ if "$cli" --help | grep -q -- '--report'; then
   report=(--report "$out/report.pdf")
 fi
 "$cli" line --settings "$out/settings.ini" --dpi 600 --out "$out/results.txt" "${report[@]}" "$out"/*.bmp
+
+# The colour sampling line (PNG and JPEG scans), once velmara-cli reads colour scans.
+colour=0
+if "$cli" --help | grep -q -- '--colour-scans'; then
+  colour=1
+  mkdir -p "$out/colour"
+  cp "$here"/samples/colour/*.png "$here"/samples/colour/*.jpg "$out/colour"/
+  colour_report=()
+  [ ${#report[@]} -eq 0 ] || colour_report=(--report "$out/colour/report.pdf")
+  "$cli" line --settings "$out/settings.ini" --colour-scans --dpi 600 --out "$out/colour/results.txt" \
+    "${colour_report[@]}" "$out"/colour/card*
+fi
 echo
 echo "Scan logs:    $out/*.scn"
 echo "Results file: $out/results.txt"
 [ ${#report[@]} -eq 0 ] || echo "PDF report:   $out/report.pdf"
+if [ $colour -eq 1 ]; then
+  echo "Colour line:  $out/colour/ (scan logs, results.txt$([ ${#report[@]} -eq 0 ] || echo ", report.pdf"))"
+fi
