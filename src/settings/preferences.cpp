@@ -98,6 +98,14 @@ void LoadPreferences(Workspace &ws, const SettingsStore &store)
         store.readByte(K::ShapeThreshold.section, K::ShapeThreshold.key, K::ShapeThreshold.defaultText));
     ws.HueThreshold = static_cast<Byte>(
         store.readByte(K::HueThreshold.section, K::HueThreshold.key, K::HueThreshold.defaultText));
+    ws.ColourScans = readBool(store, K::ColourScans);
+    ws.UseFileResolution = readBool(store, K::UseFileResolution);
+    ws.SplitOverlaps = readBool(store, K::SplitOverlaps);
+    ws.ExtendedResults = readBool(store, K::ExtendedResults);
+    ws.CovLimit = readDouble(store, K::CovLimit);
+    // The dialog takes 1 to 100; a limit outside that would make every width pass, or none.
+    if (!(ws.CovLimit >= 1 && ws.CovLimit <= 100))
+        store.parseNumber(K::CovLimit.defaultText, ws.CovLimit);
     LoadSprayInfo(ws, store);
     ws.InitialDir = get(store, K::InitialDir);
 }
@@ -127,6 +135,11 @@ bool SavePreferences(const Workspace &ws, SettingsStore &store)
     ok &= store.saveInteger(K::ShapeThreshold.section, K::ShapeThreshold.key, ws.ShapeThreshold);
     ok &= store.saveInteger(K::HueThreshold.section, K::HueThreshold.key, ws.HueThreshold);
     ok &= store.saveBool(K::Metric.section, K::Metric.key, ws.Metric);
+    ok &= store.saveBool(K::ColourScans.section, K::ColourScans.key, ws.ColourScans);
+    ok &= store.saveBool(K::UseFileResolution.section, K::UseFileResolution.key, ws.UseFileResolution);
+    ok &= store.saveBool(K::SplitOverlaps.section, K::SplitOverlaps.key, ws.SplitOverlaps);
+    ok &= store.saveBool(K::ExtendedResults.section, K::ExtendedResults.key, ws.ExtendedResults);
+    ok &= store.saveDouble(K::CovLimit.section, K::CovLimit.key, ws.CovLimit);
     return ok;
 }
 
