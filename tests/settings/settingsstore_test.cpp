@@ -262,6 +262,10 @@ TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
     EXPECT_EQ(std::tuple(ws.DefaultRes, ws.SpreadFactor[1], ws.SpreadFactor[2], ws.ShapeThreshold, ws.HueThreshold,
                          ws.LogAnalysis, ws.Append, ws.Metric, ws.ColourScans, ws.SplitOverlaps),
               std::tuple(1200, 0.56, 0.0, 100, 0, true, true, false, false, true));
+    EXPECT_EQ(UnreadablePreferences(s),
+              (std::vector<std::string>{"DefaultRes=\"abc\"", "SpreadFactor1=\"0.5x\"", "SpreadFactor2=\"inf\"",
+                                        "LogAnalysis=\"maybe\"", "ShapeThreshold=\"300\"", "HueThreshold=\"-1\"",
+                                        "ColourScans=\"yes\""}));
 
     // The COV limit takes 1 to 100, fractions included.
     const std::pair<const char *, double> limits[] = {
@@ -270,7 +274,12 @@ TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
         write(path(), std::string("[Prefs]\nCovLimit=") + text + "\n");
         LoadPreferences(ws, s);
         EXPECT_EQ(ws.CovLimit, limit) << text;
+        EXPECT_EQ(UnreadablePreferences(s).size(), limit == 25 ? 1u : 0u) << text;
     }
+    EXPECT_EQ(UnreadablePreferencesNotice(s),
+              "The settings file '" + QDir::toNativeSeparators(path()).toStdString()
+                  + "' holds a value that cannot be read: CovLimit=\"\".\r\rIts default is used, and saved in its "
+                    "place when the program ends.");
 }
 
 TEST_F(SettingsFile, IntegerAndByteTextsRoundHalfToEven)
