@@ -134,6 +134,15 @@ bool Session::prepare(std::string &error)
         tell("the settings file " + store.filePath().toStdString() + " is not used, " + check.Reason
              + "; the default settings apply");
     }
+    const std::vector<std::string> unreadable = UnreadablePreferences(store);
+    if (!unreadable.empty()) {
+        std::string list;
+        for (const std::string &value : unreadable)
+            list += (list.empty() ? "" : ", ") + value;
+        tell("the settings file " + store.filePath().toStdString() + " holds "
+             + (unreadable.size() == 1 ? "a value" : "values") + " that cannot be read (" + list
+             + "); the defaults apply");
+    }
     LoadStartupSettings(mWs, store);
     LoadPreferences(mWs, store);
     storedPosition1 = store.GetSetting("SprayInfo", "Sample_Position1", "");

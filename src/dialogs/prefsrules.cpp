@@ -20,6 +20,9 @@ void leavePercent(std::string &text, Byte holder)
         text = "100";
 }
 
+// Enough places for any limit typed into the box, none forced on a whole number.
+std::string covLimitText(double value) { return FormatNumber(value, "0.##########"); }
+
 } // namespace
 
 double MicronsPerPixel(double dpi) { return ((1.0 / dpi) / 12.0 / 3.2808) * 1000000.0; }
@@ -34,7 +37,7 @@ std::string ConversionLabelText(const std::string &resolutionText)
 
 PrefsSnapshot TakePrefsSnapshot(const Workspace &ws)
 {
-    return PrefsSnapshot{ws.Metric, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval};
+    return PrefsSnapshot{ws.Metric, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval, ws.CovLimit};
 }
 
 PrefsEffect PrefsEffectAfterClose(const PrefsSnapshot &before, const Workspace &ws, bool onFirstTab)
@@ -50,6 +53,9 @@ PrefsEffect PrefsEffectAfterClose(const PrefsSnapshot &before, const Workspace &
             effect.Redraws.push_back(PrefsRedraw::BuildSwathTables);
             effect.Redraws.push_back(PrefsRedraw::DrawSwathView);
         }
+    } else if (ws.CompositeCheck && !onFirstTab && before.CovLimit != ws.CovLimit) {
+        effect.Redraws.push_back(PrefsRedraw::BuildSwathTables);
+        effect.Redraws.push_back(PrefsRedraw::DrawSwathView);
     }
     if (before.Metric != ws.Metric && ws.CardCount() > 0) {
         if (!ws.CompositeCheck) {
@@ -78,6 +84,11 @@ void PrefsRules::Open()
         SpreadText[i] = FormatNumber(mWs.SpreadFactor[i], "0.00##########");
     txtRoundness = std::to_string(mWs.ShapeThreshold);
     txtHues = std::to_string(mWs.HueThreshold);
+    ColourScansCheck = mWs.ColourScans;
+    UseFileResolutionCheck = mWs.UseFileResolution;
+    SplitOverlapsCheck = mWs.SplitOverlaps;
+    ExtendedResultsCheck = mWs.ExtendedResults;
+    txtCovLimit = covLimitText(mWs.CovLimit);
 }
 
 void PrefsRules::ResComboChanged(const std::string &text)
@@ -106,8 +117,15 @@ void PrefsRules::LeaveRoundness() { leavePercent(txtRoundness, mWs.ShapeThreshol
 
 void PrefsRules::LeaveHues() { leavePercent(txtHues, mWs.HueThreshold); }
 
+void PrefsRules::LeaveCovLimit()
+{
+    if (!TextIsNumeric(txtCovLimit))
+        txtCovLimit = covLimitText(mWs.CovLimit);
+}
+
 std::optional<std::string> PrefsRules::AcceptClicked()
 {
+    mFocusAfterFailure = Control::ResCombo;
     mWs.Metric = UnitsMetric;
     // A resolution of 0 is taken: the loading of later cards refuses them and points here.
     const auto res = TextAsInteger(ResCombo);
@@ -131,6 +149,16 @@ std::optional<std::string> PrefsRules::AcceptClicked()
     if (!hue)
         return std::string(kBadValue);
     mWs.HueThreshold = *hue;
+    mWs.ColourScans = ColourScansCheck;
+    mWs.UseFileResolution = UseFileResolutionCheck;
+    mWs.SplitOverlaps = SplitOverlapsCheck;
+    mWs.ExtendedResults = ExtendedResultsCheck;
+    const auto limit = TextAsDouble(txtCovLimit);
+    if (!limit || !(*limit >= kCovLimitLow && *limit <= kCovLimitHigh)) {
+        mFocusAfterFailure = Control::CovLimit;
+        return std::string(kBadValue);
+    }
+    mWs.CovLimit = *limit;
     return std::nullopt;
 }
 

@@ -23,12 +23,19 @@ double MicronsPerPixel(double dpi);
 // "= 21.17 µm/pixel" for the text "1200"; a bare "=" for text that is no number, above 32500, or 0.
 std::string ConversionLabelText(const std::string &resolutionText);
 
+// The COV limit box takes a percentage in this range, decimals allowed.
+inline constexpr double kCovLimitLow = 1;
+inline constexpr double kCovLimitHigh = 100;
+// Characters that may be typed into the COV limit box: "100" or "12.375".
+inline constexpr int kCovLimitMaxLength = 6;
+
 // The holders that the effect on the loaded cards compares: taken before the dialog opens.
 struct PrefsSnapshot
 {
     bool Metric = true;
     std::string Sample_Position1;
     std::string Sample_Interval;
+    double CovLimit = 25;
 };
 PrefsSnapshot TakePrefsSnapshot(const Workspace &ws);
 
@@ -43,7 +50,8 @@ struct PrefsEffect
 };
 
 // What the closed dialog (accepted or not: the spray view stores at once) means for the cards
-// on show. onFirstTab: the composite view shows its first tab (the line chart).
+// on show. onFirstTab: the composite view shows its first tab (the line chart). A new COV limit
+// moves the effective swath, so the swath tab is rebuilt and redrawn.
 PrefsEffect PrefsEffectAfterClose(const PrefsSnapshot &before, const Workspace &ws, bool onFirstTab);
 
 class PrefsRules
@@ -64,6 +72,14 @@ public:
     std::array<std::string, 3> SpreadText;
     std::string txtRoundness;
     std::string txtHues;
+    bool ColourScansCheck = false;
+    bool UseFileResolutionCheck = false;
+    bool SplitOverlapsCheck = false;
+    bool ExtendedResultsCheck = false;
+    std::string txtCovLimit;
+
+    // The control that takes the focus after a refused Accept.
+    enum class Control { ResCombo, CovLimit };
 
     // Option1, LogInfoCheck and ViewSprayButton are usable only with LogCheck; they keep their state.
     bool LogDependentsEnabled() const { return LogCheck; }
@@ -75,17 +91,22 @@ public:
     void LeaveSpreadText(int index);
     void LeaveRoundness();
     void LeaveHues();
+    // No number gives back the holder's value; a number out of range stays for Accept to refuse.
+    void LeaveCovLimit();
 
     // For the spray dialog opened by "View Spray Info.".
     PrefsSprayLink SprayLink() { return PrefsSprayLink{&SpreadText, UnitsMetric}; }
 
-    // Applies the controls in order. On a failed conversion: the message (the focus goes to the
-    // resolution box, the dialog stays open, and what was applied before stays applied). nullopt
-    // when everything was applied and the dialog closes.
+    // Applies the controls in order, the four check boxes and the COV limit last. On a failed
+    // conversion: the message (the focus goes to FocusAfterFailure(), the dialog stays open, and
+    // what was applied before stays applied). nullopt when everything was applied and the dialog
+    // closes.
     std::optional<std::string> AcceptClicked();
+    Control FocusAfterFailure() const { return mFocusAfterFailure; }
 
 private:
     Workspace &mWs;
+    Control mFocusAfterFailure = Control::ResCombo;
 };
 
 } // namespace velmara

@@ -57,12 +57,78 @@ const std::array<SprayEntry, 15> &sprayEntries()
     return entries;
 }
 
+// How LoadPreferences reads each typed key of section "Prefs", in its order.
+enum class ValueKind { Bool, Integer, Byte, Double, CovLimit };
+struct TypedKey
+{
+    const SettingKey &key;
+    ValueKind kind;
+};
+
+const std::array<TypedKey, 15> &typedPreferences()
+{
+    namespace K = SettingKeys;
+    using V = ValueKind;
+    static const std::array<TypedKey, 15> keys{{
+        {K::Metric, V::Bool}, {K::DefaultRes, V::Integer}, {K::SpreadFactor0, V::Double},
+        {K::SpreadFactor1, V::Double}, {K::SpreadFactor2, V::Double}, {K::LogAnalysis, V::Bool},
+        {K::Append, V::Bool}, {K::LogSprayInfo, V::Bool}, {K::ShapeThreshold, V::Byte},
+        {K::HueThreshold, V::Byte}, {K::ColourScans, V::Bool}, {K::UseFileResolution, V::Bool},
+        {K::SplitOverlaps, V::Bool}, {K::ExtendedResults, V::Bool}, {K::CovLimit, V::CovLimit},
+    }};
+    return keys;
+}
+
 bool isSamplerKey(const SettingKey &k)
 {
     return &k == &SettingKeys::Sample_Position1 || &k == &SettingKeys::Sample_Interval;
 }
 
 } // namespace
+
+std::vector<std::string> UnreadablePreferences(const SettingsStore &store)
+{
+    std::vector<std::string> bad;
+    for (const TypedKey &t : typedPreferences()) {
+        const char *s = t.key.section;
+        const char *k = t.key.key;
+        const std::string text = store.GetSetting(s, k, "");
+        if (text != store.GetSetting(s, k, "?"))
+            continue; // not in the file
+        // A text that reads gives its own value whatever the default; one that does not gives
+        // the default.
+        bool unreadable = false;
+        switch (t.kind) {
+        case ValueKind::Bool: unreadable = store.readBool(s, k, "True") != store.readBool(s, k, "False"); break;
+        case ValueKind::Integer: unreadable = store.readInteger(s, k, "1") != store.readInteger(s, k, "2"); break;
+        case ValueKind::Byte: unreadable = store.readByte(s, k, "1") != store.readByte(s, k, "2"); break;
+        case ValueKind::Double: unreadable = store.readDouble(s, k, "1") != store.readDouble(s, k, "2"); break;
+        case ValueKind::CovLimit: {
+            const double v = store.readDouble(s, k, "0");
+            unreadable = !(v >= 1 && v <= 100);
+            break;
+        }
+        }
+        if (unreadable)
+            bad.push_back(std::string(k) + "=" + SettingsStore::quoted(text));
+    }
+    return bad;
+}
+
+std::string UnreadablePreferencesNotice(const SettingsStore &store)
+{
+    const std::vector<std::string> bad = UnreadablePreferences(store);
+    if (bad.empty())
+        return {};
+    std::string list;
+    for (size_t i = 0; i < bad.size(); ++i)
+        list += (i == 0 ? "" : i + 1 == bad.size() ? " and " : ", ") + bad[i];
+    const bool one = bad.size() == 1;
+    return "The settings file '" + QDir::toNativeSeparators(store.filePath()).toStdString() + "' holds "
+           + (one ? "a value" : "values") + " that cannot be read: " + list + ".\r\r"
+           + (one ? "Its default is" : "Their defaults are") + " used, and saved in "
+           + (one ? "its" : "their") + " place when the program ends.";
+}
 
 std::string ResolveTempDir(const std::string &rootDir)
 {
@@ -98,6 +164,14 @@ void LoadPreferences(Workspace &ws, const SettingsStore &store)
         store.readByte(K::ShapeThreshold.section, K::ShapeThreshold.key, K::ShapeThreshold.defaultText));
     ws.HueThreshold = static_cast<Byte>(
         store.readByte(K::HueThreshold.section, K::HueThreshold.key, K::HueThreshold.defaultText));
+    ws.ColourScans = readBool(store, K::ColourScans);
+    ws.UseFileResolution = readBool(store, K::UseFileResolution);
+    ws.SplitOverlaps = readBool(store, K::SplitOverlaps);
+    ws.ExtendedResults = readBool(store, K::ExtendedResults);
+    ws.CovLimit = readDouble(store, K::CovLimit);
+    // The dialog takes 1 to 100; a limit outside that would make every width pass, or none.
+    if (!(ws.CovLimit >= 1 && ws.CovLimit <= 100))
+        store.parseNumber(K::CovLimit.defaultText, ws.CovLimit);
     LoadSprayInfo(ws, store);
     ws.InitialDir = get(store, K::InitialDir);
 }
@@ -127,6 +201,11 @@ bool SavePreferences(const Workspace &ws, SettingsStore &store)
     ok &= store.saveInteger(K::ShapeThreshold.section, K::ShapeThreshold.key, ws.ShapeThreshold);
     ok &= store.saveInteger(K::HueThreshold.section, K::HueThreshold.key, ws.HueThreshold);
     ok &= store.saveBool(K::Metric.section, K::Metric.key, ws.Metric);
+    ok &= store.saveBool(K::ColourScans.section, K::ColourScans.key, ws.ColourScans);
+    ok &= store.saveBool(K::UseFileResolution.section, K::UseFileResolution.key, ws.UseFileResolution);
+    ok &= store.saveBool(K::SplitOverlaps.section, K::SplitOverlaps.key, ws.SplitOverlaps);
+    ok &= store.saveBool(K::ExtendedResults.section, K::ExtendedResults.key, ws.ExtendedResults);
+    ok &= store.saveDouble(K::CovLimit.section, K::CovLimit.key, ws.CovLimit);
     return ok;
 }
 

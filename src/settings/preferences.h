@@ -6,6 +6,7 @@
 #include "settings/settingsstore.h"
 
 #include <string>
+#include <vector>
 
 namespace velmara {
 
@@ -13,17 +14,26 @@ namespace velmara {
 void LoadStartupSettings(Workspace &ws, const SettingsStore &store);
 
 // When the main window is made, in this order: DefaultRes, SpreadFactor0..2, LogAnalysis, Append,
-// LogSprayInfo, ShapeThreshold, HueThreshold, the spray record (LoadSprayInfo), InitialDir.
-// A stored text that does not read as its type gives the key's default.
+// LogSprayInfo, ShapeThreshold, HueThreshold, ColourScans, UseFileResolution, SplitOverlaps,
+// ExtendedResults, CovLimit, the spray record (LoadSprayInfo), InitialDir. A stored text that does
+// not read as its type gives the key's default, as does a CovLimit outside 1 to 100.
 void LoadPreferences(Workspace &ws, const SettingsStore &store);
+
+// The [Prefs] values that the file holds but LoadPreferences cannot read (no number, a number out
+// of range, neither "True" nor "False"), each as Key="text", in the order they are read. Each of
+// them gives its key's default, and the exit writes that default over it.
+std::vector<std::string> UnreadablePreferences(const SettingsStore &store);
+// The desktop program's message about them at start; empty when there are none.
+std::string UnreadablePreferencesNotice(const SettingsStore &store);
 
 // The thirteen spray texts other than the two sampler keys, each with an empty default; the two
 // sampler fields are emptied, since each run starts without card positions.
 void LoadSprayInfo(Workspace &ws, const SettingsStore &store);
 
 // When the main window closes, in this order: DefaultRes, SpreadFactor0..2, LogAnalysis, Append,
-// LogSprayInfo, InitialDir, ShapeThreshold, HueThreshold, Metric. Every key is attempted; returns
-// false when any write failed (the store reports the first failure).
+// LogSprayInfo, InitialDir, ShapeThreshold, HueThreshold, Metric, then the five later keys in the
+// order LoadPreferences reads them. Every key is attempted; returns false when any write failed
+// (the store reports the first failure).
 bool SavePreferences(const Workspace &ws, SettingsStore &store);
 
 // The fifteen spray keys, in the order of the spray record with Comment last. Returns false when

@@ -34,6 +34,13 @@ inline constexpr SettingKey Append{"Prefs", "Append", "False"};
 inline constexpr SettingKey LogSprayInfo{"Prefs", "LogSprayInfo", "False"};
 inline constexpr SettingKey ShapeThreshold{"Prefs", "ShapeThreshold", "100"};
 inline constexpr SettingKey HueThreshold{"Prefs", "HueThreshold", "0"};
+// Beyond the classic analysis; all off by default, which leaves every output as it was.
+inline constexpr SettingKey ColourScans{"Prefs", "ColourScans", "False"};
+inline constexpr SettingKey UseFileResolution{"Prefs", "UseFileResolution", "False"};
+inline constexpr SettingKey SplitOverlaps{"Prefs", "SplitOverlaps", "False"};
+inline constexpr SettingKey ExtendedResults{"Prefs", "ExtendedResults", "False"};
+// Percent, 1 to 100; a stored value outside that range reads as the default.
+inline constexpr SettingKey CovLimit{"Prefs", "CovLimit", "25"};
 
 // Section "SprayInfo": all plain text, empty by default. The card position dialog reads the two
 // sampler keys with its own defaults, "-50" and "10".

@@ -246,6 +246,8 @@ bool SettingsStore::fail(const std::string &message)
     return false;
 }
 
+std::string SettingsStore::quoted(const std::string &text) { return quotedLine(text); }
+
 std::string SettingsStore::expandEnvironment(const std::string &text)
 {
     const size_t first = text.find('%');

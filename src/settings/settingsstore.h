@@ -108,6 +108,10 @@ public:
     // "%" at least two characters after it; unknown names and a lone "%" stay as they are.
     static std::string expandEnvironment(const std::string &text);
 
+    // Text from the file as a message quotes it: blanks trimmed, at most 40 characters, control
+    // characters shown as "?", in double quotes.
+    static std::string quoted(const std::string &text);
+
 private:
     bool fail(const std::string &message);
 

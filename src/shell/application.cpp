@@ -82,9 +82,13 @@ int RunDesktop(int argc, char **argv)
 
     Workspace ws;
     SettingsStore store;
-    // A settings file that cannot be read whole is told once, here; a save that fails later is
-    // told when it happens, once per run.
-    QString notice = QString::fromStdString(store.startupNotice(store.checkFile()));
+    // A settings file that cannot be read whole, or holds values that cannot be read, is told
+    // once, here; a save that fails later is told when it happens, once per run.
+    std::string told = store.startupNotice(store.checkFile());
+    const std::string values = UnreadablePreferencesNotice(store);
+    if (!values.empty())
+        told += (told.empty() ? "" : "\r\r") + values;
+    QString notice = QString::fromStdString(told);
     if (!notice.isEmpty()) {
         notice.replace(QLatin1Char('\r'), QLatin1Char('\n'));
         QMessageBox::warning(nullptr, QStringLiteral("Velmara"), notice);

@@ -34,6 +34,18 @@ QString WithDefaultExtension(const QString &name, const QString &defExt)
     return name + QLatin1Char('.') + defExt;
 }
 
+QString CardImageFilter(bool colourScans)
+{
+    if (!colourScans)
+        return QStringLiteral("All Image Files (*.bmp *.gif *.tif *.BMP *.GIF *.TIF);;"
+                              "Bitmap Files (*.bmp *.BMP);;GIF Files (*.gif *.GIF);;TIF Files (*.tif *.TIF)");
+    return QStringLiteral("All Image Files (*.bmp *.gif *.tif *.tiff *.png *.jpg *.jpeg "
+                          "*.BMP *.GIF *.TIF *.TIFF *.PNG *.JPG *.JPEG);;"
+                          "Bitmap Files (*.bmp *.BMP);;GIF Files (*.gif *.GIF);;"
+                          "TIF Files (*.tif *.tiff *.TIF *.TIFF);;PNG Files (*.png *.PNG);;"
+                          "JPEG Files (*.jpg *.jpeg *.JPG *.JPEG)");
+}
+
 void CCommonDialogs::Init(QWidget *owner, FileChooser &chooser)
 {
     mOwner = owner;

@@ -77,4 +77,10 @@ QStringList NameFiltersOf(const QString &filter);
 // name with "." and defExt appended when its last path element has no extension.
 QString WithDefaultExtension(const QString &name, const QString &defExt);
 
+// The name filters of the dialogs that open card images and template sheets, for Qt's open
+// dialog: the classic three kinds, and with colour scans also PNG, JPEG and four-letter TIFF.
+// Qt's own dialog matches any letter case; the upper-case patterns serve platform dialogs that
+// match case.
+QString CardImageFilter(bool colourScans);
+
 } // namespace velmara

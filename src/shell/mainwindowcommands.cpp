@@ -10,6 +10,7 @@
 #include "shell/application.h"
 #include "shell/cardview.h"
 #include "shell/colourquestionform.h"
+#include "shell/commondialogs.h"
 #include "shell/compositeview.h"
 #include "shell/infoform.h"
 #include "shell/picturebox.h"
@@ -108,10 +109,8 @@ void MainWindow::btnLoad_Click()
     QString start = QString::fromStdString(mWs.InitialDir);
     if (start.isEmpty() || !QDir(start).exists())
         start = QDir::homePath();
-    const QStringList paths = QFileDialog::getOpenFileNames(
-        this, QStringLiteral("Load Card Image(s)"), start,
-        QStringLiteral("All Image Files (*.bmp *.gif *.tif *.BMP *.GIF *.TIF);;"
-                       "Bitmap Files (*.bmp *.BMP);;GIF Files (*.gif *.GIF);;TIF Files (*.tif *.TIF)"));
+    const QStringList paths = QFileDialog::getOpenFileNames(this, QStringLiteral("Load Card Image(s)"), start,
+                                                            CardImageFilter(mWs.ColourScans));
     Picture1->setFocus();
     repaint();
     if (paths.isEmpty())

@@ -4,6 +4,7 @@
 #include "shell/mainwindow.h"
 
 #include "shell/cardview.h"
+#include "shell/commondialogs.h"
 #include "shell/loadtemplateform.h"
 #include "shell/storesettingsaccess.h"
 
@@ -27,10 +28,8 @@ void MainWindow::btnLoadTemplate_Click()
     QString start = QString::fromStdString(mWs.InitialDir);
     if (start.isEmpty() || !QDir(start).exists())
         start = QDir::homePath();
-    const QString path = QFileDialog::getOpenFileName(
-        this, QStringLiteral("Load Card Template"), start,
-        QStringLiteral("All Image Files (*.bmp *.gif *.tif *.BMP *.GIF *.TIF);;"
-                       "Bitmap Files (*.bmp *.BMP);;GIF Files (*.gif *.GIF);;TIF Files (*.tif *.TIF)"));
+    const QString path = QFileDialog::getOpenFileName(this, QStringLiteral("Load Card Template"), start,
+                                                      CardImageFilter(mWs.ColourScans));
     if (path.isEmpty()) {
         Picture1->setFocus();
         return;

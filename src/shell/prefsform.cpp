@@ -110,6 +110,31 @@ frmPrefs::frmPrefs(Workspace &ws, SettingsAccess &settings, QWidget *parent)
     filterGrid->addWidget(txtHues, 1, 1);
     filterGrid->setColumnStretch(2, 1);
 
+    auto *analysisFrame = new QGroupBox(QStringLiteral("&Analysis"));
+    ColourScansCheck = new QCheckBox(QStringLiteral("Colour scans (24-bit, greyscale, PNG, JPEG)"));
+    UseFileResolutionCheck = new QCheckBox(QStringLiteral("Use the resolution stored in the f&ile"));
+    SplitOverlapsCheck = new QCheckBox(QStringLiteral("S&plit overlapping stains"));
+    ExtendedResultsCheck = new QCheckBox(QStringLiteral("E&xtended results (spectrum summary)"));
+    ColourScansCheck->setObjectName(QStringLiteral("ColourScansCheck"));
+    UseFileResolutionCheck->setObjectName(QStringLiteral("UseFileResolutionCheck"));
+    SplitOverlapsCheck->setObjectName(QStringLiteral("SplitOverlapsCheck"));
+    ExtendedResultsCheck->setObjectName(QStringLiteral("ExtendedResultsCheck"));
+    txtCovLimit = new QLineEdit;
+    txtCovLimit->setObjectName(QStringLiteral("txtCovLimit"));
+    SetUpEntryBox(txtCovLimit, EntryKind::Decimal, kCovLimitMaxLength, mPoint);
+    txtCovLimit->setMaximumWidth(txtCovLimit->fontMetrics().horizontalAdvance(QLatin1Char('0'))
+                                 * (kCovLimitMaxLength + 2));
+    auto *covLabel = new QLabel(QStringLiteral("COV li&mit (%)"));
+    covLabel->setBuddy(txtCovLimit);
+    auto *analysisGrid = new QGridLayout(analysisFrame);
+    analysisGrid->addWidget(ColourScansCheck, 0, 0, 1, 3);
+    analysisGrid->addWidget(UseFileResolutionCheck, 1, 0, 1, 3);
+    analysisGrid->addWidget(SplitOverlapsCheck, 2, 0, 1, 3);
+    analysisGrid->addWidget(ExtendedResultsCheck, 3, 0, 1, 3);
+    analysisGrid->addWidget(covLabel, 4, 0);
+    analysisGrid->addWidget(txtCovLimit, 4, 1);
+    analysisGrid->setColumnStretch(2, 1);
+
     AcceptButton = new QPushButton(QStringLiteral("Accept"));
     CancelButton = new QPushButton(QStringLiteral("Cancel"));
     AcceptButton->setDefault(true);
@@ -119,12 +144,21 @@ frmPrefs::frmPrefs(Workspace &ws, SettingsAccess &settings, QWidget *parent)
     buttons->addWidget(CancelButton);
     buttons->addStretch(1);
 
+    // Two columns keep the dialog low enough for a 600-pixel screen.
+    auto *classic = new QVBoxLayout;
+    classic->addWidget(resFrame);
+    classic->addWidget(unitsFrame);
+    classic->addWidget(logFrame);
+    classic->addWidget(spreadFrame);
+    classic->addWidget(filterFrame);
+    auto *added = new QVBoxLayout;
+    added->addWidget(analysisFrame);
+    added->addStretch(1);
+    auto *columns = new QHBoxLayout;
+    columns->addLayout(classic);
+    columns->addLayout(added);
     auto *outer = new QVBoxLayout(this);
-    outer->addWidget(resFrame);
-    outer->addWidget(unitsFrame);
-    outer->addWidget(logFrame);
-    outer->addWidget(spreadFrame);
-    outer->addWidget(filterFrame);
+    outer->addLayout(columns);
     outer->addLayout(buttons);
 
     mRules.Open();
@@ -158,6 +192,11 @@ frmPrefs::frmPrefs(Workspace &ws, SettingsAccess &settings, QWidget *parent)
         mRules.LeaveHues();
         push();
     });
+    OnLeave(txtCovLimit, [this] {
+        pull();
+        mRules.LeaveCovLimit();
+        push();
+    });
     connect(LogCheck, &QCheckBox::toggled, this, &frmPrefs::enableLogDependents);
     connect(ViewSprayButton, &QPushButton::clicked, this, &frmPrefs::viewSprayInfo);
     connect(AcceptButton, &QPushButton::clicked, this, &frmPrefs::acceptClicked);
@@ -178,6 +217,11 @@ void frmPrefs::pull()
         mRules.SpreadText[i] = ReadNumber(SpreadText[i]->text(), mPoint);
     mRules.txtRoundness = txtRoundness->text().toStdString();
     mRules.txtHues = txtHues->text().toStdString();
+    mRules.ColourScansCheck = ColourScansCheck->isChecked();
+    mRules.UseFileResolutionCheck = UseFileResolutionCheck->isChecked();
+    mRules.SplitOverlapsCheck = SplitOverlapsCheck->isChecked();
+    mRules.ExtendedResultsCheck = ExtendedResultsCheck->isChecked();
+    mRules.txtCovLimit = ReadNumber(txtCovLimit->text(), mPoint);
 }
 
 void frmPrefs::push()
@@ -196,6 +240,11 @@ void frmPrefs::push()
         setIfDifferent(SpreadText[i], ShownNumber(mRules.SpreadText[i], mPoint));
     setIfDifferent(txtRoundness, qs(mRules.txtRoundness));
     setIfDifferent(txtHues, qs(mRules.txtHues));
+    ColourScansCheck->setChecked(mRules.ColourScansCheck);
+    UseFileResolutionCheck->setChecked(mRules.UseFileResolutionCheck);
+    SplitOverlapsCheck->setChecked(mRules.SplitOverlapsCheck);
+    ExtendedResultsCheck->setChecked(mRules.ExtendedResultsCheck);
+    setIfDifferent(txtCovLimit, ShownNumber(mRules.txtCovLimit, mPoint));
     enableLogDependents();
 }
 
@@ -236,7 +285,10 @@ void frmPrefs::acceptClicked()
     pull();
     if (const auto problem = mRules.AcceptClicked()) {
         ShowDialogMessage(this, DialogText(problem->c_str()));
-        ResCombo->setFocus(Qt::OtherFocusReason);
+        if (mRules.FocusAfterFailure() == PrefsRules::Control::CovLimit)
+            txtCovLimit->setFocus(Qt::OtherFocusReason);
+        else
+            ResCombo->setFocus(Qt::OtherFocusReason);
         return;
     }
     accept();

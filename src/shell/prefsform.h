@@ -1,6 +1,7 @@
 #pragma once
 // The preferences dialog, "Preferences": default resolution with its pixel size, units, logging,
-// the spread factor and the drop filters. Its rules live in PrefsRules.
+// the spread factor, the drop filters, and the analysis options (colour scans, the file's own
+// resolution, overlap splitting, extended results, the COV limit). Its rules live in PrefsRules.
 
 #include "dialogs/prefsrules.h"
 
@@ -27,6 +28,7 @@ public:
     QLabel *conversionLabel() const { return ConversionLabel; }
     QLineEdit *spreadBox(int i) const { return SpreadText[static_cast<size_t>(i)]; }
     QLineEdit *huesBox() const { return txtHues; }
+    QLineEdit *covLimitBox() const { return txtCovLimit; }
     QPushButton *acceptButton() const { return AcceptButton; }
 
 private:
@@ -53,6 +55,11 @@ private:
     std::array<QLineEdit *, 3> SpreadText{};
     QLineEdit *txtRoundness = nullptr;
     QLineEdit *txtHues = nullptr;
+    QCheckBox *ColourScansCheck = nullptr;
+    QCheckBox *UseFileResolutionCheck = nullptr;
+    QCheckBox *SplitOverlapsCheck = nullptr;
+    QCheckBox *ExtendedResultsCheck = nullptr;
+    QLineEdit *txtCovLimit = nullptr;
     QPushButton *AcceptButton = nullptr;
     QPushButton *CancelButton = nullptr;
 };

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 using namespace velmara;
 
 TEST(ConversionLabel, PixelSizeOrBareSign)
@@ -20,6 +22,8 @@ TEST(PrefsRules, OpeningMirrorsTheHoldersAndLeaveRules)
     ws.LogAnalysis = false;
     ws.SpreadFactor = {0.0, 0.5, 0.000125};
     ws.HueThreshold = 7;
+    ws.SplitOverlaps = true;
+    ws.CovLimit = 12.5;
     PrefsRules p(ws);
     p.Open();
     EXPECT_EQ(p.ResCombo, "800") << "a value off the list stands as typed text";
@@ -28,6 +32,9 @@ TEST(PrefsRules, OpeningMirrorsTheHoldersAndLeaveRules)
     EXPECT_FALSE(p.LogDependentsEnabled());
     EXPECT_EQ(p.SpreadText[0], "0.00");
     EXPECT_EQ(p.SpreadText[2], "0.000125");
+    EXPECT_EQ(std::tuple(p.ColourScansCheck, p.UseFileResolutionCheck, p.SplitOverlapsCheck, p.ExtendedResultsCheck),
+              std::tuple(false, false, true, false));
+    EXPECT_EQ(p.txtCovLimit, "12.5");
 
     p.ResComboChanged("0");
     EXPECT_FALSE(p.LeaveResCombo());
@@ -43,6 +50,12 @@ TEST(PrefsRules, OpeningMirrorsTheHoldersAndLeaveRules)
     p.SpreadText[1] = "-.25";
     p.LeaveSpreadText(1);
     EXPECT_EQ(p.SpreadText[1], "-0.25");
+    // The COV limit is not clamped on leaving: Accept refuses what lies out of range.
+    for (const auto &[typed, left] : {std::pair{"", "12.5"}, {".", "12.5"}, {"150", "150"}, {"7.25", "7.25"}}) {
+        p.txtCovLimit = typed;
+        p.LeaveCovLimit();
+        EXPECT_EQ(p.txtCovLimit, left) << typed;
+    }
 }
 
 TEST(PrefsRules, AcceptAppliesInOrderAndStopsAtAFailedConversion)
@@ -86,6 +99,28 @@ TEST(PrefsRules, AcceptAppliesInOrderAndStopsAtAFailedConversion)
     EXPECT_TRUE(ws.Append);
 }
 
+// The COV limit comes last, after the check boxes; a refusal puts the focus on its own box.
+TEST(PrefsRules, CovLimitAcceptsOneToHundred)
+{
+    const struct { const char *text; bool taken; double limit; } cases[] = {
+        {"1", true, 1}, {"100", true, 100}, {"12.5", true, 12.5},
+        {"0.99", false, 25}, {"100.01", false, 25}, {"", false, 25},
+    };
+    for (const auto &c : cases) {
+        Workspace ws;
+        PrefsRules p(ws);
+        p.Open();
+        p.ColourScansCheck = p.ExtendedResultsCheck = true;
+        p.txtCovLimit = c.text;
+        const auto refused = p.AcceptClicked();
+        EXPECT_EQ(refused.value_or("taken"), c.taken ? "taken" : "One of the values is invalid") << c.text;
+        EXPECT_EQ(p.FocusAfterFailure(), c.taken ? PrefsRules::Control::ResCombo : PrefsRules::Control::CovLimit);
+        EXPECT_EQ(ws.CovLimit, c.limit) << c.text;
+        EXPECT_TRUE(ws.ColourScans && ws.ExtendedResults) << "applied before the limit";
+        EXPECT_FALSE(ws.UseFileResolution || ws.SplitOverlaps);
+    }
+}
+
 TEST(PrefsEffect, WhatTheCallerRedraws)
 {
     Workspace ws;
@@ -118,6 +153,14 @@ TEST(PrefsEffect, WhatTheCallerRedraws)
     ws.CompositeCheck = false;
     ws.Metric = true;
     EXPECT_FALSE(PrefsEffectAfterClose(before, ws, true).AssignPositions);
+
+    // A new COV limit moves the effective swath: only the swath tab shows it.
+    ws.CompositeCheck = true;
+    ws.Spray.Sample_Interval = before.Sample_Interval;
+    ws.CovLimit = 30;
+    EXPECT_TRUE(PrefsEffectAfterClose(before, ws, true).Redraws.empty());
+    EXPECT_EQ(PrefsEffectAfterClose(before, ws, false).Redraws,
+              (std::vector<PrefsRedraw>{PrefsRedraw::BuildSwathTables, PrefsRedraw::DrawSwathView}));
 
     // Units changed with no card loaded: nothing to redraw.
     Workspace empty;

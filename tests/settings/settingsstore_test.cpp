@@ -69,6 +69,7 @@ TEST_F(SettingsFile, FirstRunGivesEveryDefaultAndCreatesNothing)
     Workspace ws;
     ws.DefaultRes = 1, ws.SpreadFactor = {9, 9, 9}, ws.LogAnalysis = false, ws.Append = ws.LogSprayInfo = true;
     ws.ShapeThreshold = ws.HueThreshold = 1, ws.InitialDir = "x", ws.Metric = false;
+    ws.ColourScans = ws.UseFileResolution = ws.SplitOverlaps = ws.ExtendedResults = true, ws.CovLimit = 5;
     ws.Spray.Comment = "old", ws.Spray.Sample_Position1 = "5";
     LoadStartupSettings(ws, s);
     LoadPreferences(ws, s);
@@ -76,6 +77,8 @@ TEST_F(SettingsFile, FirstRunGivesEveryDefaultAndCreatesNothing)
     EXPECT_EQ(std::tuple(ws.Metric, ws.DefaultRes, ws.LogAnalysis, ws.Append, ws.LogSprayInfo, ws.ShapeThreshold,
                          ws.HueThreshold, ws.InitialDir),
               std::tuple(true, 1200, true, false, false, 100, 0, "C:"));
+    EXPECT_EQ(std::tuple(ws.ColourScans, ws.UseFileResolution, ws.SplitOverlaps, ws.ExtendedResults, ws.CovLimit),
+              std::tuple(false, false, false, false, 25.0));
     EXPECT_EQ(ws.SpreadFactor, (std::array<double, 3>{0.0, 0.56, 0.0}));
     EXPECT_EQ(ws.Spray.Comment, "");
     EXPECT_EQ(ws.Spray.Sample_Position1, "");
@@ -93,6 +96,8 @@ TEST_F(SettingsFile, ExitWritesTheUnloadListInOrder)
     ws.InitialDir = "/home/ann/cards/";
     ws.HueThreshold = 25;
     ws.Metric = false;
+    ws.ColourScans = ws.ExtendedResults = true;
+    ws.CovLimit = 12.5;
     ASSERT_TRUE(SavePreferences(ws, s));
     EXPECT_EQ(contents(path()),
               "[Prefs]\n"
@@ -106,6 +111,11 @@ TEST_F(SettingsFile, ExitWritesTheUnloadListInOrder)
               "ShapeThreshold=100\n"
               "HueThreshold=25\n"
               "Metric=False\n"
+              "ColourScans=True\n"
+              "UseFileResolution=False\n"
+              "SplitOverlaps=False\n"
+              "ExtendedResults=True\n"
+              "CovLimit=12.5\n"
               "\n"
               "[Settings]\n"
               "InitialDir=/home/ann/cards/\n");
@@ -117,6 +127,8 @@ TEST_F(SettingsFile, ExitWritesTheUnloadListInOrder)
     EXPECT_EQ(back.InitialDir, ws.InitialDir);
     EXPECT_EQ(back.HueThreshold, 25);
     EXPECT_FALSE(back.Metric);
+    EXPECT_EQ(std::tuple(back.ColourScans, back.UseFileResolution, back.ExtendedResults, back.CovLimit),
+              std::tuple(true, false, true, 12.5));
 }
 
 TEST_F(SettingsFile, SprayRecordRoundTripsButSamplerFieldsStartEachRunEmpty)
@@ -240,7 +252,7 @@ TEST_F(SettingsFile, NumberTextIsTheShortestGeneralForm)
 TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
 {
     write(path(), "[Prefs]\nDefaultRes=abc\nSpreadFactor1=0.5x\nShapeThreshold=300\nHueThreshold=-1\n"
-                  "LogAnalysis=maybe\nAppend=1\nMetric=0\nSpreadFactor2=inf\n");
+                  "LogAnalysis=maybe\nAppend=1\nMetric=0\nSpreadFactor2=inf\nColourScans=yes\nSplitOverlaps=TRUE\n");
     const SettingsStore s = store();
     Workspace ws;
     ws.SpreadFactor[2] = 7;
@@ -248,8 +260,26 @@ TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
     LoadPreferences(ws, s);
     // A number reads as a boolean, non-zero being true.
     EXPECT_EQ(std::tuple(ws.DefaultRes, ws.SpreadFactor[1], ws.SpreadFactor[2], ws.ShapeThreshold, ws.HueThreshold,
-                         ws.LogAnalysis, ws.Append, ws.Metric),
-              std::tuple(1200, 0.56, 0.0, 100, 0, true, true, false));
+                         ws.LogAnalysis, ws.Append, ws.Metric, ws.ColourScans, ws.SplitOverlaps),
+              std::tuple(1200, 0.56, 0.0, 100, 0, true, true, false, false, true));
+    EXPECT_EQ(UnreadablePreferences(s),
+              (std::vector<std::string>{"DefaultRes=\"abc\"", "SpreadFactor1=\"0.5x\"", "SpreadFactor2=\"inf\"",
+                                        "LogAnalysis=\"maybe\"", "ShapeThreshold=\"300\"", "HueThreshold=\"-1\"",
+                                        "ColourScans=\"yes\""}));
+
+    // The COV limit takes 1 to 100, fractions included.
+    const std::pair<const char *, double> limits[] = {
+        {"1", 1}, {"100", 100}, {"12.5", 12.5}, {"0.5", 25}, {"100.5", 25}, {"-30", 25}, {"x", 25}, {"", 25}};
+    for (const auto &[text, limit] : limits) {
+        write(path(), std::string("[Prefs]\nCovLimit=") + text + "\n");
+        LoadPreferences(ws, s);
+        EXPECT_EQ(ws.CovLimit, limit) << text;
+        EXPECT_EQ(UnreadablePreferences(s).size(), limit == 25 ? 1u : 0u) << text;
+    }
+    EXPECT_EQ(UnreadablePreferencesNotice(s),
+              "The settings file '" + QDir::toNativeSeparators(path()).toStdString()
+                  + "' holds a value that cannot be read: CovLimit=\"\".\r\rIts default is used, and saved in its "
+                    "place when the program ends.");
 }
 
 TEST_F(SettingsFile, IntegerAndByteTextsRoundHalfToEven)

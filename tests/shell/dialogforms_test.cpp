@@ -11,7 +11,9 @@
 #include "shell/templatemanagerform.h"
 #include "shelltest.h"
 
+#include <QCheckBox>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -21,6 +23,7 @@
 #include <QTimer>
 
 #include <functional>
+#include <tuple>
 
 using namespace velmara;
 using namespace velmara::shelltest;
@@ -205,6 +208,67 @@ TEST_F(DialogWindow, PrefsResolutionLeaveRuleThroughCtrlP)
     command(Qt::Key_P);
     EXPECT_EQ(message, "Default Resolution must be a numeric value.");
     EXPECT_EQ(ws.DefaultRes, 1200);
+}
+
+// The analysis options as a person sets them: boxes clicked, the COV limit typed and a value out
+// of range refused; reopened, the dialog shows them and Cancel drops a change; the load command
+// lists the colour formats, and closing the window stores the options.
+TEST_F(DialogWindow, PrefsAnalysisOptionsThroughCtrlP)
+{
+    const auto click = [](QWidget *w) {
+        QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(6, w->height() / 2));
+        Settle();
+    };
+    const auto box = [](frmPrefs &form, const char *name) { return Control<QCheckBox>(form, name); };
+    QString message;
+    WhenModal<frmPrefs>([&](frmPrefs &form) {
+        EXPECT_LE(form.width(), 800);
+        EXPECT_LE(form.height(), 560) << "fits a 600-pixel screen with its title bar";
+        click(box(form, "ColourScansCheck"));
+        click(box(form, "SplitOverlapsCheck"));
+        click(form.covLimitBox());
+        Settle();
+        EXPECT_EQ(form.covLimitBox()->selectedText(), "25");
+        AnswerMessage(message);
+        Type("150E");
+        WaitFor([&] { return !message.isEmpty() && Focused() == form.covLimitBox(); });
+        EXPECT_EQ(message, "One of the values is invalid");
+        Settle();
+        Type("12.5E");
+    });
+    command(Qt::Key_P);
+    EXPECT_EQ(std::tuple(ws.ColourScans, ws.UseFileResolution, ws.SplitOverlaps, ws.ExtendedResults, ws.CovLimit),
+              std::tuple(true, false, true, false, 12.5));
+    EXPECT_FALSE(ReadAll(path("settings.ini")).contains("ColourScans")) << "stored when the window closes";
+
+    WhenModal<frmPrefs>([&](frmPrefs &form) {
+        EXPECT_TRUE(box(form, "ColourScansCheck")->isChecked());
+        EXPECT_TRUE(box(form, "SplitOverlapsCheck")->isChecked());
+        EXPECT_FALSE(box(form, "UseFileResolutionCheck")->isChecked());
+        EXPECT_EQ(form.covLimitBox()->text(), "12.5");
+        click(box(form, "ExtendedResultsCheck"));
+        click(form.covLimitBox());
+        Type("40X");
+    });
+    command(Qt::Key_P);
+    EXPECT_FALSE(ws.ExtendedResults);
+    EXPECT_EQ(ws.CovLimit, 12.5);
+
+    QStringList filters;
+    WhenModal<QFileDialog>([&](QFileDialog &dialog) {
+        filters = dialog.nameFilters();
+        dialog.reject();
+    });
+    command(Qt::Key_L);
+    ASSERT_FALSE(filters.isEmpty());
+    EXPECT_TRUE(filters.front().contains(QStringLiteral("*.png")) && filters.front().contains(QStringLiteral("*.JPEG")))
+        << filters.front().toStdString();
+
+    window->close();
+    const QByteArray ini = ReadAll(path("settings.ini"));
+    for (const char *line : {"ColourScans=True\n", "UseFileResolution=False\n", "SplitOverlaps=True\n",
+                             "ExtendedResults=False\n", "CovLimit=12.5\n"})
+        EXPECT_TRUE(ini.contains(line)) << line;
 }
 
 // Keys typed into a numeric box of every dialog: Delete erases after the caret or the selection,
