@@ -167,7 +167,7 @@ TEST_F(Manager, SaveTakesSixteenCharactersAndAsksAgainForSeventeen)
     host.defaults.clear();
     host.texts = {"12345678901234567", "1234567890123456"};
     m.save();
-    EXPECT_TRUE(host.messages.empty());
+    EXPECT_TRUE(host.messages.empty() && host.questions.empty());
     EXPECT_EQ(host.defaults, (std::vector<std::string>{"", "12345678901234567"}));
     EXPECT_EQ(Names(m).back(), "1234567890123456");
     EXPECT_EQ(m.selectedIndex(), 1);
@@ -204,7 +204,7 @@ TEST_F(Manager, SaveOfSameDimensionsSelectsTheMatchAndWritesNothing)
     EXPECT_EQ(host.messages,
               (std::vector<std::string>{
                   "Template 'A' has the same dimensions as the one you're saving."}));
-    EXPECT_TRUE(host.defaults.empty()); // no input box
+    EXPECT_TRUE(host.defaults.empty() && host.questions.empty()); // no input box, no question
     EXPECT_EQ(m.selectedIndex(), 1);
     EXPECT_FALSE(m.saveVisible());
     EXPECT_EQ(ReadBytes(file()), stored);
