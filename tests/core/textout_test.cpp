@@ -1,32 +1,17 @@
 #include "core/textout.h"
 
+#include "support/testdir.h"
+
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <limits>
 
 using namespace velmara;
 namespace fs = std::filesystem;
 
-namespace {
-std::string ReadBytes(const fs::path &path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
-
-fs::path ScratchFile(const char *name)
-{
-    const fs::path dir = fs::temp_directory_path() / "velmara_textout_test";
-    fs::create_directories(dir);
-    const fs::path path = dir / name;
-    fs::remove(path);
-    return path;
-}
-} // namespace
+using velmara::test::ReadBytes;
+using velmara::test::TestDir;
 
 TEST(Windows1252, ConvertsWhatItCanAndPassesBrokenInputThrough)
 {
@@ -46,10 +31,11 @@ TEST(Windows1252, ConvertsWhatItCanAndPassesBrokenInputThrough)
 
 TEST(TextOut, OverwriteThenAppendWithCrLf)
 {
-    const fs::path path = ScratchFile("lines.txt");
+    TestDir dir;
+    const std::string path = dir.file("lines.txt");
     {
         TextOut out;
-        ASSERT_TRUE(out.open(path.string(), TextOut::Mode::Overwrite));
+        ASSERT_TRUE(out.open(path, TextOut::Mode::Overwrite));
         EXPECT_TRUE(out.writeLine("VMD: 12.3 µm"));
         EXPECT_TRUE(out.writeLine());
         EXPECT_TRUE(out.close());
@@ -57,7 +43,7 @@ TEST(TextOut, OverwriteThenAppendWithCrLf)
     EXPECT_EQ(ReadBytes(path), "VMD: 12.3 \xB5m\r\n\r\n");
     {
         TextOut out;
-        ASSERT_TRUE(out.open(path.string(), TextOut::Mode::Append));
+        ASSERT_TRUE(out.open(path, TextOut::Mode::Append));
         EXPECT_TRUE(out.write("x"));
         EXPECT_TRUE(out.writeBytes("\xD7"));
         // closed by the destructor
@@ -65,7 +51,7 @@ TEST(TextOut, OverwriteThenAppendWithCrLf)
     EXPECT_EQ(ReadBytes(path), "VMD: 12.3 \xB5m\r\n\r\nx\xD7");
     {
         TextOut out;
-        ASSERT_TRUE(out.open(path.string(), TextOut::Mode::Overwrite));
+        ASSERT_TRUE(out.open(path, TextOut::Mode::Overwrite));
         EXPECT_TRUE(out.close());
     }
     EXPECT_EQ(ReadBytes(path), "");
@@ -93,8 +79,9 @@ TEST(TextOut, FailuresAreReportedNotThrown)
     }
 
     // A failed file does not spoil the next one opened on the same object.
-    const fs::path good = ScratchFile("reused.txt");
-    EXPECT_TRUE(out.open(good.string(), TextOut::Mode::Overwrite));
+    TestDir dir;
+    const std::string good = dir.file("reused.txt");
+    EXPECT_TRUE(out.open(good, TextOut::Mode::Overwrite));
     EXPECT_TRUE(out.writeLine("ok"));
     EXPECT_TRUE(out.close());
     EXPECT_EQ(ReadBytes(good), "ok\r\n");

@@ -109,20 +109,16 @@ TEST(ResolutionRules, ApplyToAllKeepsEarlierMarks)
     EXPECT_FALSE(r.Rows[1].Red);
 }
 
-TEST(ResolutionRules, TypedDigitStartsAnEditAndAcceptRewritesEveryCard)
+TEST(ResolutionRules, AcceptRewritesEveryCard)
 {
     Workspace ws = ThreeCards();
     ResolutionRules r(ws);
-    r.GridDigit(7);
-    r.EditEnter();
-    EXPECT_FALSE(r.Rows[1].Red) << "card b is not scanned";
-    EXPECT_FALSE(r.Accept(ws));
-    EXPECT_EQ(ws.Card(2).Dpi, 7);
-
+    Edit(r, 1, "7");
+    EXPECT_FALSE(r.Rows[1].Red || r.AnalysedChanged) << "card b is not scanned";
     ws.Card(3).MicronsPerPixelX = 0; // stale values are rewritten even for unchanged rows
     Edit(r, 0, "600");
     EXPECT_TRUE(r.Accept(ws));
-    EXPECT_EQ(ws.Card(1).Dpi, 600);
+    EXPECT_EQ(std::pair(ws.Card(1).Dpi, ws.Card(2).Dpi), std::pair(600, 7));
     EXPECT_NEAR(ws.Card(1).MicronsPerPixelX, 42.334, 0.001);
     const double mpp = ws.Card(1).MicronsPerPixelX;
     EXPECT_DOUBLE_EQ(ws.Card(1).AreaCm2, (500 * mpp / 10000) * (1000 * mpp / 10000));

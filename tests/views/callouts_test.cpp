@@ -88,17 +88,14 @@ TEST(Callouts, NoneForCardsNotScannedOrOutsideTheList)
     EXPECT_EQ(fractions[3], 0);
 }
 
-TEST(SwathWidthChoice, ChoosingTheChosenElementActsAgain)
+// Choosing the chosen element again is driven through the composite view's buttons.
+TEST(SwathWidthChoice, HiddenAndOutOfRangeElementsAndRedraw)
 {
     std::vector<int> checked, drawn;
     SwathWidthChoice choice([&](int i) { checked.push_back(i); }, [&](int i) { drawn.push_back(i); });
     choice.setCount(4);
-    EXPECT_EQ(choice.selected(), 0);
-    EXPECT_TRUE(choice.select(3));
-    EXPECT_TRUE(choice.select(3)); // a toolkit would stay silent here
-    EXPECT_EQ(drawn, (std::vector<int>{3, 3}));
     EXPECT_TRUE(choice.select(0)); // the hidden element draws nothing
-    EXPECT_EQ(drawn.size(), 2u);
+    EXPECT_TRUE(drawn.empty());
     EXPECT_FALSE(choice.select(5));
     EXPECT_EQ(choice.selected(), 0);
     checked.clear();

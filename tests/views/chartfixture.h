@@ -16,15 +16,20 @@
 
 namespace velmara::testing {
 
-// n cards; card i has one small drop and i large ones, so densities and deposits differ.
+// n cards; card i has one small drop and i large ones, so densities and deposits differ; with
+// stains false, no card has any.
 inline Workspace MakeLine(int n, const std::string &first = "-50", const std::string &interval = "10",
-                          std::vector<int> unscanned = {})
+                          std::vector<int> unscanned = {}, bool stains = true)
 {
     Workspace ws;
     for (int i = 1; i <= n; ++i) {
         bool scanned = true;
         for (int u : unscanned)
             scanned = scanned && u != i;
+        if (!stains) {
+            AddCard(ws, 2.0, {}, scanned);
+            continue;
+        }
         const int k = AddCard(ws, 2.0, {{100.0f, 1, 500000.0f}, {300.0f, static_cast<Long>(i), 14000000.0f}}, scanned);
         ws.Card(k).Stats.Vmd = 200 + 10 * i;
     }

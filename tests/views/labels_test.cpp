@@ -91,12 +91,7 @@ TEST(PainterCanvas, BandIsClippedAndBarsAreFilled)
     Workspace ws;
     ws.AppendCard();
     CardImage &c = ws.Card(1);
-    SizeClass a, b;
-    a.Diameter = 0;
-    a.VolumeFraction = 1;
-    b.Diameter = 100;
-    b.VolumeFraction = 1;
-    c.SizeTable = {SizeClass{}, a, b};
+    c.SizeTable = {SizeClass{}, SizeClass{0, 0, 0, 0, 1, 0, 0, 0}, SizeClass{0, 0, 0, 100, 1, 0, 0, 0}};
     c.MaxVolumeFraction = 1;
     ws.CompositeAll.MaxDiameter = 100;
     ws.RangeLow = 50; // band under the first scale: from pixel 50 on

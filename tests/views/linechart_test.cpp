@@ -217,16 +217,7 @@ TEST(LineChartBadInput, NothingToLabelNoLengthAndOddTexts)
 {
     // No stain on any card: the bands have no top; values stand at their bottoms.
     {
-        Workspace ws;
-        for (int i = 0; i < 3; ++i)
-            AddCard(ws, 2.0, {});
-        ws.Spray.Sample_Position1 = "0";
-        ws.Spray.Sample_Interval = "10";
-        ws.CompositeCheck = true;
-        CalcCompositeAll(ws);
-        AssignCardPositions(ws);
-        ResetLineStats(ws);
-        FillLineStats(ws);
+        Workspace ws = MakeLine(3, "0", "10", {}, false);
         RecordingChartCanvas c(kWidth, kHeight);
         DrawLine(c, ws);
         EXPECT_TRUE(AllFinite(c));

@@ -2,6 +2,7 @@
 
 #include "reports/reportpages.h"
 #include "reports/sampleline.h"
+#include "support/testdir.h"
 #include "views/qpainterreportcanvas.h"
 
 #include <QGuiApplication>
@@ -13,12 +14,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 using namespace velmara;
 using namespace velmara::testing;
@@ -67,7 +65,9 @@ protected:
 
 } // namespace
 
-TEST_F(PdfReportTest, FourLetterPagesWithTheTitles)
+// Page count, paper size, the two-card note and a full disk are checked through velmara-cli;
+// here the text as a reader of the file extracts it, symbols and quotes included.
+TEST_F(PdfReportTest, PagesCarryTheTitlesAndTheCommentAsText)
 {
     const std::string path = (dir / "line.pdf").string();
     std::string error;
@@ -75,12 +75,7 @@ TEST_F(PdfReportTest, FourLetterPagesWithTheTitles)
     EXPECT_EQ(std::distance(fs::directory_iterator(dir), {}), 1) << "no temporary file stays";
     EXPECT_LT(fs::file_size(path), 2u * 1024 * 1024);
     if (!HavePoppler())
-        GTEST_SKIP() << "pdfinfo not installed";
-    const std::string info = Capture("pdfinfo '" + path + "'");
-    const size_t pages = info.find("Pages:");
-    ASSERT_NE(pages, std::string::npos) << info;
-    EXPECT_EQ(std::stoi(info.substr(pages + 6)), 4) << info;
-    EXPECT_NE(info.find("612 x 792 pts"), std::string::npos) << info; // Letter
+        GTEST_SKIP() << "pdftotext not installed";
     const std::string text = Capture("pdftotext -layout '" + path + "' -");
     for (const char *expected : {"Orvinek Velmara", "Analysis Parameters", "Drop Size Statistics",
                                  "Composite Results", "Swath Analysis", "Drop Size (µm)",
@@ -108,23 +103,6 @@ TEST_F(PdfReportTest, FinishedFileTakesTheModeOfANewFileOrOfTheOneItReplaces)
     ::umask(oldMask);
 }
 
-TEST_F(PdfReportTest, TwoCardLineIsReportedWithANoteInPlaceOfTheSwathPage)
-{
-    MakeLine(ws, LineSpec{2});
-    const fs::path path = dir / "two.pdf";
-    std::string error;
-    std::vector<PageNote> notes;
-    ASSERT_TRUE(WritePdfReport(ws, path.string(), error, &notes)) << error;
-    ASSERT_EQ(notes.size(), 1u);
-    EXPECT_EQ(notes[0].Page, 4);
-    EXPECT_EQ(notes[0].Reason, kNoSwathBelowThreeCards);
-    if (!HavePoppler())
-        GTEST_SKIP() << "pdftotext not installed";
-    const std::string page4 = Capture("pdftotext -f 4 -l 4 '" + path.string() + "' -");
-    EXPECT_NE(page4.find("Swath Analysis"), std::string::npos) << page4;
-    EXPECT_NE(page4.find(kNoSwathBelowThreeCards), std::string::npos) << page4;
-}
-
 // The same input gives the same bytes apart from the date, however the process seeds its hashes.
 TEST_F(PdfReportTest, SameInputSameBytes)
 {
@@ -133,16 +111,14 @@ TEST_F(PdfReportTest, SameInputSameBytes)
         const fs::path path = dir / ("run" + std::to_string(run) + ".pdf");
         std::string error;
         EXPECT_TRUE(WritePdfReport(ws, path.string(), error)) << error;
-        std::ifstream in(path, std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        return std::regex_replace(bytes, std::regex("\\(D:[0-9]+[^)]*\\)"), "(D:)");
+        return std::regex_replace(velmara::test::ReadBytes(path.string()), std::regex("\\(D:[0-9]+[^)]*\\)"), "(D:)");
     };
     const std::string first = masked(0);
     for (int run = 1; run < 8; ++run)
         ASSERT_EQ(masked(run), first) << run;
 }
 
-TEST_F(PdfReportTest, FailedWritesKeepTheEarlierReportAndSayWhy)
+TEST_F(PdfReportTest, FailedWritesSayWhy)
 {
     std::string error;
     EXPECT_FALSE(WriteWholeFile("/dev/full", std::string(100000, 'x'), error));
@@ -150,24 +126,6 @@ TEST_F(PdfReportTest, FailedWritesKeepTheEarlierReportAndSayWhy)
 
     EXPECT_FALSE(WritePdfReport(ws, (dir / "missing" / "r.pdf").string(), error));
     EXPECT_NE(error.find("missing"), std::string::npos) << error;
-
-    // A full disk: a small file system that holds an earlier report and little room besides.
-    const fs::path disk = dir / "disk";
-    fs::create_directories(disk);
-    if (::geteuid() != 0 || std::system(("mount -t tmpfs -o size=64k tmpfs '" + disk.string() + "' 2>/dev/null").c_str()) != 0)
-        GTEST_SKIP() << "a full disk needs a tmpfs mount, which needs root";
-    const fs::path path = disk / "line.pdf";
-    const std::string earlier(40000, 'e');
-    ASSERT_TRUE(WriteWholeFile(path.string(), earlier, error)) << error;
-    const bool written = WritePdfReport(ws, path.string(), error);
-    std::ifstream in(path, std::ios::binary);
-    const std::string kept((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    const auto left = std::distance(fs::directory_iterator(disk), {});
-    std::system(("umount '" + disk.string() + "'").c_str());
-    EXPECT_FALSE(written);
-    EXPECT_EQ(error, "Cannot write \"" + path.string() + "\": No space left on device");
-    EXPECT_EQ(kept, earlier);
-    EXPECT_EQ(left, 1) << "the temporary file is removed";
 }
 
 TEST_F(PdfReportTest, PreviewPictureScalesTheFontsAndKeepsTheLayout)
