@@ -51,7 +51,6 @@ template <bool Split>
 bool StainWalk::walk(const std::vector<CardPixel> &pixels, const bool &cancelRequested,
                      ProgressSink &progress, const std::function<void(Long)> &onValid)
 {
-
     const size_t closing = pixels.size() - 1;
     const int firstLine = pixels[1].Row;
     const int lastLine = pixels[closing].Row;
