@@ -39,6 +39,7 @@ ScanOutcome ScanImage(Workspace &ws, int index, ProgressSink &progress)
     filter.ShapeLimit = StainFilter::limitOf(ws.ShapeThreshold);
     filter.HueLimit = StainFilter::limitOf(ws.HueThreshold);
     filter.Pi = ws.Pi;
+    filter.SplitOverlaps = ws.SplitOverlaps;
     out.HueLow = filter.HueLow;
     out.HueHigh = filter.HueHigh;
     out.HueInvert = filter.HueInvert;
@@ -65,6 +66,9 @@ ScanOutcome ScanImage(Workspace &ws, int index, ProgressSink &progress)
         out.Status = ScanStatus::Done;
         out.ZeroVolume = sizes.zeroVolume();
     }
+    card.SplitScan = ws.SplitOverlaps;
+    card.SplitStains = walk.splitStains();
+    card.SplitParts = walk.splitParts();
     card.Scanned = true;
     ws.MaxDiameterAll = MaxDiameterOfScanned(ws);
     return out;

@@ -33,10 +33,24 @@ bool StainWalk::run(const std::vector<CardPixel> &pixels, const bool &cancelRequ
                     ProgressSink &progress, const std::function<void(Long)> &onValid)
 {
     mRejected = 0;
+    mSplitStains = 0;
+    mSplitParts = 0;
     mStains.clear();
     if (pixels.size() < 2)
         return true;
+    if (!mFilter.SplitOverlaps)
+        return walk<false>(pixels, cancelRequested, progress, onValid);
+    mPixels = pixels.data();
+    mLists.clear();
+    mPool.clear();
+    mFreeRuns = -1;
+    return walk<true>(pixels, cancelRequested, progress, onValid);
+}
 
+template <bool Split>
+bool StainWalk::walk(const std::vector<CardPixel> &pixels, const bool &cancelRequested,
+                     ProgressSink &progress, const std::function<void(Long)> &onValid)
+{
     const size_t closing = pixels.size() - 1;
     const int firstLine = pixels[1].Row;
     const int lastLine = pixels[closing].Row;
@@ -50,6 +64,8 @@ bool StainWalk::run(const std::vector<CardPixel> &pixels, const bool &cancelRequ
         mRunStart.clear();
         mRunEnd.clear();
         mRunHits.clear();
+        if constexpr (Split)
+            mRunFirst.clear();
         const size_t lineBegin = p;
         std::int32_t lastEnd = kNoEnd;
         for (; p < closing; ++p) {
@@ -66,6 +82,8 @@ bool StainWalk::run(const std::vector<CardPixel> &pixels, const bool &cancelRequ
                 mRunStart.push_back(column);
                 mRunEnd.push_back(column);
                 mRunHits.push_back(0);
+                if constexpr (Split)
+                    mRunFirst.push_back(static_cast<std::uint32_t>(p));
             }
             lastEnd = column;
             mRunHits.back() += mHueValidOf[px.Hue] ? 1 : 0;
@@ -78,10 +96,12 @@ bool StainWalk::run(const std::vector<CardPixel> &pixels, const bool &cancelRequ
         }
 
         indexRunsByColumn();
-        continueStains();
-        startNewStains(line);
-        mergeUnjoined();
-        closeStains(line, p == closing, onValid);
+        if constexpr (Split)
+            mLine = line;
+        continueStains<Split>();
+        startNewStains<Split>(line);
+        mergeUnjoined<Split>();
+        closeStains<Split>(line, p == closing, onValid);
 
         progress.Yield();
     }
@@ -133,6 +153,7 @@ int StainWalk::findUnjoined(int run)
     return run;
 }
 
+template <bool Split>
 void StainWalk::continueStains()
 {
     const int runs = static_cast<int>(mRunStart.size());
@@ -172,12 +193,15 @@ void StainWalk::continueStains()
             s.joined = true;
             s.area += ends[j] - starts[j] + 1;
             mNextUnjoined[j] = j + 1;
+            if constexpr (Split)
+                appendRun(mLists[si], j, mLine);
         }
         if (s.joined)
             mWidestSpan = std::max(mWidestSpan, s.end - s.start);
     }
 }
 
+template <bool Split>
 void StainWalk::startNewStains(int row)
 {
     const int runs = static_cast<int>(mRunStart.size());
@@ -196,6 +220,10 @@ void StainWalk::startNewStains(int row)
         mWidestSpan = std::max(mWidestSpan, s.end - s.start);
         mRunOwner[j] = static_cast<std::int32_t>(mStains.size());
         mStains.push_back(s);
+        if constexpr (Split) {
+            mLists.emplace_back();
+            appendRun(mLists.back(), j, row);
+        }
     }
 }
 
@@ -234,6 +262,7 @@ void StainWalk::collectOverlaps(int node, int nodeLow, int nodeHigh, int lastRun
     collectOverlaps(2 * node + 1, mid + 1, nodeHigh, lastRun, from);
 }
 
+template <bool Split>
 void StainWalk::mergeUnjoined()
 {
     // Only stains that were open before this line can be unjoined, and only joined stains own a
@@ -272,6 +301,21 @@ void StainWalk::mergeUnjoined()
             collectOverlaps(1, 0, mTreeLeaves - 1, lastRun, a);
         }
         std::sort(mFound.begin(), mFound.end()); // list order
+        if constexpr (Split) {
+            // The pixels go to the first stain that takes the area; the others only count it.
+            if (!mFound.empty()) {
+                RunList &from = mLists[si];
+                RunList &to = mLists[static_cast<size_t>(mFound.front())];
+                if (from.head >= 0) {
+                    if (to.head < 0)
+                        to.head = from.head;
+                    else
+                        mPool[static_cast<size_t>(to.tail)].next = from.head;
+                    to.tail = from.tail;
+                    from = RunList{};
+                }
+            }
+        }
         for (const std::int32_t ti : mFound) {
             Stain &s = mStains[si];
             Stain &t = mStains[ti];
@@ -288,19 +332,96 @@ void StainWalk::mergeUnjoined()
     }
 }
 
+template <bool Split>
 void StainWalk::closeStains(int row, bool closeAll, const std::function<void(Long)> &onValid)
 {
     size_t kept = 0;
     for (size_t i = 0; i < mStains.size(); ++i) {
         if (closeAll || !mStains[i].joined) {
-            judge(mStains[i], row, onValid);
+            if constexpr (Split)
+                judgeSplit(mStains[i], i, row, onValid);
+            else
+                judge(mStains[i], row, onValid);
             continue;
         }
-        if (kept != i)
+        if (kept != i) {
             mStains[kept] = mStains[i];
+            if constexpr (Split)
+                mLists[kept] = mLists[i];
+        }
         ++kept;
     }
     mStains.resize(kept);
+    if constexpr (Split)
+        mLists.resize(kept);
+}
+
+void StainWalk::appendRun(RunList &list, int run, int row)
+{
+    std::int32_t at = mFreeRuns;
+    if (at >= 0) {
+        mFreeRuns = mPool[static_cast<size_t>(at)].next;
+    } else {
+        at = static_cast<std::int32_t>(mPool.size());
+        mPool.emplace_back();
+    }
+    PooledRun &r = mPool[static_cast<size_t>(at)];
+    r.span = {row, mRunStart[run], mRunEnd[run], mRunFirst[run]};
+    r.next = -1;
+    if (list.head < 0)
+        list.head = at;
+    else
+        mPool[static_cast<size_t>(list.tail)].next = at;
+    list.tail = at;
+}
+
+void StainWalk::releaseRuns(RunList &list)
+{
+    if (list.head < 0)
+        return;
+    mPool[static_cast<size_t>(list.tail)].next = mFreeRuns;
+    mFreeRuns = list.head;
+    list = RunList{};
+}
+
+void StainWalk::judgeSplit(Stain &s, size_t index, int row, const std::function<void(Long)> &onValid)
+{
+    RunList &list = mLists[index];
+    mSpans.clear();
+    for (std::int32_t at = list.head; at >= 0; at = mPool[static_cast<size_t>(at)].next)
+        mSpans.push_back(mPool[static_cast<size_t>(at)].span);
+    releaseRuns(list);
+    const int parts = mSpans.empty() ? 1 : mSplitter.split(mSpans, mPixels, mHueValidOf, mParts);
+    if (parts < 2) {
+        judge(s, row, onValid);
+        return;
+    }
+    ++mSplitStains;
+    mSplitParts += parts;
+    for (const StainPart &part : mParts)
+        judgePart(part, onValid);
+}
+
+void StainWalk::judgePart(const StainPart &part, const std::function<void(Long)> &onValid)
+{
+    const std::int64_t width = static_cast<std::int64_t>(part.MaxColumn) - part.MinColumn + 1;
+    const std::int64_t height = static_cast<std::int64_t>(part.BottomRow) - part.TopRow + 1;
+    const double length = static_cast<double>(std::max(width, height));
+    if (part.HueHits == 0) {
+        ++mRejected;
+        return;
+    }
+    const Single roundness = ToSingle(std::fabs(1 - static_cast<double>(part.Area) / (length * length * mFilter.Pi / 4)));
+    if (roundness > mFilter.ShapeLimit && part.Area > 15) {
+        ++mRejected;
+        return;
+    }
+    const Single share = ToSingle(static_cast<double>(part.HueHits) / static_cast<double>(part.Area));
+    if (share < mFilter.HueLimit) {
+        ++mRejected;
+        return;
+    }
+    onValid(ToLongArea(part.Area));
 }
 
 void StainWalk::judge(Stain &s, int row, const std::function<void(Long)> &onValid)

@@ -3,6 +3,7 @@
 // and closed stains, judged by hue share and roundness. Its product is the area of every accepted
 // stain, in the order the stains close, and the count of rejected stains.
 
+#include "analysis/overlapsplit.h"
 #include "core/numeric.h"
 #include "core/progress.h"
 #include "core/records.h"
@@ -22,6 +23,9 @@ struct StainFilter
     Single ShapeLimit = 1;  // ShapeThreshold / 100
     Single HueLimit = 0;    // HueThreshold / 100
     double Pi = 3.14159265358979323846;
+    // Stains that are unions of overlapping drops are split into their drops before they are
+    // judged; each part is judged as a stain of its own.
+    bool SplitOverlaps = false;
 
     // The limits of a scan from the thresholds in percent.
     static Single limitOf(Byte percent) { return ToSingle(percent / 100.0); }
@@ -45,6 +49,10 @@ public:
 
     // Stains dropped by the filters in the last run.
     Long rejected() const { return mRejected; }
+    // With SplitOverlaps: the stains of the last run split into more than one part, and the parts
+    // they made.
+    Long splitStains() const { return mSplitStains; }
+    Long splitParts() const { return mSplitParts; }
 
 private:
     struct Stain
@@ -61,11 +69,36 @@ private:
         bool hueValid = false;
     };
 
+    // Split selects the bookkeeping of each stain's runs, so that a walk without splitting does
+    // no more work than it ever did.
+    template <bool Split>
+    bool walk(const std::vector<CardPixel> &pixels, const bool &cancelRequested, ProgressSink &progress,
+              const std::function<void(Long)> &onValid);
+    template <bool Split>
     void continueStains();
+    template <bool Split>
     void startNewStains(int row);
+    template <bool Split>
     void mergeUnjoined();
+    template <bool Split>
     void closeStains(int row, bool closeAll, const std::function<void(Long)> &onValid);
     void judge(Stain &stain, int row, const std::function<void(Long)> &onValid);
+    void judgeSplit(Stain &stain, size_t index, int row, const std::function<void(Long)> &onValid);
+    void judgePart(const StainPart &part, const std::function<void(Long)> &onValid);
+
+    // Runs of the open stains, as linked lists in one pool; a closed stain's list goes back whole.
+    struct PooledRun
+    {
+        StainRunSpan span;
+        std::int32_t next = -1;
+    };
+    struct RunList
+    {
+        std::int32_t head = -1;
+        std::int32_t tail = -1;
+    };
+    void appendRun(RunList &list, int run, int row);
+    void releaseRuns(RunList &list);
 
     int findUnjoined(int run);
     void indexRunsByColumn();
@@ -79,6 +112,8 @@ private:
     int mScanLimit;
     bool mHueValidOf[256];
     Long mRejected = 0;
+    Long mSplitStains = 0;
+    Long mSplitParts = 0;
 
     // Runs of the current line, left to right: disjoint and ascending.
     std::vector<std::int32_t> mRunStart, mRunEnd, mRunHits;
@@ -99,6 +134,17 @@ private:
     std::vector<std::int32_t> mEndTree;
     int mTreeLeaves = 0;
     std::vector<std::int32_t> mFound;
+
+    // Splitting only.
+    const CardPixel *mPixels = nullptr;
+    int mLine = 0;
+    std::vector<std::uint32_t> mRunFirst; // list index of each run's first pixel
+    std::vector<RunList> mLists;          // per open stain, beside mStains
+    std::vector<PooledRun> mPool;
+    std::int32_t mFreeRuns = -1;
+    std::vector<StainRunSpan> mSpans;
+    std::vector<StainPart> mParts;
+    OverlapSplitter mSplitter;
 };
 
 } // namespace velmara

@@ -154,6 +154,8 @@ bool applyFlag(const std::string &arg, Options &o)
         o.invertHue = true;
     else if (arg == "--no-log")
         o.noLog = true;
+    else if (arg == "--split-overlaps")
+        o.splitOverlaps = true;
     else if (arg == "--json")
         o.json = true;
     else if (arg == "--keep-clips")
@@ -276,6 +278,7 @@ Options for every command:
   --dither yes|no|all    the answer to the dither question: yes for every card asked (default),
                          no, or all (yes to all: later cards are not asked)
   --no-log               write no scan logs, whatever the settings say
+  --split-overlaps       split stains of overlapping drops into one stain per drop
   --json                 print one JSON object on stdout instead of the readable summary
   --help                 this text
 

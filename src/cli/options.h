@@ -23,6 +23,7 @@ struct Options
     bool backgroundZero = false;       // --background zero (the No answer)
     DitherAnswer dither = DitherAnswer::Yes;
     bool noLog = false;                // --no-log
+    bool splitOverlaps = false;        // --split-overlaps: on for this run, whatever the settings say
     bool json = false;                 // --json
 
     // line

@@ -125,6 +125,10 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
         json.field("Scanned", c.Scanned);
         json.field("StainCount", stains);
         json.field("RejectedCount", static_cast<long long>(c.RejectedCount));
+        if (c.SplitScan) {
+            json.field("SplitStains", static_cast<long long>(c.SplitStains));
+            json.field("SplitParts", static_cast<long long>(c.SplitParts));
+        }
         json.field("Vmd", c.Stats.Vmd);
         json.field("DropDensity", c.Stats.DropDensity);
         json.field("VolumeDensity", c.Stats.VolumeDensity);

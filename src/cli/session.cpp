@@ -158,6 +158,8 @@ bool Session::prepare(std::string &error)
     mWs.HueInvertCheck = mOptions.invertHue;
     if (mOptions.noLog)
         mWs.LogAnalysis = false;
+    if (mOptions.splitOverlaps)
+        mWs.SplitOverlaps = true;
     return true;
 }
 

@@ -97,6 +97,10 @@ struct CardImage
     Long MaxClassCount = 0;
     CardStats Stats; // Vmd, DropDensity, VolumeDensity
     double TotalVolume = 0; // nanolitres
+    // Whether the last scan split overlapping stains, how many it split, and into how many parts.
+    bool SplitScan = false;
+    Long SplitStains = 0;
+    Long SplitParts = 0;
 
     // Rows of the size table, element 0 excluded.
     int SizeRows() const { return static_cast<int>(SizeTable.size()) - 1; }

@@ -55,6 +55,13 @@ std::string hueRangeText(const ScanHues &h)
         + " to 255";
 }
 
+// Only a scan that split overlapping stains has this line, so other logs keep their bytes.
+bool writeSplitLine(ColumnWriter &w, const CardImage &card)
+{
+    return labelled(w, "Overlaps Split:", std::to_string(card.SplitStains) + " stains into "
+                                              + std::to_string(card.SplitParts) + " parts");
+}
+
 bool writeScanBlock(ColumnWriter &w, const Workspace &ws, const CardImage &card,
                     const ScanHues &hues, char sep)
 {
@@ -76,7 +83,7 @@ bool writeScanBlock(ColumnWriter &w, const Workspace &ws, const CardImage &card,
         && labelled(w, "VMD:", vmd)
         && labelled(w, "Drop Density:", FormatNumber(card.Stats.DropDensity, "0.00", sep)
                                             + " drops/cm²")
-        && labelled(w, "Volume:", volume);
+        && labelled(w, "Volume:", volume) && (!card.SplitScan || writeSplitLine(w, card));
 }
 
 bool writeRow(ColumnWriter &w, const SizeClass &row, double areaCm2, char sep)

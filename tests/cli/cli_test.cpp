@@ -150,6 +150,48 @@ TEST_F(CliTest, ScanRefusesBadFilesAnalysesTheRestInNameOrderAndFailsWithNothing
     EXPECT_NE(r.err.find("no card could be analysed"), std::string::npos);
 }
 
+// Three pairs of overlapping drops and two lone ones: with --split-overlaps each pair counts as two
+// stains, and the log and the JSON say how many were split; without it both keep their old form.
+TEST_F(CliTest, SplitOverlapsCountsEveryDropAndSaysSo)
+{
+    CardSpec spec;
+    spec.width = 160;
+    spec.height = 60;
+    spec.colours = {{1, Rgb{220, 20, 30}}};
+    for (int i = 0; i < 3; ++i) {
+        spec.discs.push_back(Disc{15.0 + 45 * i, 18, 7, 1});
+        spec.discs.push_back(Disc{26.0 + 45 * i, 20, 7, 1});
+    }
+    spec.discs.push_back(Disc{30, 48, 5, 1});
+    spec.discs.push_back(Disc{90, 48, 5, 1});
+    const fs::path p = dir / "pairs.bmp";
+    ASSERT_TRUE(WriteBmp(MakeCard(spec), p.string()));
+    struct Row
+    {
+        const char *flag;
+        const char *stains, *split, *logLine; // nullptr: must not appear
+    };
+    const Row rows[] = {
+        {"--split-overlaps ", "\"StainCount\":8", "\"SplitStains\":3,\"SplitParts\":6", "3 stains into 6 parts\r\n"},
+        {"", "\"StainCount\":5", nullptr, nullptr},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.flag);
+        const CliRun r = runCli("scan --json " + std::string(row.flag) + base() + p.string(), dir);
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_NE(r.out.find(row.stains), std::string::npos) << r.out;
+        const std::string log = readFile(dir / "pairs.scn");
+        if (row.split) {
+            EXPECT_NE(r.out.find(row.split), std::string::npos) << r.out;
+            EXPECT_NE(log.find("Overlaps Split:"), std::string::npos);
+            EXPECT_NE(log.find(row.logLine), std::string::npos) << log;
+        } else {
+            EXPECT_EQ(r.out.find("SplitStains"), std::string::npos);
+            EXPECT_EQ(log.find("Overlaps Split"), std::string::npos);
+        }
+    }
+}
+
 // A settings file named for the run must be one; the user's own file is read as far as it can be.
 TEST_F(CliTest, SettingsFileThatIsNotOneIsRefusedButTheOwnFileIsReadAsFarAsItCanBe)
 {
