@@ -55,6 +55,17 @@ std::string hueRangeText(const ScanHues &h)
         + " to 255";
 }
 
+// Only a card read the colour way has this line; an 8-bit card's block keeps its bytes.
+bool colourScanLine(ColumnWriter &w, const CardImage &card)
+{
+    const ColourScanInfo &c = card.ColourScan;
+    if (!c.Colour)
+        return true;
+    return labelled(w, "Colour Scan:", std::to_string(c.SourceDepth) + " bits per pixel, "
+                                           + std::to_string(c.TableEntries) + " table entries, "
+                                           + std::to_string(c.BackgroundClassEntries) + " of them card");
+}
+
 bool writeScanBlock(ColumnWriter &w, const Workspace &ws, const CardImage &card,
                     const ScanHues &hues, char sep)
 {
@@ -72,6 +83,7 @@ bool writeScanBlock(ColumnWriter &w, const Workspace &ws, const CardImage &card,
         && labelled(w, "Image Size:",
                     FormatNumber(widthCm, "0.00", sep) + "×" + FormatNumber(heightCm, "0.00", sep)
                         + " cm")
+        && colourScanLine(w, card)
         && labelled(w, "Hue Range:", hueRangeText(hues))
         && labelled(w, "VMD:", vmd)
         && labelled(w, "Drop Density:", FormatNumber(card.Stats.DropDensity, "0.00", sep)

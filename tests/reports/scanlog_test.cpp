@@ -220,3 +220,18 @@ TEST_F(ScanLogTest, UnwritableLogIsReportedAndCardUntouched)
     ExampleCard gone(dir / "no_such_folder");
     EXPECT_FALSE(ScanLog(gone.ws).writeScanRecord(gone.index, {}).Ok);
 }
+
+TEST_F(ScanLogTest, AColourCardHasOneLineMoreInItsScanBlock)
+{
+    ColourScanInfo &c = ex.ws.Card(ex.index).ColourScan;
+    c.Colour = true;
+    c.SourceDepth = 24;
+    c.TableEntries = 112;
+    c.BackgroundClassEntries = 97;
+    const ScanLogResult r = ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false});
+    EXPECT_TRUE(r.Ok && r.Written) << r.Error;
+    std::string expected = Expected("overwrite_spray_metric.scn");
+    const size_t after = expected.find("\r\n", expected.find("Image Size:")) + 2;
+    expected.insert(after, "Colour Scan:                24 bits per pixel, 112 table entries, 97 of them card\r\n");
+    EXPECT_EQ(ReadBytes(ex.log), expected);
+}
