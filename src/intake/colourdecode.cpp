@@ -202,14 +202,6 @@ DecodeResult Failed(const CardImage &card, const std::string &reason)
     return r;
 }
 
-// Room for more pixels and the closing element, growing by half.
-void MakeRoom(std::vector<CardPixel> &pixels, size_t more)
-{
-    const size_t need = pixels.size() + more + 1;
-    if (need > pixels.capacity())
-        pixels.reserve(std::max(need, pixels.capacity() + pixels.capacity() / 2));
-}
-
 } // namespace
 
 bool IsBackgroundEntry(const CardImage &card, int index)
@@ -243,10 +235,12 @@ DecodeResult DecodeColourCard(Workspace &ws, int cardIndex, DecodeQuestions &que
     const size_t stride = static_cast<size_t>(width) * 3;
 
     // One index byte per pixel, and one band of rows in colour: the whole picture is never held.
+    // The index bytes are reserved, not written, so that a header that lies about the size costs
+    // address space only until its rows fail to come.
     Picture indexes;
     std::vector<Byte> band;
     try {
-        indexes.Data.resize(static_cast<size_t>(width) * height);
+        indexes.Data.reserve(static_cast<size_t>(width) * height);
         band.resize(stride * kBandRows);
     } catch (const std::bad_alloc &) {
         return Failed(registered, "there is not enough memory for a picture of " + std::to_string(width) + " by " +
@@ -264,6 +258,7 @@ DecodeResult DecodeColourCard(Workspace &ws, int cardIndex, DecodeQuestions &que
             progress.Finish();
             return Failed(ws.Card(cardIndex), error);
         }
+        indexes.Data.resize(indexes.Data.size() + static_cast<size_t>(n) * width);
         if (y == 0)
             std::fill(cardColour.begin(), cardColour.end(), ModeColour(band.data(), static_cast<size_t>(n) * width));
         for (int b = 0; b < blocks; ++b)
@@ -344,15 +339,21 @@ DecodeResult DecodeColourCard(Workspace &ws, int cardIndex, DecodeQuestions &que
     Byte hueOf[256] = {};
     for (int i = 0; i < 256; ++i)
         hueOf[i] = static_cast<Byte>(card.HueOfIndex[static_cast<size_t>(compact[static_cast<size_t>(i)])]);
+    // The first pass counted the foreground: the list is made once, at its size.
+    std::uint64_t foreground = 0;
+    for (int i = firstStain; i < 256; ++i)
+        foreground += gathered->count[static_cast<size_t>(i)];
     card.Pixels.clear();
+    try {
+        card.Pixels.reserve(static_cast<size_t>(foreground) + 2);
+    } catch (const std::bad_alloc &) {
+        card.Pixels.shrink_to_fit();
+        return Failed(card, "there is not enough memory for its " + std::to_string(foreground) + " stain pixels.");
+    }
     card.Pixels.emplace_back();
     std::array<std::uint64_t, 256> hueCount{};
     for (int y = height - 1; y >= 0; --y) {
         Byte *line = indexes.Data.data() + static_cast<size_t>(y) * width;
-        size_t n = 0;
-        for (int x = 0; x < width; ++x)
-            n += line[x] >= firstStain;
-        MakeRoom(card.Pixels, n);
         const Integer row = static_cast<Integer>(y + 1);
         for (int x = 0; x < width; ++x) {
             const Byte raw = line[x];
