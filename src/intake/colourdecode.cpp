@@ -398,4 +398,23 @@ Picture BackgroundClassPreview(const CardImage &card, const Picture &indexPictur
     return preview;
 }
 
+bool ReadColourPicture(const std::string &path, Picture &picture, std::string &error)
+{
+    const std::unique_ptr<PictureRows> rows = OpenPictureRows(path, error);
+    if (!rows)
+        return false;
+    picture = Picture{};
+    picture.Width = rows->Info().Width;
+    picture.Height = rows->Info().Height;
+    picture.BitsPerPixel = rows->Info().SourceDepth;
+    picture.Channels = 3;
+    try {
+        picture.Data.resize(static_cast<size_t>(picture.Width) * picture.Height * 3);
+    } catch (const std::bad_alloc &) {
+        error = "There is not enough memory for the picture.";
+        return false;
+    }
+    return rows->ReadRows(picture.Height, picture.Data.data(), error);
+}
+
 } // namespace velmara

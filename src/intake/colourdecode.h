@@ -33,4 +33,9 @@ bool IsBackgroundEntry(const CardImage &card, int index);
 // their colour, every other entry black. indexPicture is what DecodeColourCard gave.
 Picture BackgroundClassPreview(const CardImage &card, const Picture &indexPicture);
 
+// The whole of any picture the colour path reads, as red, green, blue, for showing and cutting a
+// picture that the picture services do not read (PNG, JPEG, deep TIF). Returns false and sets
+// error, a sentence for the user, when the file can't be read.
+bool ReadColourPicture(const std::string &path, Picture &picture, std::string &error);
+
 } // namespace velmara

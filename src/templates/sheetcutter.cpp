@@ -2,7 +2,7 @@
 
 #include "core/numberform.h"
 #include "intake/loadimage.h"
-#include "intake/rowreader.h"
+#include "intake/colourdecode.h"
 #include "templates/templatestore.h"
 
 #include <cstdio>
@@ -59,21 +59,6 @@ bool SaveBitmap24(const Picture &picture, const std::string &path, std::string &
         std::remove(path.c_str());
     }
     return ok;
-}
-
-// The whole of a colour picture that only the colour path reads (PNG, JPEG, deep TIF), as RGB.
-bool ReadColourSheet(const std::string &path, Picture &sheet, std::string &error)
-{
-    const std::unique_ptr<PictureRows> rows = OpenPictureRows(path, error);
-    if (!rows)
-        return false;
-    sheet = Picture{};
-    sheet.Width = rows->Info().Width;
-    sheet.Height = rows->Info().Height;
-    sheet.BitsPerPixel = rows->Info().SourceDepth;
-    sheet.Channels = 3;
-    sheet.Data.resize(static_cast<size_t>(sheet.Width) * sheet.Height * 3);
-    return rows->ReadRows(sheet.Height, sheet.Data.data(), error);
 }
 
 } // namespace
@@ -168,7 +153,7 @@ CutResult CutSheetFile(Workspace &ws, const SheetCutRequest &request, CutObserve
     std::string error;
     if (!ReadPicture(request.SheetPath, PictureDepth::AnyDepth, sheet, error)) {
         std::string colourError;
-        if (!ws.ColourScans || !ReadColourSheet(request.SheetPath, sheet, colourError)) {
+        if (!ws.ColourScans || !ReadColourPicture(request.SheetPath, sheet, colourError)) {
             refused.Messages.push_back("Error: " + error);
             return refused;
         }
