@@ -73,8 +73,21 @@ struct ValueOption
 
 const ValueOption kValueOptions[] = {
     {"--settings", "", [](const std::string &v, Options &o) { o.settingsFile = v; return true; }},
-    {"--dpi", "a resolution from 1 to 32767 dots per inch",
-     [](const std::string &v, Options &o) { return parseResolution(v, o.dpi); }},
+    {"--dpi", "a resolution from 1 to 32767 dots per inch, or file",
+     [](const std::string &v, Options &o) {
+         o.dpiFromFile = v == "file";
+         if (o.dpiFromFile)
+             o.dpi.reset();
+         return o.dpiFromFile || parseResolution(v, o.dpi);
+     }},
+    {"--stain-boundary", "colour steps from 0 to 255",
+     [](const std::string &v, Options &o) {
+         int n;
+         if (!parseInt(v, n) || n < 0 || n > 255)
+             return false;
+         o.stainBoundary = n;
+         return true;
+     }},
     {"--hue", "expected LOW:HIGH with 0 <= LOW <= HIGH <= 255",
      [](const std::string &v, Options &o) {
          std::string a, b;
@@ -160,6 +173,8 @@ bool applyFlag(const std::string &arg, Options &o)
         o.json = true;
     else if (arg == "--keep-clips")
         o.keepClips = true;
+    else if (arg == "--colour-scans")
+        o.colourScans = true;
     else
         return false;
     return true;
@@ -259,9 +274,10 @@ Usage:
   velmara-cli line [options] [line options] IMAGE...
   velmara-cli clip --template NAME [template options] SHEET...
 
-scan     Loads each card image (8-bit BMP, GIF or TIF), finds the stains, builds the size
-         table and writes the scan log beside the image (unless --no-log or the settings say
-         not to). Prints a summary per card.
+scan     Loads each card image (8-bit BMP, GIF or TIF; with --colour-scans also 24-bit,
+         greyscale, PNG and JPEG), finds the stains, builds the size table and writes the scan
+         log beside the image (unless --no-log or the settings say not to). Prints a summary per
+         card.
 line     Does what scan does, then treats the cards, in name order, as one sampling line:
          composite spectrum, line statistics, swath analysis, and the analysis results file.
 clip     Cuts multi-card sheets into clip files with a card template, and nothing more.
@@ -269,12 +285,20 @@ clip     Cuts multi-card sheets into clip files with a card template, and nothin
 Options for every command:
   --settings FILE        settings file to read (INI with [Prefs], [Settings], [SprayInfo]);
                          default: the user's own settings. The file is never written.
-  --dpi N                resolution given to newly loaded cards (default: DefaultRes, 1200)
+  --dpi N|file           resolution given to newly loaded cards (default: DefaultRes, 1200);
+                         file: the resolution the file records, else DefaultRes
+  --colour-scans         read colour scans too (PNG, JPEG, TIFF, 24-bit and greyscale cards),
+                         for this run only; 8-bit colour-table cards are read as before
+  --stain-boundary N     for colour scans: the boundary between card and stain, in colour
+                         steps from the card's own colour (root mean square of the red, green
+                         and blue differences, 0 to 255); default: found per card, half way
+                         to the stains' colour
   --hue LOW:HIGH         hue range of valid stain pixels, 0..255 (default 0:255)
   --invert-hue           count pixels outside the hue range instead
   --background likeliest|zero
                          the answer to the background question: the likeliest colour of the
-                         card's sample (default), or colour index 0
+                         card's sample (default), or colour index 0; colour scans take the
+                         background class found from the picture
   --dither yes|no|all    the answer to the dither question: yes for every card asked (default),
                          no, or all (yes to all: later cards are not asked)
   --no-log               write no scan logs, whatever the settings say

@@ -17,6 +17,9 @@ struct Options
     // Shared by every command.
     std::string settingsFile;          // --settings: the store to read; never written
     std::optional<int> dpi;            // --dpi: resolution of newly loaded cards
+    bool dpiFromFile = false;          // --dpi file: the resolution each file records
+    bool colourScans = false;          // --colour-scans: read colour scans, this run only
+    std::optional<int> stainBoundary;  // --stain-boundary N: card/stain boundary of colour scans
     int hueLow = 0;                    // --hue LOW:HIGH
     int hueHigh = 255;
     bool invertHue = false;            // --invert-hue

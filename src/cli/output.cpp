@@ -120,6 +120,17 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
         json.field("AreaCm2", c.AreaCm2);
         json.field("BackgroundIndex", static_cast<int>(c.BackgroundIndex));
         json.field("DitherIndex", static_cast<int>(c.DitherIndex));
+        json.field("ColourScan", c.ColourScan.Colour);
+        json.field("SourceDepth", c.ColourScan.Colour ? c.ColourScan.SourceDepth : 8);
+        json.field("TableEntries", static_cast<long long>(c.ColourTable.size()));
+        json.field("BackgroundClassEntries", c.ColourScan.Colour ? c.ColourScan.BackgroundClassEntries
+                                             : c.PixelsReady ? (c.BackgroundIndex == c.DitherIndex ? 1 : 2)
+                                                             : 0);
+        json.key("StainBoundary");
+        if (c.ColourScan.Colour && c.PixelsReady)
+            json.value(c.ColourScan.StainBoundary);
+        else
+            json.null(); // an 8-bit card is told from its stains by colour table index alone
         json.field("ForegroundPixels", c.PixelsReady ? foreground : 0);
         json.field("PixelsReady", c.PixelsReady);
         json.field("Scanned", c.Scanned);

@@ -151,8 +151,16 @@ bool Session::prepare(std::string &error)
     mWs.Spray.Sample_Position1 = storedPosition1;
     mWs.Spray.Sample_Interval = storedInterval;
 
-    if (mOptions.dpi)
+    if (mOptions.dpi) {
         mWs.DefaultRes = *mOptions.dpi;
+        mWs.UseFileResolution = false; // a resolution given for the run is every card's
+    }
+    if (mOptions.dpiFromFile)
+        mWs.UseFileResolution = true;
+    if (mOptions.colourScans)
+        mWs.ColourScans = true;
+    if (mOptions.stainBoundary)
+        mWs.StainBoundary = *mOptions.stainBoundary;
     mWs.Slider1 = mOptions.hueLow;
     mWs.Slider2 = mOptions.hueHigh;
     mWs.HueInvertCheck = mOptions.invertHue;

@@ -68,6 +68,21 @@ struct CardSource
     Long PixelOffset = 0; // of a BMP; 0 for the other formats
 };
 
+// What the colour path read of a card that is not an 8-bit colour-table picture. Such a card has a
+// background class, any number of colour table entries, where an 8-bit card has one background
+// index and at most one dither index.
+struct ColourScanInfo
+{
+    bool Colour = false;   // the card goes the colour way (set at registration)
+    int SourceDepth = 0;   // bits per pixel as the file stores them
+    int TableEntries = 0;  // entries of ColourTable in use
+    int BackgroundClassEntries = 0;
+    int StainBoundary = 0; // the boundary the class was made with, in colour steps (0 to 255)
+    int AutoBoundary = 0;  // the boundary found from the picture
+    int BoundaryOverride = -1; // this card's own boundary; -1: the workspace's, else automatic
+    std::array<bool, 256> BackgroundClass{};
+};
+
 struct CardImage
 {
     std::string FullPath;
@@ -101,6 +116,7 @@ struct CardImage
     bool SplitScan = false;
     Long SplitStains = 0;
     Long SplitParts = 0;
+    ColourScanInfo ColourScan;
 
     // Rows of the size table, element 0 excluded.
     int SizeRows() const { return static_cast<int>(SizeTable.size()) - 1; }

@@ -1,5 +1,6 @@
 #include "intake/decode.h"
 
+#include "intake/colourdecode.h"
 #include "intake/inputfile.h"
 #include "intake/picture.h"
 
@@ -437,6 +438,8 @@ DecodeResult DecodeCard(Workspace &ws, int cardIndex, DecodeQuestions &questions
         done.Ok = true;
         return done;
     }
+    if (ws.Card(cardIndex).ColourScan.Colour)
+        return DecodeColourCard(ws, cardIndex, questions, progress);
     const Long width = ws.Card(cardIndex).WidthPx;
     const Long height = ws.Card(cardIndex).HeightPx;
     if (width < 1 || height < 1 || width > kMaxPictureSide || height > kMaxPictureSide)

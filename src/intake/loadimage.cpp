@@ -2,9 +2,12 @@
 
 #include "intake/inputfile.h"
 #include "intake/picture.h"
+#include "intake/rowreader.h"
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
+#include <memory>
 #include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
@@ -31,6 +34,21 @@ std::string SizeRefusal(std::int64_t width, std::int64_t height)
     return "The picture is " + std::to_string(width) + " by " + std::to_string(height) +
            " pixels; a card must have 1 to 32767 lines and columns.";
 }
+
+// The extension after the last dot, in lower case; empty when there is none.
+std::string LowerExtension(const std::string &name)
+{
+    const size_t dot = name.find_last_of('.');
+    const size_t slash = name.find_last_of("/\\");
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash))
+        return {};
+    std::string ext = name.substr(dot + 1);
+    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
+    return ext;
+}
+
+// Pictures that only the colour path reads.
+bool ColourOnlyExtension(const std::string &ext) { return ext == "png" || ext == "jpg" || ext == "jpeg"; }
 
 bool SideOk(std::int64_t side) { return side >= 1 && side <= kMaxPictureSide; }
 
@@ -162,7 +180,10 @@ LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::stri
     ws.CompositeCheck = false; // loading always leaves the composite view
 
     const std::string ext = LowerLastThree(fileName);
-    if (ext != "bmp" && ext != "gif" && ext != "tif") {
+    const std::string extension = LowerExtension(fileName);
+    const bool colourOnly = ws.ColourScans && ColourOnlyExtension(extension);
+    const bool tiff = ws.ColourScans && extension == "tiff";
+    if (ext != "bmp" && ext != "gif" && ext != "tif" && !colourOnly && !tiff) {
         result.Message = "'" + fileName + "' is an unsupported file type.";
         result.Exclamation = true;
         return result;
@@ -188,18 +209,43 @@ LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::stri
 
     const std::string kind = LowerLastThree(path);
     bool badSignature = false;
-    const Probe probe = kind == "bmp" ? ProbeBmp(path) : kind == "gif" ? ProbeGif(path, fileName, badSignature) : ProbeTif(path);
+    Probe probe;
+    if (!colourOnly)
+        probe = kind == "bmp" ? ProbeBmp(path) : kind == "gif" ? ProbeGif(path, fileName, badSignature) : ProbeTif(path);
     const auto refuse = [&](std::string message) {
         ws.WithdrawCard();
         result.Message = std::move(message);
         return result;
     };
-    if (badSignature)
-        return refuse(probe.error);
-    if (probe.error.empty() && probe.depth != 8)
-        return refuse(BitDepthMessage(probe.depth));
-    if (!probe.error.empty())
-        return refuse("Error: " + probe.error);
+    // With colour scans on, an 8-bit colour-table picture still goes the 8-bit way; every other
+    // picture, and one whose 8-bit probe fails for its depth, goes the colour way.
+    const bool colour = colourOnly || (ws.ColourScans && !badSignature && probe.depth != 8);
+    RowPictureInfo info;
+    if (colour) {
+        std::string error;
+        const std::unique_ptr<PictureRows> rows = OpenPictureRows(path, error);
+        if (!rows)
+            return refuse("'" + fileName + "' could not be read: " + error);
+        info = rows->Info();
+        if (!SideOk(info.Width) || !SideOk(info.Height))
+            return refuse(SizeRefusal(info.Width, info.Height));
+        probe = Probe{};
+        probe.depth = info.SourceDepth;
+        probe.width = info.Width;
+        probe.height = info.Height;
+    } else {
+        if (badSignature)
+            return refuse(probe.error);
+        if (probe.error.empty() && probe.depth != 8)
+            return refuse(BitDepthMessage(probe.depth));
+        if (!probe.error.empty())
+            return refuse("Error: " + probe.error);
+        if (ws.UseFileResolution) {
+            std::string ignored;
+            if (const std::unique_ptr<PictureRows> rows = OpenPictureRows(path, ignored))
+                info = rows->Info();
+        }
+    }
     // A resolution of 0 or below would divide by zero below; the user must set another one.
     if (ws.DefaultRes <= 0)
         return refuse("Error: The default image resolution (DefaultRes) is " + std::to_string(ws.DefaultRes) +
@@ -211,9 +257,16 @@ LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::stri
     card.Source.PixelOffset = probe.pixelOffset;
     card.WidthPx = probe.width;
     card.HeightPx = probe.height;
+    card.ColourScan.Colour = colour;
+    card.ColourScan.SourceDepth = colour ? info.SourceDepth : 8;
     card.Dpi = ws.DefaultRes;
     card.MicronsPerPixelX = MicronsPerPixelAt(ws.DefaultRes);
     card.MicronsPerPixelY = card.MicronsPerPixelX;
+    if (ws.UseFileResolution && info.DpiX > 0 && info.DpiY > 0) {
+        card.Dpi = std::max<Long>(1, static_cast<Long>(std::lround(info.DpiX)));
+        card.MicronsPerPixelX = MicronsPerPixelAt(info.DpiX);
+        card.MicronsPerPixelY = MicronsPerPixelAt(info.DpiY);
+    }
     card.AreaCm2 = (card.WidthPx * card.MicronsPerPixelX / 10000) * (card.HeightPx * card.MicronsPerPixelY / 10000);
     result.Ok = true;
     result.CardIndex = index;

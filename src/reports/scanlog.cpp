@@ -1,9 +1,11 @@
 #include "reports/scanlog.h"
 
+
 #include "core/numberform.h"
 #include "core/textout.h"
 #include "reports/columnwriter.h"
 
+#include <cctype>
 #include <filesystem>
 #include <string_view>
 #include <system_error>
@@ -62,6 +64,17 @@ bool writeSplitLine(ColumnWriter &w, const CardImage &card)
                                               + std::to_string(card.SplitParts) + " parts");
 }
 
+// Only a card read the colour way has this line; an 8-bit card's block keeps its bytes.
+bool colourScanLine(ColumnWriter &w, const CardImage &card)
+{
+    const ColourScanInfo &c = card.ColourScan;
+    if (!c.Colour)
+        return true;
+    return labelled(w, "Colour Scan:", std::to_string(c.SourceDepth) + " bits per pixel, "
+                                           + std::to_string(c.TableEntries) + " table entries, "
+                                           + std::to_string(c.BackgroundClassEntries) + " of them card");
+}
+
 bool writeScanBlock(ColumnWriter &w, const Workspace &ws, const CardImage &card,
                     const ScanHues &hues, char sep)
 {
@@ -79,6 +92,7 @@ bool writeScanBlock(ColumnWriter &w, const Workspace &ws, const CardImage &card,
         && labelled(w, "Image Size:",
                     FormatNumber(widthCm, "0.00", sep) + "×" + FormatNumber(heightCm, "0.00", sep)
                         + " cm")
+        && colourScanLine(w, card)
         && labelled(w, "Hue Range:", hueRangeText(hues))
         && labelled(w, "VMD:", vmd)
         && labelled(w, "Drop Density:", FormatNumber(card.Stats.DropDensity, "0.00", sep)
@@ -167,6 +181,15 @@ ScanLogResult finish(TextOut &out, ScanLogResult result, bool written, const Log
 
 std::string ScanLog::PathFor(const std::string &fullPath)
 {
+    // The four-letter endings of colour scans are replaced whole, so that card.jpeg logs to
+    // card.scn as card.bmp does.
+    if (fullPath.size() > 5) {
+        std::string tail = fullPath.substr(fullPath.size() - 5);
+        for (char &c : tail)
+            c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (tail == ".jpeg" || tail == ".tiff")
+            return fullPath.substr(0, fullPath.size() - 4) + "scn";
+    }
     // Three characters, not bytes: step back over UTF-8 continuation bytes.
     size_t end = fullPath.size();
     for (int chars = 0; chars < 3 && end > 0; ++chars) {

@@ -4,6 +4,7 @@
 #include "shell/mainwindow.h"
 
 #include "analysis/scanimage.h"
+#include "intake/colourdecode.h"
 #include "intake/loadimage.h"
 #include "intake/picture.h"
 #include "reports/scanlog.h"
@@ -189,7 +190,12 @@ bool MainWindow::loadShownPicture(const CardImage &card)
 {
     Picture picture;
     std::string error;
-    if (!ReadPicture(card.FullPath, PictureDepth::AnyDepth, picture, error)) {
+    std::string colourError;
+    const bool read = ReadPicture(card.FullPath, PictureDepth::AnyDepth, picture, error) ||
+                      (card.ColourScan.Colour && ReadColourPicture(card.FullPath, picture, colourError));
+    if (!read) {
+        if (!colourError.empty())
+            error = colourError;
         mShownPicture = QImage();
         mOriginalTable.clear();
         // One message naming the file; the view stays grey and a decoded card still scans.
@@ -353,7 +359,7 @@ void MainWindow::BuildMask()
     QList<QRgb> table = mOriginalTable;
     for (size_t i = 0; i < card.ColourTable.size() && i < static_cast<size_t>(table.size()); ++i) {
         const Long hue = card.HueOfIndex[i];
-        bool masked = i == card.BackgroundIndex || i == card.DitherIndex;
+        bool masked = IsBackgroundEntry(card, static_cast<int>(i));
         // The mask keeps hues equal to the two ends when inverted; the scan counts them as outside.
         if (!invert && (hue < low || hue > high))
             masked = true;
@@ -480,7 +486,16 @@ bool MainWindow::decodeCard(int index)
 {
     WindowQuestions questions(*this);
     const BusyGuard busy(*this);
-    const DecodeResult result = DecodeCard(mWs, index, questions, *mProgress);
+    // A colour card is shown by its table and indexes once decoded, so that masking, which
+    // rewrites only the table, works for it as for an 8-bit card.
+    Picture indexes;
+    const bool colour = mWs.Card(index).ColourScan.Colour;
+    const DecodeResult result = colour ? DecodeColourCard(mWs, index, questions, *mProgress, &indexes)
+                                       : DecodeCard(mWs, index, questions, *mProgress);
+    if (colour && result.Ok && !indexes.Data.empty() && mWs.ShownCard == index) {
+        mShownPicture = toImage(indexes);
+        mOriginalTable = mShownPicture.colorTable();
+    }
     if (!result.Ok && !result.Cancelled && !result.Message.empty())
         showMessage(QString::fromStdString(result.Message));
     return result.Ok;

@@ -3,7 +3,9 @@
 // cut out of the sheet, written as an 8-bit bitmap "clipNN.bmp" and registered through
 // LoadImage, in cell order. An 8-bit sheet keeps its colour table and indexes, a 1- or 4-bit one
 // is widened to the same table, a 24- or 32-bit one is brought to a 256-entry table without
-// dithering (a dithered clip would fake a dithered background).
+// dithering (a dithered clip would fake a dithered background). With ColourScans on, the clips
+// of a colour sheet are 24-bit bitmaps instead, each to find its own background class, and a
+// sheet only the colour path reads (PNG, JPEG) can be cut.
 
 #include "core/workspace.h"
 #include "intake/picture.h"

@@ -645,3 +645,42 @@ TEST_F(CliFullDiskTest, FilesThatCannotBeFinishedAreTakenBackAndEarlierLogsKept)
     EXPECT_NE(r.err.find("clip01.bmp' could not be written"), std::string::npos) << r.err;
     EXPECT_FALSE(fs::exists(full / "clips" / "clip01.bmp"));
 }
+
+// A 24-bit card is refused without --colour-scans and read with it; an 8-bit card reads alike
+// either way, and the colour card's figures and log say how it was read.
+TEST_F(CliTest, ColourScansAreReadForTheRunAndToldInTheJson)
+{
+    const fs::path eight = card("eight.bmp", 6);
+    CardSpec spec;
+    spec.width = 203;
+    spec.height = 150;
+    spec.colours = {{1, Rgb{40, 60, 190}}};
+    for (int i = 0; i < 7; ++i)
+        spec.discs.push_back(Disc{14.0 + 25.0 * i, 60.0, 5.0, 1});
+    ASSERT_TRUE(WriteBmp24(ToRgb(MakeCard(spec)), (dir / "colour.bmp").string()));
+    const std::string files = " " + eight.string() + " " + (dir / "colour.bmp").string();
+
+    const CliRun plain = runCli("scan --json " + base() + files, dir);
+    EXPECT_NE(plain.err.find("colour.bmp: This file is encoded at 24 bits per pixel"), std::string::npos) << plain.err;
+
+    // With --dpi file the scale is the file's (or DefaultRes where it records none), not --dpi 600.
+    const struct { const char *options; const char *boundary; bool sameScale; } rows[] = {
+        {"--colour-scans", "\"StainBoundary\":", true},
+        {"--colour-scans --stain-boundary 37", "\"StainBoundary\":37,", true},
+        {"--colour-scans --dpi file", "\"StainBoundary\":", false}};
+    for (const auto &row : rows) {
+        SCOPED_TRACE(row.options);
+        const CliRun r = runCli("scan --json " + base() + row.options + files, dir);
+        ASSERT_EQ(r.status, 0) << r.err;
+        if (row.sameScale)
+            EXPECT_EQ(SizeTableOf(r.out, "eight.bmp"), SizeTableOf(plain.out, "eight.bmp"));
+        const std::string colour = r.out.substr(r.out.find("\"FileName\":\"colour.bmp\""));
+        for (const char *field : {"\"ColourScan\":true", "\"SourceDepth\":24", "\"StainCount\":7", row.boundary})
+            EXPECT_NE(colour.find(field), std::string::npos) << field << "\n" << colour;
+        EXPECT_NE(r.out.find("\"ColourScan\":false,\"SourceDepth\":8"), std::string::npos);
+        EXPECT_NE(readFile(dir / "colour.scn").find("Colour Scan:                24 bits per pixel"), std::string::npos);
+        EXPECT_EQ(readFile(settings), "[Prefs]\n") << "the store is never written";
+    }
+    for (const char *bad : {"--stain-boundary 256", "--stain-boundary x", "--dpi files"})
+        EXPECT_EQ(runCli("scan " + base() + bad + files, dir).status, 2) << bad;
+}

@@ -86,7 +86,8 @@ struct ScanLogTest : ::testing::Test
 TEST(ScanLogPath, ReplacesLastThreeCharacters)
 {
     EXPECT_EQ(ScanLog::PathFor("/cards/a1.bmp"), "/cards/a1.scn");
-    EXPECT_EQ(ScanLog::PathFor("/x/card.tiff"), "/x/card.tscn");
+    EXPECT_EQ(ScanLog::PathFor("/x/card.tiff"), "/x/card.scn");
+    EXPECT_EQ(ScanLog::PathFor("/x/card.JPEG"), "/x/card.scn");
     EXPECT_EQ(ScanLog::PathFor("/x/kärt.bµp"), "/x/kärt.scn");
     EXPECT_EQ(ScanLog::PathFor("ab"), "scn");
 }
@@ -219,4 +220,19 @@ TEST_F(ScanLogTest, UnwritableLogIsReportedAndCardUntouched)
 
     ExampleCard gone(dir / "no_such_folder");
     EXPECT_FALSE(ScanLog(gone.ws).writeScanRecord(gone.index, {}).Ok);
+}
+
+TEST_F(ScanLogTest, AColourCardHasOneLineMoreInItsScanBlock)
+{
+    ColourScanInfo &c = ex.ws.Card(ex.index).ColourScan;
+    c.Colour = true;
+    c.SourceDepth = 24;
+    c.TableEntries = 112;
+    c.BackgroundClassEntries = 97;
+    const ScanLogResult r = ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false});
+    EXPECT_TRUE(r.Ok && r.Written) << r.Error;
+    std::string expected = Expected("overwrite_spray_metric.scn");
+    const size_t after = expected.find("\r\n", expected.find("Image Size:")) + 2;
+    expected.insert(after, "Colour Scan:                24 bits per pixel, 112 table entries, 97 of them card\r\n");
+    EXPECT_EQ(ReadBytes(ex.log), expected);
 }

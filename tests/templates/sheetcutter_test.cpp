@@ -1,5 +1,7 @@
 #include "templates/sheetcutter.h"
 
+#include "intake/decode.h"
+
 #include "testdir.h"
 
 #include <filesystem>
@@ -222,4 +224,41 @@ TEST_F(SheetCut, RefusalsCutNothingThenCellsOffsetAndResolution)
     EXPECT_EQ(clip.Row(0)[0], 5);
     EXPECT_EQ(clip.Row(0)[29], 0); // shifted one pixel past the painted card
     EXPECT_EQ(ws.LastClipIndex, 9);
+}
+
+// With colour scans on, the clips of a colour sheet stay 24-bit and each card finds its own
+// background class: no question, whatever the gap colour of the sheet is.
+TEST_F(SheetCut, ColourSheetClipsKeepTheirColoursAndTheirOwnClass)
+{
+    Picture rgb;
+    rgb.Width = sheet.Width;
+    rgb.Height = sheet.Height;
+    rgb.BitsPerPixel = 24;
+    rgb.Channels = 3;
+    for (size_t i = 0; i < sheet.Data.size(); ++i) {
+        const PaletteEntry c = sheet.Palette[sheet.Data[i]];
+        rgb.Data.insert(rgb.Data.end(), {c.Red, c.Green, c.Blue});
+    }
+    for (int n = 1; n <= 9; ++n) { // a 4 by 5 stain in each clip
+        const ClipRect r = grid.clipRect(n);
+        for (int y = r.Y + 10; y < r.Y + 15; ++y)
+            for (int x = r.X + 10; x < r.X + 14; ++x)
+                std::fill_n(rgb.Row(y) + 3 * x, 3, Byte{20});
+    }
+    ws.ColourScans = true;
+    const CutResult r = CutSheet(ws, rgb, grid, ws.TempDir);
+    EXPECT_TRUE(r.Messages.empty());
+    ASSERT_EQ(ws.CardCount(), 9);
+    FixedAnswers answers;
+    for (int i = 1; i <= 9; ++i) {
+        SCOPED_TRACE(i);
+        Picture clip;
+        std::string error;
+        ASSERT_TRUE(ReadPicture(dir.file(ws.Card(i).FileName), PictureDepth::AnyDepth, clip, error)) << error;
+        EXPECT_EQ(clip.BitsPerPixel, 24);
+        EXPECT_EQ(clip.Row(12)[3 * 12], 20);
+        ASSERT_TRUE(DecodeCard(ws, i, answers).Ok);
+        EXPECT_EQ(ws.Card(i).Pixels.size(), 20u + 2u);
+    }
+    EXPECT_EQ(answers.BackgroundAsked, 0);
 }
