@@ -1,6 +1,5 @@
 #include "reports/scanlog.h"
 
-
 #include "core/numberform.h"
 #include "core/textout.h"
 #include "reports/columnwriter.h"
