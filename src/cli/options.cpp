@@ -156,6 +156,8 @@ bool applyFlag(const std::string &arg, Options &o)
         o.noLog = true;
     else if (arg == "--json")
         o.json = true;
+    else if (arg == "--extended")
+        o.extended = true;
     else if (arg == "--keep-clips")
         o.keepClips = true;
     else
@@ -277,6 +279,8 @@ Options for every command:
                          no, or all (yes to all: later cards are not asked)
   --no-log               write no scan logs, whatever the settings say
   --json                 print one JSON object on stdout instead of the readable summary
+  --extended             add the spectrum block to the results file and the spectrum page to
+                         the report, whatever the settings say
   --help                 this text
 
 Options for line:

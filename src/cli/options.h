@@ -24,6 +24,7 @@ struct Options
     DitherAnswer dither = DitherAnswer::Yes;
     bool noLog = false;                // --no-log
     bool json = false;                 // --json
+    bool extended = false;             // --extended: spectrum block and report page, for this run
 
     // line
     std::optional<std::string> position1; // --position1 TEXT

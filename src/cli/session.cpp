@@ -149,6 +149,8 @@ bool Session::prepare(std::string &error)
     mWs.HueInvertCheck = mOptions.invertHue;
     if (mOptions.noLog)
         mWs.LogAnalysis = false;
+    if (mOptions.extended)
+        mWs.ExtendedResults = true;
     return true;
 }
 
