@@ -376,6 +376,11 @@ QWidget *MainWindow::buildResultFrame()
     files->setSpacing(3);
     btnWriteComposite = pictureButton(ToolIcon::WriteResults, QStringLiteral("Write Results File"), mFileCommands);
     btnPrint = pictureButton(ToolIcon::Print, QStringLiteral("Print Report"), mFileCommands);
+    mSpectrumButton = new QToolButton(mFileCommands);
+    mSpectrumButton->setObjectName(QStringLiteral("btnSpectrum"));
+    mSpectrumButton->setText(QStringLiteral("Spectrum"));
+    mSpectrumButton->setToolTip(QStringLiteral("Dv0.1, Dv0.9, span, NMD, coverage and fine drops of what is shown"));
+    files->addWidget(mSpectrumButton);
     files->addStretch(1);
     files->addWidget(btnWriteComposite);
     files->addWidget(btnPrint);
@@ -402,6 +407,7 @@ QWidget *MainWindow::buildResultFrame()
     });
     connect(btnWriteComposite, &QToolButton::clicked, this, asCommand(&MainWindow::btnWriteComposite_Click));
     connect(btnPrint, &QToolButton::clicked, this, asCommand(&MainWindow::btnPrint_Click));
+    connect(mSpectrumButton, &QToolButton::clicked, this, asCommand(&MainWindow::showSpectrum));
     return ResultFrame;
 }
 
