@@ -348,6 +348,12 @@ QWidget *MainWindow::buildResultFrame()
     }
     GraphOption[1]->setChecked(true);
     options->addStretch(1);
+    // In the row of the graph options, where it takes no width from the figures below.
+    mSpectrumButton = new QToolButton(ResultFrame);
+    mSpectrumButton->setObjectName(QStringLiteral("btnSpectrum"));
+    mSpectrumButton->setText(QStringLiteral("Spectrum"));
+    mSpectrumButton->setToolTip(QStringLiteral("Dv0.1, Dv0.9, span, NMD, coverage and fine drops of what is shown"));
+    options->addWidget(mSpectrumButton);
     box->addLayout(options);
     connect(graphGroup, &QButtonGroup::idClicked, this, asCommand(&MainWindow::GraphOption_Click));
 
@@ -376,11 +382,6 @@ QWidget *MainWindow::buildResultFrame()
     files->setSpacing(3);
     btnWriteComposite = pictureButton(ToolIcon::WriteResults, QStringLiteral("Write Results File"), mFileCommands);
     btnPrint = pictureButton(ToolIcon::Print, QStringLiteral("Print Report"), mFileCommands);
-    mSpectrumButton = new QToolButton(mFileCommands);
-    mSpectrumButton->setObjectName(QStringLiteral("btnSpectrum"));
-    mSpectrumButton->setText(QStringLiteral("Spectrum"));
-    mSpectrumButton->setToolTip(QStringLiteral("Dv0.1, Dv0.9, span, NMD, coverage and fine drops of what is shown"));
-    files->addWidget(mSpectrumButton);
     files->addStretch(1);
     files->addWidget(btnWriteComposite);
     files->addWidget(btnPrint);
