@@ -59,6 +59,8 @@ int runScan(const Options &o)
         std::cout << json.text() << "\n";
     } else {
         std::cout << CardSummary(ws);
+        if (session.scannedCount() > 0)
+            std::cout << "\n" << SpectrumSummary(ws, false, false);
     }
     if (session.scannedCount() == 0)
         return fail("no card could be analysed");
@@ -227,12 +229,15 @@ void printLineJson(const Options &o, Session &session, const LineFiles &files, c
     json.field("RangeSelected", RangeSelected(ws));
     json.fieldSingle("MaxVmdOfCards", ws.MaxVmdOfCards);
     json.key("CompositeAll");
-    WriteSizeStatsJson(json, ws.CompositeAll);
+    const SpectrumFigures all = CompositeSpectrum(ws, false);
+    WriteSizeStatsJson(json, ws.CompositeAll, &all);
     json.key("CompositeRange");
-    if (RangeSelected(ws))
-        WriteSizeStatsJson(json, ws.CompositeRange);
-    else
+    if (RangeSelected(ws)) {
+        const SpectrumFigures range = CompositeSpectrum(ws, true);
+        WriteSizeStatsJson(json, ws.CompositeRange, &range);
+    } else {
         json.null();
+    }
     writeSwathJson(json, ws);
     if (!swathNote.empty())
         json.field("SwathNote", OneLine(swathNote));
@@ -264,6 +269,7 @@ void printLineSummary(const Workspace &ws, const LineFiles &files, const std::st
     std::cout << "Drop density:       " << FormatNumber(shown.Stats.DropDensity, "0.0") << " drops/cm²\n";
     std::cout << "Deposit:            " << FormatNumber(shown.Stats.VolumeDensity * ws.DepositFactor[u], "0.000")
               << " " << ws.DepositUnit[u] << "\n";
+    std::cout << "\n" << SpectrumSummary(ws, RangeSelected(ws), true) << "\n";
     if (ws.CardCount() > 2) {
         const char *names[3] = {"", "deposit", "drop density"};
         for (int s = 1; s <= 2; ++s) {

@@ -171,6 +171,8 @@ bool applyFlag(const std::string &arg, Options &o)
         o.splitOverlaps = true;
     else if (arg == "--json")
         o.json = true;
+    else if (arg == "--extended")
+        o.extended = true;
     else if (arg == "--keep-clips")
         o.keepClips = true;
     else if (arg == "--colour-scans")
@@ -304,6 +306,8 @@ Options for every command:
   --no-log               write no scan logs, whatever the settings say
   --split-overlaps       split stains of overlapping drops into one stain per drop
   --json                 print one JSON object on stdout instead of the readable summary
+  --extended             add the spectrum block to the results file and the spectrum page to
+                         the report, whatever the settings say
   --help                 this text
 
 Options for line:

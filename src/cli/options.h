@@ -28,6 +28,7 @@ struct Options
     bool noLog = false;                // --no-log
     bool splitOverlaps = false;        // --split-overlaps: on for this run, whatever the settings say
     bool json = false;                 // --json
+    bool extended = false;             // --extended: spectrum block and report page, for this run
 
     // line
     std::optional<std::string> position1; // --position1 TEXT

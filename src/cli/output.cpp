@@ -1,6 +1,7 @@
 #include "cli/output.h"
 
 #include "core/numberform.h"
+#include "statistics/range.h"
 #include "statistics/swath.h"
 #include "statistics/textvalue.h"
 
@@ -79,7 +80,43 @@ std::string CardSummary(const Workspace &ws)
     return out;
 }
 
-void WriteSizeStatsJson(JsonWriter &json, const SizeStats &s)
+void WriteSpectrumFields(JsonWriter &json, const SpectrumFigures &f)
+{
+    json.field("Dv10", f.Dv10);
+    json.field("Dv90", f.Dv90);
+    json.field("RelativeSpan", f.RelativeSpan);
+    json.field("Nmd", f.Nmd);
+    json.field("CoveragePercent", f.CoveragePercent);
+    json.field("VolumeBelow100", f.VolumeBelow100);
+    json.field("VolumeBelow150", f.VolumeBelow150);
+    json.field("VolumeBelow200", f.VolumeBelow200);
+}
+
+std::string SpectrumSummary(const Workspace &ws, bool ranged, bool withComposite)
+{
+    size_t nameWidth = 9;
+    for (int i = 1; i <= ws.CardCount(); ++i)
+        nameWidth = std::max(nameWidth, ws.Card(i).FileName.size());
+    auto row = [&](const std::string &name, const SpectrumFigures &f) {
+        auto percent = [](double share) { return FormatNumber(share * 100, "0.0") + "%"; };
+        return pad(name, nameWidth, false) + pad(FormatNumber(f.Dv10, "0.0"), 8, true)
+            + pad(FormatNumber(f.Dv50, "0.0"), 8, true) + pad(FormatNumber(f.Dv90, "0.0"), 8, true)
+            + pad(FormatNumber(f.RelativeSpan, "0.00"), 6, true) + pad(FormatNumber(f.Nmd, "0.0"), 8, true)
+            + pad(FormatNumber(f.CoveragePercent, "0.00") + "%", 9, true) + pad(percent(f.VolumeBelow100), 8, true)
+            + pad(percent(f.VolumeBelow150), 8, true) + pad(percent(f.VolumeBelow200), 8, true) + "\n";
+    };
+    std::string out = pad(ranged ? "In range" : "Spectrum", nameWidth, false)
+        + "   Dv0.1   Dv0.5   Dv0.9  span     NMD  covered  <100µm  <150µm  <200µm\n";
+    for (int i = 1; i <= ws.CardCount(); ++i) {
+        if (ws.Card(i).Scanned && ws.Card(i).SizeRows() > 0)
+            out += row(ws.Card(i).FileName, CardSpectrum(ws, i, ranged));
+    }
+    if (withComposite)
+        out += row("Composite", CompositeSpectrum(ws, ranged));
+    return out;
+}
+
+void WriteSizeStatsJson(JsonWriter &json, const SizeStats &s, const SpectrumFigures *spectrum)
 {
     json.beginObject();
     json.key("Stats");
@@ -91,6 +128,8 @@ void WriteSizeStatsJson(JsonWriter &json, const SizeStats &s)
     json.fieldSingle("MaxDiameter", s.MaxDiameter);
     json.field("MaxClassCount", static_cast<long long>(s.MaxClassCount));
     json.field("MaxClassVolume", s.MaxClassVolume);
+    if (spectrum)
+        WriteSpectrumFields(json, *spectrum);
     json.key("Classes");
     writeClasses(json, s.Classes);
     json.endObject();
@@ -99,6 +138,7 @@ void WriteSizeStatsJson(JsonWriter &json, const SizeStats &s)
 void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Refusal> &refusals, bool withLine)
 {
     const int u = ws.UnitIndex();
+    const bool ranged = withLine && RangeSelected(ws);
     json.key("Cards");
     json.beginArray();
     for (int i = 1; i <= ws.CardCount(); ++i) {
@@ -148,10 +188,19 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
         json.fieldSingle("MaxDiameter", c.MaxDiameter);
         json.field("Deposit", c.Stats.VolumeDensity * ws.DepositFactor[u]);
         json.field("DepositUnit", ws.DepositUnit[u]);
+        WriteSpectrumFields(json, CardSpectrum(ws, i, false));
         if (withLine) {
             json.fieldSingle("Position", c.Position);
             json.key("LineStats");
             writeStats(json, static_cast<size_t>(i) < ws.LineStats.size() ? ws.LineStats[i] : CardStats{});
+            if (ranged) {
+                const SpectrumFigures f = CardSpectrum(ws, i, true);
+                json.key("RangeSpectrum");
+                json.beginObject();
+                json.field("Vmd", f.Dv50);
+                WriteSpectrumFields(json, f);
+                json.endObject();
+            }
         }
         json.key("SizeTable");
         writeClasses(json, c.SizeTable);

@@ -3,6 +3,7 @@
 
 #include "cli/json.h"
 #include "cli/session.h"
+#include "statistics/spectrum.h"
 
 #include <string>
 
@@ -16,7 +17,15 @@ std::string CardSummary(const Workspace &ws);
 void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Refusal> &refusals,
                     bool withLine);
 
-void WriteSizeStatsJson(JsonWriter &json, const SizeStats &stats);
+// spectrum, when given, adds its figures to the object.
+void WriteSizeStatsJson(JsonWriter &json, const SizeStats &stats, const SpectrumFigures *spectrum = nullptr);
+
+// The spectrum figures as members of the open object (Dv0.5 is the Vmd written beside them).
+void WriteSpectrumFields(JsonWriter &json, const SpectrumFigures &f);
+
+// The spectrum table of the summary: one line per scanned card (inside the range when ranged, as
+// the line statistics take the cards) and, withComposite, one for the composite.
+std::string SpectrumSummary(const Workspace &ws, bool ranged, bool withComposite);
 
 // The rate factor of swath set setIndex (1 deposit, 2 drop density). An aircraft swath that is
 // not a number counts as none given: factor 1, as for an empty one.

@@ -168,6 +168,8 @@ bool Session::prepare(std::string &error)
         mWs.LogAnalysis = false;
     if (mOptions.splitOverlaps)
         mWs.SplitOverlaps = true;
+    if (mOptions.extended)
+        mWs.ExtendedResults = true;
     return true;
 }
 

@@ -3,9 +3,11 @@
 #include "core/numberform.h"
 #include "statistics/line.h"
 #include "statistics/range.h"
+#include "statistics/spectrum.h"
 #include "statistics/swath.h"
 #include "statistics/textvalue.h"
 
+#include <algorithm>
 #include <cmath>
 #include <exception>
 #include <new>
@@ -111,6 +113,7 @@ public:
         case 1: page1(); break;
         case 2: page2(); break;
         case 3: page3(); break;
+        case 5: page5(); break;
         default: page4(); break;
         }
     }
@@ -124,6 +127,7 @@ private:
     void page2();
     void page3();
     void page4();
+    void page5();
 
     void beginPage(int page)
     {
@@ -588,10 +592,120 @@ void Pages::page4()
     head(kReportPageTitles[3]);
 }
 
+// The spectrum table of the results file: a row per scanned card (inside the range when one is
+// selected, as page 3 takes the cards) and the composite in bold under a rule. Rows shrink to fit
+// the page; a line too long for even the smallest rows ends with a note of the cards left out.
+void Pages::page5()
+{
+    beginPage(5);
+    head(kSpectrumPageTitle);
+    c.DrawWidth = 1;
+    c.DrawStyle = kSolid;
+    c.ForeColor = kBlack;
+    c.FillStyle = kTransparent;
+
+    const bool ranged = RangeSelected(mWs);
+    std::vector<int> cards;
+    for (int i = 1; i <= mWs.CardCount(); ++i)
+        if (mWs.Card(i).Scanned)
+            cards.push_back(i);
+
+    font(12);
+    std::string scope = "Whole Size Range";
+    if (ranged)
+        scope = "Selected Size Range:  " + num(mWs.RangeLow, "0.00") + " -- " + num(mWs.RangeHigh, "0.00") + " µm";
+    centred(scope, kCentre, 9.75);
+
+    // Right ends of the figures; the card number ends at 1.25, its file name starts at 1.35.
+    static constexpr double kEnds[9] = {2.95, 3.6, 4.25, 4.8, 5.45, 6.05, 6.55, 7.05, 7.55};
+    static constexpr const char *kTitles[9] = {"Dv0.1", "Dv0.5", "Dv0.9", "Span", "NMD", "Cover", "<100", "<150", "<200"};
+    static constexpr const char *kUnits[9] = {"(µm)", "(µm)", "(µm)", "", "(µm)", "(%)", "(%)", "(%)", "(%)"};
+    constexpr double kNameX = 1.35, kNameWidth = 1.0, kTop = 9.3, kBottom = 1.4;
+    auto right = [&](const std::string &text, double end, double y) {
+        c.CurrentX = end - c.TextWidth(text);
+        c.CurrentY = y;
+        c.PrintStay(text);
+    };
+
+    font(10);
+    double y = kTop;
+    // The three fine-drop columns share one heading.
+    centred("Volume below, µm", (kEnds[5] + kEnds[8]) / 2 + 0.1, y + c.TextHeight());
+    c.Font.Bold = true;
+    right("Card", 1.25, y);
+    c.CurrentX = kNameX;
+    c.PrintStay("File");
+    for (int k = 0; k < 9; ++k)
+        right(kTitles[k], kEnds[k], y);
+    c.Font.Bold = false;
+    y -= c.TextHeight();
+    for (int k = 0; k < 9; ++k)
+        right(kUnits[k], kEnds[k], y);
+    y -= c.TextHeight() + 0.05;
+    c.LineBy(L, y, W + 0.05, 0);
+    y -= 0.05;
+
+    // Rows of 10 points down to 5; below that, as many rows as fit and a note.
+    const double room = y - kBottom;
+    const size_t rows = cards.size() + 1;
+    const double step = std::min(0.2, room / static_cast<double>(rows));
+    const Single size = ToSingle(std::clamp(std::floor(step * 72 / 1.25), 5.0, 10.0));
+    font(size);
+    const double rowStep = std::max(step, c.TextHeight());
+    const size_t fitting = static_cast<size_t>(std::floor(room / rowStep)) - 1; // the composite's row
+    const size_t shown = std::min(cards.size(), fitting);
+
+    auto figures = [&](const SpectrumFigures &f) {
+        const double values[9] = {f.Dv10, f.Dv50, f.Dv90, f.RelativeSpan, f.Nmd, f.CoveragePercent,
+                                  f.VolumeBelow100 * 100, f.VolumeBelow150 * 100, f.VolumeBelow200 * 100};
+        for (int k = 0; k < 9; ++k)
+            right(num(values[k], "0.00"), kEnds[k], y);
+    };
+    for (size_t r = 0; r < shown; ++r) {
+        const int i = cards[r];
+        right(FormatNumber(i, "0", mSep), 1.25, y);
+        std::string name = mWs.Card(i).FileName;
+        // A long name keeps its start; the figures keep their columns.
+        while (name.size() > 1 && c.TextWidth(name) > kNameWidth) {
+            name.pop_back();
+            while (name.size() > 1 && (static_cast<unsigned char>(name.back()) & 0xC0) == 0x80)
+                name.pop_back();
+        }
+        c.CurrentX = kNameX;
+        c.CurrentY = y;
+        c.PrintStay(name);
+        figures(CardSpectrum(mWs, i, ranged));
+        y -= rowStep;
+    }
+    if (shown < cards.size()) {
+        c.CurrentX = kNameX;
+        c.CurrentY = y;
+        c.PrintStay(std::to_string(cards.size() - shown) + " more cards: see the results file");
+        y -= rowStep;
+    }
+    c.LineBy(L, y + 0.02, W + 0.05, 0);
+    y -= 0.04;
+    c.Font.Bold = true;
+    c.CurrentX = kNameX;
+    c.CurrentY = y;
+    c.PrintStay("Composite");
+    figures(CompositeSpectrum(mWs, ranged));
+    c.Font.Bold = false;
+
+    font(9);
+    c.CurrentY = 1.05;
+    for (const char *note : {"Span: (Dv0.9 - Dv0.1) / Dv0.5.   NMD: number median diameter.   Cover: stained share of the card.",
+                             "<100, <150, <200: share of the spray volume in drops below that diameter."}) {
+        c.CurrentX = L;
+        c.Print(note);
+    }
+    font(10);
+}
+
 void Pages::notePage(int number, const std::string &reason)
 {
     beginPage(number);
-    head(kReportPageTitles[number - 1]);
+    head(ReportPageTitle(number));
     c.DrawWidth = 1;
     c.DrawStyle = kSolid;
     c.ForeColor = kBlack;
@@ -677,6 +791,13 @@ std::optional<std::string> WhyNotDrawn(const Workspace &ws, const ReportCanvas &
 
 } // namespace
 
+int ReportPageCount(const Workspace &ws) { return ws.ExtendedResults ? 5 : 4; }
+
+const char *ReportPageTitle(int page)
+{
+    return page == 5 ? kSpectrumPageTitle : kReportPageTitles[std::clamp(page, 1, 4) - 1];
+}
+
 std::string PrintingCaption(int page)
 {
     return "Velmara - Printing Page " + std::to_string(page) + "...";
@@ -717,7 +838,7 @@ ReportResult PrintSub2(const Workspace &ws, ReportCanvas &DestC, bool DestCisPri
         if (!DestCisPrinter)
             DestC.Cls();
         Pages pages(ws, DestC, DestCisPrinter, hooks, decimalSeparator);
-        for (int number = 1; number <= 4; ++number) {
+        for (int number = 1; number <= ReportPageCount(ws); ++number) {
             if (PageNum != 0 && PageNum != number)
                 continue;
             if (const auto why = WhyNotDrawn(ws, DestC, DestCisPrinter, decimalSeparator, number)) {

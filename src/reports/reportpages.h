@@ -16,6 +16,13 @@ namespace velmara {
 inline constexpr const char *kReportPageTitles[4] = {"Analysis Parameters", "Drop Size Statistics",
                                                      "Composite Results", "Swath Analysis"};
 inline constexpr const char *kReportHeadline = "Orvinek Velmara";
+// The fifth page, printed only with the extended results.
+inline constexpr const char *kSpectrumPageTitle = "Spectrum Summary";
+
+// 5 with the extended results, else 4.
+int ReportPageCount(const Workspace &ws);
+// Title of page 1 to ReportPageCount.
+const char *ReportPageTitle(int page);
 
 // Box text of a failure; the failure's own text follows the five blanks. Lines break at "\r".
 inline constexpr const char *kReportErrorLead = "There was an error:\r\r     ";
@@ -34,7 +41,7 @@ inline constexpr const char *kPageNotDrawnLead = "This page cannot be drawn: ";
 
 struct ReportHooks
 {
-    // Printer only: page n (1 to 4) starts; the caller shows PrintingCaption(n) and refreshes.
+    // Printer only: page n (1 to ReportPageCount) starts; the caller shows PrintingCaption(n) and refreshes.
     std::function<void(int page)> PageStarted;
     // The failure box, with the whole text (kReportErrorLead and the failure).
     std::function<void(const std::string &message)> ShowMessage;
@@ -62,7 +69,7 @@ struct ReportResult
 void PrepareReport(Workspace &ws);
 
 // Draws the report on DestC from a workspace that PrepareReport has brought up to date. PageNum 0
-// draws all four pages in order (the printer job), 1 to 4 that page alone (the preview, which is
+// draws all pages (four, or five with the extended results) in order (the printer job), 1 to 4 that page alone (the preview, which is
 // cleared first). On the printer every page after the first starts with NewPage, and the job
 // ends with EndDoc. A page that cannot be drawn (too few cards, no stain, a sampling text that is
 // not a number) shows its head, the empty frames of its graphs and one line saying why; the other

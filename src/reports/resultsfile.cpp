@@ -5,12 +5,14 @@
 #include "reports/columnwriter.h"
 #include "reports/scanlog.h"
 #include "statistics/range.h"
+#include "statistics/spectrum.h"
 #include "statistics/swath.h"
 #include "statistics/textvalue.h"
 
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <utility>
 
 namespace velmara {
 
@@ -103,6 +105,8 @@ public:
         writeSizeTable();
         writeSwathTable();
         writeProfiles();
+        if (mWs.ExtendedResults)
+            writeSpectrum();
         if (mCsv)
             line();
     }
@@ -419,6 +423,65 @@ private:
                 endLine();
             }
         }
+    }
+
+    // One row per scanned card, inside the range when one is selected as the card table takes
+    // them, and one for the composite.
+    void writeSpectrum()
+    {
+        line();
+        line();
+        if (mCsv) {
+            line("Spectrum Summary");
+            line("Card,Dv0.1,Dv0.5,Dv0.9,Relative Span,NMD,Coverage,Volume <100µm,Volume <150µm,Volume <200µm,Filename");
+            line(",(µm),(µm),(µm),,(µm),(%),(%),(%),(%)");
+        } else {
+            line("Spectrum Summary:");
+            dashes(17);
+            at(1, "Card");
+            static constexpr std::pair<int, const char *> kTitles[] = {
+                {12, "Dv0.1"}, {21, "Dv0.5"}, {30, "Dv0.9"}, {37, "Span"}, {46, "NMD"},
+                {56, "Coverage"}, {65, "Vol<100"}, {74, "Vol<150"}, {83, "Vol<200"}};
+            for (const auto &[end, title] : kTitles)
+                endingAt(end, title);
+            at(86, "Filename");
+            endLine();
+            for (const int end : {12, 21, 30, 46})
+                endingAt(end, "(µm)");
+            for (const int end : {56, 65, 74, 83})
+                endingAt(end, "(%)");
+            endLine();
+        }
+        for (int i = 1; i <= mWs.CardCount(); ++i) {
+            if (mWs.Card(i).Scanned)
+                spectrumRow(FormatNumber(i, "0", mSep), CardSpectrum(mWs, i, mIn.ranged), mWs.Card(i).FileName);
+        }
+        spectrumRow("", CompositeSpectrum(mWs, mIn.ranged), "Composite");
+    }
+
+    void spectrumRow(const std::string &card, const SpectrumFigures &f, const std::string &name)
+    {
+        const std::string fields[9] = {
+            num(f.Dv10, "0.00"),           num(f.Dv50, "0.00"),
+            num(f.Dv90, "0.00"),           num(f.RelativeSpan, "0.00"),
+            num(f.Nmd, "0.00"),            num(f.CoveragePercent, "0.00"),
+            num(f.VolumeBelow100 * 100, "0.00"), num(f.VolumeBelow150 * 100, "0.00"),
+            num(f.VolumeBelow200 * 100, "0.00"),
+        };
+        if (mCsv) {
+            std::string s = card;
+            for (const std::string &field : fields)
+                s += "," + field;
+            line(s + "," + name);
+            return;
+        }
+        if (!card.empty())
+            endingAt(3, card);
+        static constexpr int kEnds[9] = {12, 21, 30, 37, 46, 56, 65, 74, 83};
+        for (int k = 0; k < 9; ++k)
+            endingAt(kEnds[k], fields[k]);
+        at(86, name);
+        endLine();
     }
 
     TextOut &mOut;

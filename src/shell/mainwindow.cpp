@@ -348,6 +348,12 @@ QWidget *MainWindow::buildResultFrame()
     }
     GraphOption[1]->setChecked(true);
     options->addStretch(1);
+    // In the row of the graph options, where it takes no width from the figures below.
+    mSpectrumButton = new QToolButton(ResultFrame);
+    mSpectrumButton->setObjectName(QStringLiteral("btnSpectrum"));
+    mSpectrumButton->setText(QStringLiteral("Spectrum"));
+    mSpectrumButton->setToolTip(QStringLiteral("Dv0.1, Dv0.9, span, NMD, coverage and fine drops of what is shown"));
+    options->addWidget(mSpectrumButton);
     box->addLayout(options);
     connect(graphGroup, &QButtonGroup::idClicked, this, asCommand(&MainWindow::GraphOption_Click));
 
@@ -402,6 +408,7 @@ QWidget *MainWindow::buildResultFrame()
     });
     connect(btnWriteComposite, &QToolButton::clicked, this, asCommand(&MainWindow::btnWriteComposite_Click));
     connect(btnPrint, &QToolButton::clicked, this, asCommand(&MainWindow::btnPrint_Click));
+    connect(mSpectrumButton, &QToolButton::clicked, this, asCommand(&MainWindow::showSpectrum));
     return ResultFrame;
 }
 

@@ -41,6 +41,7 @@ class InfoForm;
 class PictureBox;
 class PrinterAccess;
 class SettingsStore;
+class SpectrumWindow;
 
 // The controls of the main window, named as the documentation names them. Each also carries its
 // name as object name, so that tests and tools find it as a user does, by what it is.
@@ -142,6 +143,8 @@ public:
     void DrawResult();
     void UpdateHistogramLabels();
     void UpdateStatsLabels();
+    // Shows the spectrum window beside the result frame, with the figures of what is on show.
+    void showSpectrum();
 
     // The question dialogs ask through these; tests answer them instead.
     // kind 0 asks for the background, 1 for the dither colour.
@@ -246,6 +249,8 @@ private:
     int mBusy = 0;            // BusyGuards alive: a pass is under way
     QWidget *mPassCommands = nullptr; // the load and scan buttons, idle while a pass runs
     QWidget *mFileCommands = nullptr; // the results file and report buttons, likewise
+    QToolButton *mSpectrumButton = nullptr; // opens mSpectrum beside the statistics
+    SpectrumWindow *mSpectrum = nullptr;    // made on first use, a child window
     bool mSliderGuard = false; // sliders set in code: no handlers
     bool mTabGuard = false;    // tabs rebuilt in code: no click
     CompositeView *mComposite = nullptr; // owned as a child object

@@ -17,6 +17,7 @@
 #include "shell/picturebox.h"
 #include "shell/prefsform.h"
 #include "shell/resolutionform.h"
+#include "shell/spectrumwindow.h"
 #include "shell/sprayinfoform.h"
 #include "shell/storesettingsaccess.h"
 #include "statistics/composite.h"
@@ -779,6 +780,21 @@ void MainWindow::UpdateStatsLabels()
     VMDLabel->setText(t.vmd);
     DropLabel->setText(t.drop);
     VolumeLabel->setText(t.volume);
+    if (mSpectrum)
+        mSpectrum->refresh(mWs);
+}
+
+void MainWindow::showSpectrum()
+{
+    if (!mSpectrum)
+        mSpectrum = new SpectrumWindow(this);
+    if (!mSpectrum->isVisible()) {
+        const QPoint corner = ResultFrame->mapToGlobal(QPoint(ResultFrame->width() + 8, 0));
+        mSpectrum->move(corner);
+    }
+    mSpectrum->show();
+    mSpectrum->raise();
+    mSpectrum->refresh(mWs);
 }
 
 void MainWindow::GraphOption_Click(int index)

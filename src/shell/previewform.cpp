@@ -163,7 +163,7 @@ void frmPreview2::layOut(int pictureWidth, int pictureHeight)
 
     const int tabTop = btnPrint->y() + btnPrint->height() + 5;
     PreviewTabs = new QTabBar(this);
-    for (int i = 1; i <= 4; ++i)
+    for (int i = 1; i <= ReportPageCount(mWs); ++i)
         PreviewTabs->addTab(QStringLiteral("Page %1").arg(i));
     PreviewTabs->setExpanding(false);
     PreviewTabs->setGeometry(tabLeft, tabTop, tabWidth, 22);

@@ -280,6 +280,36 @@ TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
         EXPECT_NE(readFile(dir / name).find("Droplet Size Range:"), std::string::npos) << name;
 }
 
+// Every card, every card's range and both composites carry the spectrum figures; --extended adds
+// the block of the results file and the fifth report page for this run only.
+TEST_F(CliTest, SpectrumFiguresAndExtendedResults)
+{
+    const std::string cards = card("a.bmp", 6, 7.0).string() + " " + card("b.bmp", 9, 7.0).string() + " "
+        + card("c.bmp", 14, 7.0).string();
+    const bool pdf = runCli("--help", dir).out.find("--report") != std::string::npos;
+    const std::string report = pdf ? "--report " + (dir / "r.pdf").string() + " " : "";
+    CliRun r = runCli("line --json --extended --range 200:5000 " + report + "--out " + (dir / "r.txt").string() + " "
+                          + base() + cards,
+                      dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    for (const char *field : {"Dv10", "Dv90", "RelativeSpan", "Nmd", "CoveragePercent", "VolumeBelow100",
+                              "VolumeBelow150", "VolumeBelow200"}) {
+        int seen = 0;
+        for (size_t at = 0; (at = r.out.find("\"" + std::string(field) + "\":", at)) != std::string::npos; ++at)
+            ++seen;
+        EXPECT_EQ(seen, 3 + 3 + 2) << field; // cards, their ranges, CompositeAll and CompositeRange
+    }
+    EXPECT_NE(readFile(dir / "r.txt").find("Spectrum Summary:"), std::string::npos);
+    if (pdf) {
+        EXPECT_NE(capture("pdfinfo " + (dir / "r.pdf").string()).find("Pages:           5"), std::string::npos);
+    }
+
+    r = runCli("line --out " + (dir / "r.txt").string() + " " + base() + cards, dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(readFile(dir / "r.txt").find("Spectrum Summary"), std::string::npos);
+    EXPECT_NE(r.out.find("Dv0.1"), std::string::npos) << r.out; // the summary's spectrum table
+}
+
 TEST_F(CliTest, ReportIsFourLetterPagesAlsoForTwoCardsAndAFullDiskKeepsTheEarlierOne)
 {
     if (runCli("--help", dir).out.find("--report") == std::string::npos)

@@ -115,6 +115,58 @@ TEST_F(ReportPagesTest, PrinterJobDrawsFourPagesAsOneJobAndPreviewOnePageAlone)
     EXPECT_EQ(p.findText("Swath Analysis"), nullptr);
 }
 
+// The extended results add a fifth page after the four, which stay call for call as they were.
+// Its last row is the composite, whose Dv0.5 is the composite VMD; a line too long for the page
+// keeps its rows above the notes and says how many cards it left out.
+TEST_F(ReportPagesTest, ExtendedResultsAddTheSpectrumPage)
+{
+    auto same = [](const Call &a, const Call &b) {
+        return std::tie(a.op, a.x1, a.y1, a.x2, a.y2, a.text, a.colour, a.drawWidth, a.font.Size)
+            == std::tie(b.op, b.x1, b.y1, b.x2, b.y2, b.text, b.colour, b.drawWidth, b.font.Size);
+    };
+    for (const int cards : {5, 400}) {
+        MakeLine(ws, LineSpec{cards, 8});
+        ws.ExtendedResults = false;
+        const Drawn four(ws, true, 0);
+        ws.ExtendedResults = true;
+        const Drawn five(ws, true, 0);
+        EXPECT_EQ(five.count(Op::NewPage), 4);
+        ASSERT_GT(five.calls.size(), four.calls.size());
+        EXPECT_TRUE(std::equal(four.calls.begin(), four.calls.end() - 1, five.calls.begin(), same)) << cards;
+
+        const auto pageFive = std::find_if(five.calls.begin() + static_cast<long>(four.calls.size()) - 1,
+                                           five.calls.end(), [](const Call &c) { return c.op == Op::NewPage; });
+        ASSERT_NE(pageFive, five.calls.end());
+        const Call *composite = five.findText("Composite");
+        ASSERT_NE(composite, nullptr);
+        int rows = 0;
+        std::string note;
+        for (auto call = pageFive; call != five.calls.end(); ++call) {
+            if (call->op != Op::Text)
+                continue;
+            if (call->y1 > 1.3) {
+                EXPECT_GE(call->y1, composite->y1) << call->text; // nothing runs into the notes
+            }
+            if (call->x1 != composite->x1 || call->y1 <= composite->y1 || call->text == "File")
+                continue;
+            if (call->text.find("more cards") != std::string::npos)
+                note = call->text;
+            else
+                ++rows;
+        }
+        const std::vector<std::string> onCompositeRow = TextsAtTop(five, composite->y1);
+        ASSERT_EQ(onCompositeRow.size(), 10u);
+        EXPECT_EQ(onCompositeRow[2], FormatNumber(ws.CompositeAll.Stats.Vmd, "0.00"));
+        if (cards == 5) {
+            EXPECT_EQ(rows, 5);
+            EXPECT_TRUE(note.empty());
+        } else {
+            EXPECT_EQ(note, std::to_string(cards - rows) + " more cards: see the results file");
+            EXPECT_GT(rows, 50); // rows shrink before any is left out
+        }
+    }
+}
+
 TEST(ReportFontTest, PreviewScalesByPictureWidthAndSwitchesFace)
 {
     RecordingReportCanvas c(50, 96); // 425 pixels: 318.75 points across the page

@@ -157,6 +157,48 @@ TEST_P(GoldenLines, BothFormsMatchByteForByte)
     }
 }
 
+// With the extended results the file is the same up to one more block: a row per scanned card and
+// one for the composite, whose Dv0.5 is the composite VMD of the results section.
+TEST_P(GoldenLines, ExtendedResultsAddOneSpectrumBlockAtTheEnd)
+{
+    const std::string name = GetParam();
+    Workspace ws = ReadLine(kLines / (name + ".cards"));
+    ws.LogAnalysis = false;
+    ws.ExtendedResults = true;
+    EnterCompositeView(ws);
+    std::vector<std::string> names;
+    for (int i = 1; i <= ws.CardCount(); ++i)
+        if (ws.Card(i).Scanned)
+            names.push_back(ws.Card(i).FileName);
+    names.push_back("Composite");
+    for (const bool csv : {false, true}) {
+        const fs::path out = mDir / (name + (csv ? ".csv" : ".txt"));
+        ASSERT_TRUE(WriteResultsFile(ws, out.string(), csv ? ResultsFormat::Csv : ResultsFormat::Text).Ok);
+        std::string classic = ReadBytes(kLines / (name + (csv ? ".expected.csv" : ".expected.txt")));
+        if (csv)
+            classic.resize(classic.size() - 2); // the closing blank line follows the new block
+        const std::string got = ReadBytes(out);
+        ASSERT_EQ(got.substr(0, classic.size()), classic) << name;
+
+        std::vector<std::string> rows;
+        for (size_t at = classic.size(), end; (end = got.find("\r\n", at)) != std::string::npos; at = end + 2)
+            rows.push_back(got.substr(at, end - at));
+        // Two blank lines, the heading (and its dashes), two column heads; the CSV's closing line.
+        rows.erase(rows.begin(), rows.begin() + (csv ? 5 : 6));
+        if (csv)
+            rows.pop_back();
+        ASSERT_EQ(rows.size(), names.size()) << name << csv;
+        for (size_t k = 0; k < rows.size(); ++k)
+            EXPECT_EQ(csv ? rows[k].substr(rows[k].rfind(',') + 1) : rows[k].substr(std::min<size_t>(85, rows[k].size())),
+                      names[k]) << rows[k];
+        const size_t vmdAt = got.find_first_of("0123456789", got.find("Composite VMD:"));
+        const std::string vmd = got.substr(vmdAt, got.find_first_not_of("0123456789.", vmdAt) - vmdAt);
+        const std::string &last = rows.back();
+        EXPECT_EQ(csv ? last.substr(last.find(',', 1) + 1, vmd.size()) : last.substr(21 - vmd.size(), vmd.size()), vmd)
+            << last;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Lines, GoldenLines, ::testing::Values("line_a", "line_b", "line_c"));
 
 TEST_F(ResultsFileTest, CompositeWithoutStainsStopsBeforeTheSizeRangeLine)

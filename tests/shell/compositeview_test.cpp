@@ -300,3 +300,48 @@ TEST_F(CompositeTest, UnscannedCardsKeysAndResize)
     EXPECT_FALSE(view->isOn());
     EXPECT_EQ(tabs().size(), 3);
 }
+
+// The spectrum window opened from the statistics frame follows what the frame shows: the card
+// on show, the range dragged on the graph, the composite. Its Dv0.5 is the VMD label's figure.
+TEST_F(CompositeTest, SpectrumWindowFollowsTheCardTheRangeAndTheComposite)
+{
+    open(3);
+    QTest::mouseClick(ctl<QToolButton>("btnSpectrum"), Qt::LeftButton);
+    QWidget *spectrum = window->findChild<QWidget *>(QStringLiteral("SpectrumWindow"));
+    ASSERT_NE(spectrum, nullptr);
+    ASSERT_TRUE(WaitFor([&] { return spectrum->isVisible(); }));
+    auto text = [&](const char *name) { return Control<QLabel>(*spectrum, name)->text(); };
+    auto shows = [&](const QString &subject) {
+        return WaitFor([&] { return text("SpectrumSubject") == subject; });
+    };
+    const QString microns = QStringLiteral(" %1m").arg(QChar(0x00B5));
+    EXPECT_TRUE(shows(QString::fromStdString(ws.Card(ws.CurrentCard).FileName))) << text("SpectrumSubject").toStdString();
+    EXPECT_EQ(text("Dv50Value"), ctl<QLabel>("VMDLabel")->text());
+
+    QTabBar *strip = ctl<QTabBar>("ImageStrip");
+    QTest::mouseClick(strip, Qt::LeftButton, Qt::NoModifier, strip->tabRect(0).center());
+    EXPECT_TRUE(shows(QStringLiteral("card01.bmp"))) << text("SpectrumSubject").toStdString();
+    EXPECT_EQ(text("Dv50Value"), ctl<QLabel>("VMDLabel")->text());
+    const QString wholeCard = text("Dv10Value");
+
+    PictureBox *graph = ctl<PictureBox>("ResultPic");
+    QTest::mouseClick(graph, Qt::LeftButton, Qt::NoModifier, QPoint(40, 30));
+    QTest::mouseClick(graph, Qt::RightButton, Qt::NoModifier, QPoint(120, 30));
+    ASSERT_TRUE(RangeSelected(ws));
+    EXPECT_TRUE(text("SpectrumSubject").startsWith(QStringLiteral("card01.bmp, "))) << text("SpectrumSubject").toStdString();
+    EXPECT_TRUE(text("SpectrumSubject").endsWith(microns));
+    EXPECT_NE(text("Dv10Value"), wholeCard);
+    EXPECT_EQ(text("Dv50Value"), ctl<QLabel>("VMDLabel")->text());
+
+    enter();
+    EXPECT_TRUE(WaitFor([&] { return text("SpectrumSubject").startsWith(QStringLiteral("Composite")); }))
+        << text("SpectrumSubject").toStdString();
+    EXPECT_EQ(text("Dv50Value"), ctl<QLabel>("VMDLabel")->text());
+    const QImage shot = spectrum->grab().toImage();
+    EXPECT_GE(shot.width(), 200);
+    if (const QByteArray dir = qgetenv("VELMARA_SCREENSHOTS"); !dir.isEmpty())
+    {
+        shot.save(QString::fromLocal8Bit(dir) + QStringLiteral("/spectrum_window.png"));
+        window->grab().save(QString::fromLocal8Bit(dir) + QStringLiteral("/main_window_spectrum_button.png"));
+    }
+}
