@@ -702,8 +702,9 @@ TEST_F(CliTest, ColourScansAreReadForTheRunAndToldInTheJson)
         SCOPED_TRACE(row.options);
         const CliRun r = runCli("scan --json " + base() + row.options + files, dir);
         ASSERT_EQ(r.status, 0) << r.err;
-        if (row.sameScale)
+        if (row.sameScale) {
             EXPECT_EQ(SizeTableOf(r.out, "eight.bmp"), SizeTableOf(plain.out, "eight.bmp"));
+        }
         const std::string colour = r.out.substr(r.out.find("\"FileName\":\"colour.bmp\""));
         for (const char *field : {"\"ColourScan\":true", "\"SourceDepth\":24", "\"StainCount\":7", row.boundary})
             EXPECT_NE(colour.find(field), std::string::npos) << field << "\n" << colour;
