@@ -125,6 +125,8 @@ const ValueOption kValueOptions[] = {
     {"--cells", "expected a comma-separated list of cell numbers from 1",
      [](const std::string &v, Options &o) { return parseCells(v, o.cells); }},
     {"--clip-dir", "", [](const std::string &v, Options &o) { o.clipDir = v; return true; }},
+    {"--jobs", "a number of cards at once from 1 to 256", [](const std::string &v, Options &o) { return parseInt(v, o.jobs) && o.jobs >= 1 && o.jobs <= 256; }},
+    {"--summary", "", [](const std::string &v, Options &o) { o.summaryFile = v; return true; }},
 };
 
 // The command word; false with error for an unknown one.
@@ -158,6 +160,10 @@ bool applyFlag(const std::string &arg, Options &o)
         o.json = true;
     else if (arg == "--keep-clips")
         o.keepClips = true;
+    else if (arg == "--recursive")
+        o.recursive = true;
+    else if (arg == "--from-json")
+        o.fromJson = true;
     else
         return false;
     return true;
@@ -199,12 +205,16 @@ bool checkCombination(const Options &o, std::string &error)
         error = "--position1, --interval, --range, --out, --format and --report belong to 'line'";
         return false;
     }
+    if (o.fromJson && (o.command != Command::Line || !o.templateName.empty() || o.recursive || !o.summaryFile.empty())) {
+        error = "--from-json belongs to 'line' and takes the files of 'scan --json': no sheets, folders or --summary";
+        return false;
+    }
     if (o.command == Command::Clip && o.templateName.empty()) {
         error = "'clip' needs --template NAME";
         return false;
     }
     if (o.images.empty()) {
-        error = o.templateName.empty() ? "no image files given" : "no sheet files given";
+        error = o.fromJson ? "no JSON files given" : o.templateName.empty() ? "no image files given" : "no sheet files given";
         return false;
     }
     return true;
@@ -255,6 +265,7 @@ std::string HelpText()
 Usage:
   velmara-cli scan [options] IMAGE...
   velmara-cli line [options] [line options] IMAGE...
+  velmara-cli line --from-json [line options] SHARD.json...
   velmara-cli clip --template NAME [template options] SHEET...
 
 scan     Loads each card image (8-bit BMP, GIF or TIF), finds the stains, builds the size
@@ -263,6 +274,9 @@ scan     Loads each card image (8-bit BMP, GIF or TIF), finds the stains, builds
 line     Does what scan does, then treats the cards, in name order, as one sampling line:
          composite spectrum, line statistics, swath analysis, and the analysis results file.
 clip     Cuts multi-card sheets into clip files with a card template, and nothing more.
+
+An IMAGE may be a folder: its cards are taken (with --recursive those of its subfolders too),
+and each file in it that is not a card is told on stderr and skipped.
 
 Options for every command:
   --settings FILE        settings file to read (INI with [Prefs], [Settings], [SprayInfo]);
@@ -277,6 +291,10 @@ Options for every command:
                          no, or all (yes to all: later cards are not asked)
   --no-log               write no scan logs, whatever the settings say
   --json                 print one JSON object on stdout instead of the readable summary
+  --jobs N               cards decoded and scanned at once (default: one per core); the
+                         output is the same whatever N
+  --recursive            take the cards of the subfolders of a folder given too
+  --summary FILE.csv     write one row per card to FILE.csv as each card finishes
   --help                 this text
 
 Options for line:
@@ -286,6 +304,8 @@ Options for line:
   --out FILE             the analysis results file (default: results.txt or results.csv in the
                          folder of the first card; the path is printed)
   --format txt|csv       text or comma-separated results (default txt)
+  --from-json            build the line from the files written by 'scan --json' instead of
+                         images: the same results file and report, no scan logs touched
 REPORT_OPTION
 Options for multi-card sheets (scan, line, clip):
   --template NAME        cut each sheet with this card template ("<Default>" or a stored one)

@@ -24,6 +24,10 @@ struct Options
     DitherAnswer dither = DitherAnswer::Yes;
     bool noLog = false;                // --no-log
     bool json = false;                 // --json
+    int jobs = 0;                      // --jobs N: cards at once; 0: one per core
+    bool recursive = false;            // --recursive: folders given also by their subfolders
+    std::string summaryFile;           // --summary FILE.csv: one row per card as it finishes
+    bool fromJson = false;             // --from-json: the files are shards of scan --json
 
     // line
     std::optional<std::string> position1; // --position1 TEXT
