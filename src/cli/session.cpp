@@ -234,6 +234,8 @@ void Session::loadImages(const std::vector<std::string> &paths)
         }
         if (ec)
             tell(path + ": the folder could not be read whole: " + ec.message());
+        else if (files.empty())
+            tell(path + ": the folder holds no cards");
         std::sort(files.begin(), files.end());
         for (const std::string &file : files)
             loadOne(file, true);
