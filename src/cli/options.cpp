@@ -317,7 +317,7 @@ Options for multi-card sheets (scan, line, clip):
   --keep-clips           keep the clip files at the end
 
 Messages go to stderr. When stderr is a terminal a progress line shows each card's decode and
-scan. The exit status is 0 when at least one card was analysed, 1 otherwise, 2 for bad usage.
+scan, or with several jobs the cards done. The exit status is 0 when at least one card was analysed, 1 otherwise, 2 for bad usage.
 )";
     text.replace(text.find("REPORT_OPTION"), 13, reportOption);
     return text;
