@@ -141,6 +141,7 @@ public:
         ScanAllSummary summary;
         bool zeroVolumeTold = false;
         const int total = static_cast<int>(cards.size());
+        mWs.MaxDiameterAll = maxDiameterOfScanned(mWs);
         for (int t = 0; t < mJobCount; ++t)
             mThreads.emplace_back([this] { work(); });
         size_t handedOut = 0;
@@ -166,11 +167,15 @@ public:
                 if (mWs.CancelRequested)
                     break;
             }
+            const bool rescanned = mWs.Card(i).Scanned;
             mWs.Card(i) = std::move(job->Card);
             if (job->Decoded && !job->Decode.Ok && !job->Decode.Cancelled && !job->Decode.Message.empty())
                 hooks.notify(i, job->Decode.Message);
             if (job->ScanRun && endedScan(job->Scan)) {
-                mWs.MaxDiameterAll = maxDiameterOfScanned(mWs);
+                // Kept up card by card: a walk over the whole list for each card would make a
+                // large batch wait on this thread.
+                mWs.MaxDiameterAll = rescanned ? maxDiameterOfScanned(mWs)
+                                               : std::max(mWs.MaxDiameterAll, mWs.Card(i).MaxDiameter);
                 tellScanned(i, job->Scan, zeroVolumeTold, hooks);
                 ++summary.Scanned;
             }

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <numeric>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -101,6 +102,28 @@ private:
     std::string mTold; // what was told about the card in hand
     bool mSummaryTold = false;
 };
+
+// The order of the load command. Its exchange sort takes a time that grows with the square of
+// the list; names that are all different end in the one ascending order any sort gives.
+void sortByName(Workspace &ws)
+{
+    std::vector<CardImage> &cards = ws.Cards;
+    std::vector<size_t> order(cards.size() - 1);
+    std::iota(order.begin(), order.end(), size_t{1});
+    const auto name = [&](size_t i) -> const std::string & { return cards[i].FileName; };
+    std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return name(a) < name(b); });
+    if (std::adjacent_find(order.begin(), order.end(), [&](size_t a, size_t b) { return name(a) == name(b); })
+        != order.end()) {
+        ws.SortByName();
+        return;
+    }
+    std::vector<CardImage> sorted;
+    sorted.reserve(cards.size());
+    sorted.push_back(std::move(cards[0]));
+    for (size_t i : order)
+        sorted.push_back(std::move(cards[i]));
+    cards = std::move(sorted);
+}
 
 // Scan logs of earlier runs lie beside the cards of a folder; they are ours, not strangers.
 bool isScanLog(const std::filesystem::path &p)
@@ -237,10 +260,11 @@ void Session::loadImages(const std::vector<std::string> &paths)
         else if (files.empty())
             tell(path + ": the folder holds no cards");
         std::sort(files.begin(), files.end());
+        mWs.Cards.reserve(mWs.Cards.size() + files.size());
         for (const std::string &file : files)
             loadOne(file, true);
     }
-    mWs.SortByName();
+    sortByName(mWs);
     mWs.CurrentCard = 1;
 }
 
@@ -261,7 +285,7 @@ bool Session::loadShards(const std::vector<std::string> &paths, std::string &err
         }
         mRefusals.insert(mRefusals.end(), shard.Refused.begin(), shard.Refused.end());
     }
-    mWs.SortByName();
+    sortByName(mWs);
     mWs.CurrentCard = 1;
     // As the scans of these cards leave it.
     mWs.MaxDiameterAll = 0;
