@@ -121,8 +121,10 @@ bool JsonReader::readString(std::string &out)
         return false;
     out.clear();
     for (;;) {
-        const size_t plain = mText.find_first_of("\"\\", mAt);
-        if (plain == std::string_view::npos)
+        size_t plain = mAt;
+        while (plain < mText.size() && mText[plain] != '"' && mText[plain] != '\\')
+            ++plain;
+        if (plain == mText.size())
             return fault("a text without its closing quote");
         out.append(mText.substr(mAt, plain - mAt));
         mAt = plain + 1;

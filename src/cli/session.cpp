@@ -12,6 +12,7 @@
 #include <QString>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -272,18 +273,18 @@ bool Session::loadShards(const std::vector<std::string> &paths, std::string &err
 {
     std::unordered_set<std::string> seen;
     for (const std::string &path : paths) {
-        ShardCards shard;
-        if (!ReadShard(path, shard, error))
+        const size_t first = mWs.Cards.size();
+        if (!ReadShard(path, mWs, mRefusals, error))
             return false;
-        for (CardImage &card : shard.Cards) {
-            // The same card twice (a shard given twice) would count twice on the line.
-            if (!seen.insert(card.FullPath).second) {
-                tell(path + ": " + card.FullPath + " was read from an earlier shard already; skipped");
-                continue;
-            }
-            mWs.Cards[static_cast<size_t>(mWs.AppendCard())] = std::move(card);
-        }
-        mRefusals.insert(mRefusals.end(), shard.Refused.begin(), shard.Refused.end());
+        // The same card twice (a shard given twice) would count twice on the line.
+        const auto again = [&](const CardImage &card) {
+            if (seen.insert(card.FullPath).second)
+                return false;
+            tell(path + ": " + card.FullPath + " was read from an earlier shard already; skipped");
+            return true;
+        };
+        mWs.Cards.erase(std::remove_if(mWs.Cards.begin() + static_cast<std::ptrdiff_t>(first), mWs.Cards.end(), again),
+                        mWs.Cards.end());
     }
     sortByName(mWs);
     mWs.CurrentCard = 1;

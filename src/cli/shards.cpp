@@ -126,8 +126,15 @@ bool readRefusal(JsonReader &in, Refusal &r)
 
 } // namespace
 
-bool ReadShard(const std::string &path, ShardCards &out, std::string &error)
+bool ReadShard(const std::string &path, Workspace &ws, std::vector<Refusal> &refused, std::string &error)
 {
+    const size_t cardsBefore = ws.Cards.size();
+    const size_t refusedBefore = refused.size();
+    const auto takeBack = [&] {
+        ws.Cards.resize(cardsBefore);
+        refused.resize(refusedBefore);
+        return false;
+    };
     std::error_code ec;
     std::ifstream file(path, std::ios::binary);
     if (!file || std::filesystem::is_directory(path, ec)) {
@@ -143,6 +150,14 @@ bool ReadShard(const std::string &path, ShardCards &out, std::string &error)
         return false;
     }
     const std::string notOne = path + " is not a JSON file written by 'velmara-cli scan --json'";
+
+    // A card record is large: room for all of them at once rather than moving them as the list
+    // grows (only cards have a FullPath).
+    size_t expected = 0;
+    for (size_t at = text.find("\"FullPath\":"); at != std::string::npos; at = text.find("\"FullPath\":", at + 1))
+        ++expected;
+    if (ws.Cards.size() + expected > ws.Cards.capacity())
+        ws.Cards.reserve(std::max(ws.Cards.size() + expected, 2 * ws.Cards.capacity()));
 
     JsonReader in(text);
     if (in.peek() != JsonReader::Kind::Object) {
@@ -165,18 +180,18 @@ bool ReadShard(const std::string &path, ShardCards &out, std::string &error)
                                             : " is of format " + std::to_string(format))
                     + "; this velmara-cli reads format " + std::to_string(kJsonFormat)
                     + ": scan its cards again with this version";
-                return false;
+                return takeBack();
             }
             if (!in.beginArray())
                 break;
             while (in.nextItem()) {
-                if (key == "Cards" ? !readCard(in, out.Cards.emplace_back(), cardFault)
-                                   : !readRefusal(in, out.Refused.emplace_back()))
+                if (key == "Cards" ? !readCard(in, ws.Cards[static_cast<size_t>(ws.AppendCard())], cardFault)
+                                   : !readRefusal(in, refused.emplace_back()))
                     break;
             }
             if (!cardFault.empty() && !in.failed()) {
                 error = notOne + ": " + cardFault;
-                return false;
+                return takeBack();
             }
             cardsSeen = cardsSeen || key == "Cards";
         } else if (!in.skip()) {
@@ -186,7 +201,7 @@ bool ReadShard(const std::string &path, ShardCards &out, std::string &error)
     if (in.failed() || !in.atEnd() || !cardsSeen) {
         error = notOne + (in.failed() ? ": " + (cardFault.empty() ? "" : cardFault + ", ") + in.error()
                           : !cardsSeen ? ": it lists no cards" : ": something follows its end");
-        return false;
+        return takeBack();
     }
     return true;
 }

@@ -10,14 +10,9 @@
 
 namespace velmara::cli {
 
-struct ShardCards
-{
-    std::vector<CardImage> Cards;
-    std::vector<Refusal> Refused; // the refusals the scans told
-};
-
-// Reads one shard. False with error naming the file when it cannot be read, is not JSON of this
-// program, or is of another format version.
-bool ReadShard(const std::string &path, ShardCards &out, std::string &error);
+// Reads one shard, appending its cards to ws and its refusals to refused. False with error naming
+// the file when it cannot be read, is not JSON of this program, or is of another format version;
+// the list is then as it was.
+bool ReadShard(const std::string &path, Workspace &ws, std::vector<Refusal> &refused, std::string &error);
 
 } // namespace velmara::cli
