@@ -8,7 +8,9 @@ temporary folder); a batch larger than that gives the same pictures more names (
 that 10,000 cards need not take 7 GB of disk.
 
 usage: batch.py VELMARA_CLI VELMARA_CARDGEN [--counts 1000,10000] [--distinct 1000] [--cache DIR]
-Prints one line per run: cards, what ran, seconds, cards per second, peak resident memory in MB.
+Prints one line per run: cards, what ran, seconds, cards per second, processor seconds (user and
+system, all processes), peak resident memory in MB. On a machine busy with other work the
+processor seconds tell more than the clock.
 """
 
 import argparse
@@ -44,22 +46,24 @@ def batch_folder(cache, distinct, count):
     return folder
 
 
-def timed(argv, stdout=subprocess.DEVNULL):
-    """Runs argv in a fresh child: seconds taken and the peak resident set in MB of the child or
-    of the largest process it waited for."""
-    start = time.monotonic()
-    child = subprocess.Popen(argv, stdout=stdout)
-    _, status, usage = os.wait4(child.pid, 0)
+def waited(pid, start):
+    """Waits for pid: seconds since start, processor seconds and the peak resident set in MB of
+    the child or of the largest process it waited for."""
+    _, status, usage = os.wait4(pid, 0)
     seconds = time.monotonic() - start
-    child.returncode = os.waitstatus_to_exitcode(status)
-    if child.returncode != 0:
-        sys.exit('%s failed with %d' % (' '.join(argv[:3]), child.returncode))
-    return seconds, usage.ru_maxrss / 1024
+    if os.waitstatus_to_exitcode(status) != 0:
+        sys.exit('a run failed with %d' % os.waitstatus_to_exitcode(status))
+    return seconds, usage.ru_utime + usage.ru_stime, usage.ru_maxrss / 1024
 
 
-def report(count, what, seconds, peak):
-    print('%8d  %-22s %8.2f s %9.1f cards/s %8.1f MB' % (count, what, seconds, count / seconds, peak),
-          flush=True)
+def timed(argv, stdout=subprocess.DEVNULL):
+    start = time.monotonic()
+    return waited(subprocess.Popen(argv, stdout=stdout).pid, start)
+
+
+def report(count, what, seconds, cpu, peak):
+    print('%8d  %-24s %8.2f s %9.1f cards/s %8.2f cpu s %8.1f MB'
+          % (count, what, seconds, count / seconds, cpu, peak), flush=True)
 
 
 def main():
@@ -88,11 +92,9 @@ def main():
         xargs = subprocess.Popen(['xargs', '-0', '-P2', '-n1', args.cli, 'scan', '--jobs', '1'] + common,
                                  stdin=finder.stdout, stdout=subprocess.DEVNULL)
         finder.stdout.close()
-        _, status, usage = os.wait4(xargs.pid, 0)
+        measured = waited(xargs.pid, start)
         finder.wait()
-        if os.waitstatus_to_exitcode(status) != 0:
-            sys.exit('xargs -P2 failed')
-        report(count, 'xargs -P2, one per card', time.monotonic() - start, usage.ru_maxrss / 1024)
+        report(count, 'xargs -P2, one per card', *measured)
 
         shard = os.path.join(args.cache, 'batch%d.json' % count)
         with open(shard, 'w') as out:

@@ -141,7 +141,7 @@ public:
         ScanAllSummary summary;
         bool zeroVolumeTold = false;
         const int total = static_cast<int>(cards.size());
-        mWs.MaxDiameterAll = maxDiameterOfScanned(mWs);
+        Single largest = maxDiameterOfScanned(mWs);
         for (int t = 0; t < mJobCount; ++t)
             mThreads.emplace_back([this] { work(); });
         size_t handedOut = 0;
@@ -174,8 +174,8 @@ public:
             if (job->ScanRun && endedScan(job->Scan)) {
                 // Kept up card by card: a walk over the whole list for each card would make a
                 // large batch wait on this thread.
-                mWs.MaxDiameterAll = rescanned ? maxDiameterOfScanned(mWs)
-                                               : std::max(mWs.MaxDiameterAll, mWs.Card(i).MaxDiameter);
+                largest = rescanned ? maxDiameterOfScanned(mWs) : std::max(largest, mWs.Card(i).MaxDiameter);
+                mWs.MaxDiameterAll = largest;
                 tellScanned(i, job->Scan, zeroVolumeTold, hooks);
                 ++summary.Scanned;
             }

@@ -4,9 +4,11 @@
 // shortest text reads back to the very same value.
 
 #include <charconv>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <type_traits>
 #include <vector>
 
 namespace velmara::cli {
@@ -31,9 +33,16 @@ public:
     bool readString(std::string &out);
     bool readBool(bool &out);
     // A number into an integer or floating type, exactly as written; false if it does not fit.
+    // A floating value may be null, which the writer gives for what is no finite number.
     template <typename T>
     bool readNumber(T &out)
     {
+        if constexpr (std::is_floating_point_v<T>) {
+            if (peek() == Kind::Null) {
+                out = std::numeric_limits<T>::quiet_NaN();
+                return skip();
+            }
+        }
         std::string_view text;
         if (!numberText(text))
             return false;
