@@ -44,9 +44,9 @@ int runScan(const Options &o)
     std::string error;
     if (!session.prepare(error))
         return fail(error, kExitUsage);
-    if (!session.loadInput(error))
+    if (!session.openSummary(error) || !session.loadInput(error))
         return fail(error);
-    session.scanAll();
+    const bool summaryWritten = session.scanAll();
     session.removeClips();
     Workspace &ws = session.workspace();
     CalcCompositeAll(ws);
@@ -64,7 +64,7 @@ int runScan(const Options &o)
     }
     if (session.scannedCount() == 0)
         return fail("no card could be analysed");
-    return kExitOk;
+    return summaryWritten ? kExitOk : kExitNothing;
 }
 
 void writeSwathJson(JsonWriter &json, const Workspace &ws)
@@ -163,7 +163,8 @@ struct LineFiles
     bool reportWritten = false;
 };
 
-// The results file, then the size-range records of the scan logs. False when either failed.
+// The results file, then the size-range records of the scan logs (which stay where the cards
+// were scanned when the line is built from shards). False when either failed.
 bool writeResults(const Options &o, Session &session, LineFiles &files)
 {
     Workspace &ws = session.workspace();
@@ -175,6 +176,8 @@ bool writeResults(const Options &o, Session &session, LineFiles &files)
         session.tell(OneLine(written.Message));
         return false;
     }
+    if (o.fromJson)
+        return true;
     const SizeRangeLogsResult logs = AppendSizeRangeRecords(ws);
     files.logsAppended = logs.Paths;
     if (!logs.Ok) {
@@ -299,10 +302,16 @@ int runLine(const Options &o)
     const std::string swathNote = SwathNote(session.workspace());
     if (!swathNote.empty())
         session.workspace().Spray.AC_Swath.clear();
-    if (!session.loadInput(error))
-        return fail(error);
-    session.scanAll();
-    session.removeClips();
+    bool summaryWritten = true;
+    if (o.fromJson) {
+        if (!session.loadShards(o.images, error))
+            return fail(error);
+    } else {
+        if (!session.openSummary(error) || !session.loadInput(error))
+            return fail(error);
+        summaryWritten = session.scanAll();
+        session.removeClips();
+    }
     Workspace &ws = session.workspace();
     if (session.scannedCount() < 2) {
         if (!o.json)
@@ -333,7 +342,7 @@ int runLine(const Options &o)
         if (files.reportWritten && ok)
             std::cout << "Report:             " << o.reportFile << "\n";
     }
-    return ok ? kExitOk : kExitNothing;
+    return ok && summaryWritten ? kExitOk : kExitNothing;
 }
 
 // The cut alone: the clips stay, and their names are printed.

@@ -138,6 +138,8 @@ const ValueOption kValueOptions[] = {
     {"--cells", "expected a comma-separated list of cell numbers from 1",
      [](const std::string &v, Options &o) { return parseCells(v, o.cells); }},
     {"--clip-dir", "", [](const std::string &v, Options &o) { o.clipDir = v; return true; }},
+    {"--jobs", "a number of cards at once from 1 to 256", [](const std::string &v, Options &o) { return parseInt(v, o.jobs) && o.jobs >= 1 && o.jobs <= 256; }},
+    {"--summary", "", [](const std::string &v, Options &o) { o.summaryFile = v; return true; }},
 };
 
 // The command word; false with error for an unknown one.
@@ -177,6 +179,10 @@ bool applyFlag(const std::string &arg, Options &o)
         o.keepClips = true;
     else if (arg == "--colour-scans")
         o.colourScans = true;
+    else if (arg == "--recursive")
+        o.recursive = true;
+    else if (arg == "--from-json")
+        o.fromJson = true;
     else
         return false;
     return true;
@@ -218,12 +224,16 @@ bool checkCombination(const Options &o, std::string &error)
         error = "--position1, --interval, --range, --out, --format and --report belong to 'line'";
         return false;
     }
+    if (o.fromJson && (o.command != Command::Line || !o.templateName.empty() || o.recursive || !o.summaryFile.empty())) {
+        error = "--from-json belongs to 'line' and takes the files of 'scan --json': no sheets, folders or --summary";
+        return false;
+    }
     if (o.command == Command::Clip && o.templateName.empty()) {
         error = "'clip' needs --template NAME";
         return false;
     }
     if (o.images.empty()) {
-        error = o.templateName.empty() ? "no image files given" : "no sheet files given";
+        error = o.fromJson ? "no JSON files given" : o.templateName.empty() ? "no image files given" : "no sheet files given";
         return false;
     }
     return true;
@@ -274,6 +284,7 @@ std::string HelpText()
 Usage:
   velmara-cli scan [options] IMAGE...
   velmara-cli line [options] [line options] IMAGE...
+  velmara-cli line --from-json [line options] SHARD.json...
   velmara-cli clip --template NAME [template options] SHEET...
 
 scan     Loads each card image (8-bit BMP, GIF or TIF; with --colour-scans also 24-bit,
@@ -283,6 +294,9 @@ scan     Loads each card image (8-bit BMP, GIF or TIF; with --colour-scans also 
 line     Does what scan does, then treats the cards, in name order, as one sampling line:
          composite spectrum, line statistics, swath analysis, and the analysis results file.
 clip     Cuts multi-card sheets into clip files with a card template, and nothing more.
+
+An IMAGE may be a folder: its cards are taken (with --recursive those of its subfolders too),
+and each file in it that is not a card is told on stderr and skipped.
 
 Options for every command:
   --settings FILE        settings file to read (INI with [Prefs], [Settings], [SprayInfo]);
@@ -308,6 +322,10 @@ Options for every command:
   --json                 print one JSON object on stdout instead of the readable summary
   --extended             add the spectrum block to the results file and the spectrum page to
                          the report, whatever the settings say
+  --jobs N               cards decoded and scanned at once (default: one per core); the
+                         output is the same whatever N
+  --recursive            take the cards of the subfolders of a folder given too
+  --summary FILE.csv     write one row per card to FILE.csv as each card finishes
   --help                 this text
 
 Options for line:
@@ -317,6 +335,8 @@ Options for line:
   --out FILE             the analysis results file (default: results.txt or results.csv in the
                          folder of the first card; the path is printed)
   --format txt|csv       text or comma-separated results (default txt)
+  --from-json            build the line from the files written by 'scan --json' instead of
+                         images: the same results file and report, no scan logs touched
 REPORT_OPTION
 Options for multi-card sheets (scan, line, clip):
   --template NAME        cut each sheet with this card template ("<Default>" or a stored one)
@@ -328,7 +348,7 @@ Options for multi-card sheets (scan, line, clip):
   --keep-clips           keep the clip files at the end
 
 Messages go to stderr. When stderr is a terminal a progress line shows each card's decode and
-scan. The exit status is 0 when at least one card was analysed, 1 otherwise, 2 for bad usage.
+scan, or with several jobs the cards done. The exit status is 0 when at least one card was analysed, 1 otherwise, 2 for bad usage.
 )";
     text.replace(text.find("REPORT_OPTION"), 13, reportOption);
     return text;

@@ -29,6 +29,10 @@ struct Options
     bool splitOverlaps = false;        // --split-overlaps: on for this run, whatever the settings say
     bool json = false;                 // --json
     bool extended = false;             // --extended: spectrum block and report page, for this run
+    int jobs = 0;                      // --jobs N: cards at once; 0: one per core
+    bool recursive = false;            // --recursive: folders given also by their subfolders
+    std::string summaryFile;           // --summary FILE.csv: one row per card as it finishes
+    bool fromJson = false;             // --from-json: the files are shards of scan --json
 
     // line
     std::optional<std::string> position1; // --position1 TEXT

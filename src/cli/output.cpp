@@ -139,12 +139,13 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
 {
     const int u = ws.UnitIndex();
     const bool ranged = withLine && RangeSelected(ws);
+    json.field("Format", kJsonFormat);
     json.key("Cards");
     json.beginArray();
     for (int i = 1; i <= ws.CardCount(); ++i) {
         const CardImage &c = ws.Card(i);
         long long stains = 0;
-        long long foreground = c.Pixels.size() >= 1 ? static_cast<long long>(c.Pixels.size()) - 2 : 0;
+        long long foreground = c.Pixels.size() >= 1 ? static_cast<long long>(c.Pixels.size()) - 2 : c.ReleasedForeground;
         if (foreground < 0)
             foreground = 0;
         for (int r = 1; r <= c.SizeRows(); ++r)
@@ -157,6 +158,7 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
         json.field("WidthPx", static_cast<long long>(c.WidthPx));
         json.field("HeightPx", static_cast<long long>(c.HeightPx));
         json.field("MicronsPerPixelX", c.MicronsPerPixelX);
+        json.field("MicronsPerPixelY", c.MicronsPerPixelY);
         json.field("AreaCm2", c.AreaCm2);
         json.field("BackgroundIndex", static_cast<int>(c.BackgroundIndex));
         json.field("DitherIndex", static_cast<int>(c.DitherIndex));
@@ -186,6 +188,8 @@ void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Ref
         json.field("TotalVolume", c.TotalVolume);
         json.fieldSingle("MinDiameter", c.MinDiameter);
         json.fieldSingle("MaxDiameter", c.MaxDiameter);
+        json.field("MaxVolumeFraction", c.MaxVolumeFraction);
+        json.field("MaxClassCount", static_cast<long long>(c.MaxClassCount));
         json.field("Deposit", c.Stats.VolumeDensity * ws.DepositFactor[u]);
         json.field("DepositUnit", ws.DepositUnit[u]);
         WriteSpectrumFields(json, CardSpectrum(ws, i, false));

@@ -9,10 +9,13 @@
 
 namespace velmara::cli {
 
+// The version of the JSON written: a reader of shards takes only its own.
+constexpr int kJsonFormat = 2;
+
 // Per-card summary lines of a scan.
 std::string CardSummary(const Workspace &ws);
 
-// The "Cards" and "Refused" members of the JSON object (the caller opens and closes the object).
+// The "Format", "Cards" and "Refused" members of the JSON object (the caller opens and closes the object).
 // withLine adds each card's Position and LineStats.
 void WriteCardsJson(JsonWriter &json, const Workspace &ws, const std::vector<Refusal> &refusals,
                     bool withLine);

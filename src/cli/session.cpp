@@ -1,6 +1,7 @@
 #include "cli/session.h"
 
 #include "analysis/scanallcards.h"
+#include "cli/shards.h"
 #include "intake/loadimage.h"
 #include "reports/scanlog.h"
 #include "settings/preferences.h"
@@ -11,11 +12,15 @@
 #include <QString>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <system_error>
+#include <numeric>
 #include <set>
+#include <system_error>
+#include <thread>
+#include <unordered_set>
 
 namespace velmara::cli {
 
@@ -50,14 +55,31 @@ private:
 class CliHooks : public ScanAllHooks
 {
 public:
-    CliHooks(Session &session, Workspace &ws) : mSession(session), mWs(ws), mLog(ws, '.') {}
+    CliHooks(Session &session, Workspace &ws, SummaryFile &summary)
+        : mSession(session), mWs(ws), mLog(ws, '.'), mSummary(summary)
+    {
+    }
 
     void decodeStarting(int index) override { stage(index, "decode"); }
     void scanStarting(int index) override { stage(index, "scan"); }
     void notify(int index, const std::string &text) override
     {
         mSession.tell(mWs.Card(index).FileName + ": " + OneLine(text));
+        mTold += (mTold.empty() ? "" : " ") + OneLine(text);
     }
+    void cardFinished(int index, int done, int total) override
+    {
+        if (mSummary.isOpen()) {
+            mSummary.card(mWs, index, mTold);
+            if (!mSummary.ok() && !mSummaryTold) {
+                mSession.tell(mSummary.error());
+                mSummaryTold = true;
+            }
+        }
+        mTold.clear();
+        mSession.progress().cardsDone(done, total, mWs.Card(index).FileName);
+    }
+    bool summaryFailed() const { return mSummaryTold; }
     void scanned(int index, const ScanOutcome &outcome) override
     {
         const ScanLogResult log = mLog.writeScanRecord(index, ScanHues{outcome.HueLow, outcome.HueHigh,
@@ -77,7 +99,40 @@ private:
     Workspace &mWs;
     ScanLog mLog;
     std::set<std::string> mFailedLogs;
+    SummaryFile &mSummary;
+    std::string mTold; // what was told about the card in hand
+    bool mSummaryTold = false;
 };
+
+// The order of the load command. Its exchange sort takes a time that grows with the square of
+// the list; names that are all different end in the one ascending order any sort gives.
+void sortByName(Workspace &ws)
+{
+    std::vector<CardImage> &cards = ws.Cards;
+    std::vector<size_t> order(cards.size() - 1);
+    std::iota(order.begin(), order.end(), size_t{1});
+    const auto name = [&](size_t i) -> const std::string & { return cards[i].FileName; };
+    std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return name(a) < name(b); });
+    if (std::adjacent_find(order.begin(), order.end(), [&](size_t a, size_t b) { return name(a) == name(b); })
+        != order.end()) {
+        ws.SortByName();
+        return;
+    }
+    std::vector<CardImage> sorted;
+    sorted.reserve(cards.size());
+    sorted.push_back(std::move(cards[0]));
+    for (size_t i : order)
+        sorted.push_back(std::move(cards[i]));
+    cards = std::move(sorted);
+}
+
+// Scan logs of earlier runs lie beside the cards of a folder; they are ours, not strangers.
+bool isScanLog(const std::filesystem::path &p)
+{
+    std::string ext = p.extension().string();
+    std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
+    return ext == ".scn";
+}
 
 } // namespace
 
@@ -173,19 +228,93 @@ bool Session::prepare(std::string &error)
     return true;
 }
 
+bool Session::openSummary(std::string &error)
+{
+    return mOptions.summaryFile.empty() || mSummary.open(mOptions.summaryFile, error);
+}
+
+void Session::refuse(const std::string &path, const std::string &message)
+{
+    const auto slash = path.find_last_of("/\\");
+    mRefusals.push_back({slash == std::string::npos ? path : path.substr(slash + 1), message});
+    tell(path + ": " + message);
+    mSummary.refused(path, message);
+}
+
+void Session::loadOne(const std::string &path, bool inFolder)
+{
+    const LoadResult r = LoadImage(mWs, path);
+    if (r.Ok)
+        return;
+    // In a folder only a card that cannot be read is a refusal; another kind of file is told and
+    // passed over.
+    if (inFolder && r.Exclamation)
+        tell(path + ": " + OneLine(r.Message) + " Skipped.");
+    else
+        refuse(path, OneLine(r.Message));
+}
+
 void Session::loadImages(const std::vector<std::string> &paths)
 {
+    namespace fs = std::filesystem;
     for (const std::string &path : paths) {
-        const LoadResult r = LoadImage(mWs, path);
-        if (!r.Ok) {
-            const auto slash = path.find_last_of("/\\");
-            const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
-            mRefusals.push_back({name, OneLine(r.Message)});
-            tell(path + ": " + OneLine(r.Message));
+        std::error_code ec;
+        if (!fs::is_directory(path, ec)) {
+            loadOne(path, false);
+            continue;
         }
+        std::vector<std::string> files;
+        const auto take = [&](const fs::directory_entry &entry) {
+            std::error_code typeError;
+            if (!entry.is_directory(typeError) && !isScanLog(entry.path()))
+                files.push_back(entry.path().string());
+        };
+        if (mOptions.recursive) {
+            for (fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, ec), end;
+                 !ec && it != end; it.increment(ec))
+                take(*it);
+        } else {
+            for (fs::directory_iterator it(path, ec), end; !ec && it != end; it.increment(ec))
+                take(*it);
+        }
+        if (ec)
+            tell(path + ": the folder could not be read whole: " + ec.message());
+        else if (files.empty())
+            tell(path + ": the folder holds no cards");
+        std::sort(files.begin(), files.end());
+        mWs.Cards.reserve(mWs.Cards.size() + files.size());
+        for (const std::string &file : files)
+            loadOne(file, true);
     }
-    mWs.SortByName();
+    sortByName(mWs);
     mWs.CurrentCard = 1;
+}
+
+bool Session::loadShards(const std::vector<std::string> &paths, std::string &error)
+{
+    std::unordered_set<std::string> seen;
+    for (const std::string &path : paths) {
+        const size_t first = mWs.Cards.size();
+        if (!ReadShard(path, mWs, mRefusals, error))
+            return false;
+        // The same card twice (a shard given twice) would count twice on the line.
+        const auto again = [&](const CardImage &card) {
+            if (seen.insert(card.FullPath).second)
+                return false;
+            tell(path + ": " + card.FullPath + " was read from an earlier shard already; skipped");
+            return true;
+        };
+        mWs.Cards.erase(std::remove_if(mWs.Cards.begin() + static_cast<std::ptrdiff_t>(first), mWs.Cards.end(), again),
+                        mWs.Cards.end());
+    }
+    sortByName(mWs);
+    mWs.CurrentCard = 1;
+    // As the scans of these cards leave it.
+    mWs.MaxDiameterAll = 0;
+    for (int i = 1; i <= mWs.CardCount(); ++i)
+        if (mWs.Card(i).Scanned)
+            mWs.MaxDiameterAll = std::max(mWs.MaxDiameterAll, mWs.Card(i).MaxDiameter);
+    return true;
 }
 
 bool Session::loadInput(std::string &error)
@@ -240,10 +369,8 @@ bool Session::loadSheets(const std::vector<std::string> &sheets, std::string &er
         request.Cells = mOptions.cells;
         request.ClipDir = mClipDir;
         const CutResult cut = CutSheetFile(mWs, request);
-        for (const std::string &m : cut.Messages) {
-            mRefusals.push_back({fs::path(sheet).filename().string(), OneLine(m)});
-            tell(sheet + ": " + OneLine(m));
-        }
+        for (const std::string &m : cut.Messages)
+            refuse(sheet, OneLine(m));
         for (const std::string &clip : cut.Clips)
             mClipPaths.push_back(mClipDir + clip);
     }
@@ -264,12 +391,17 @@ void Session::removeClips()
         std::filesystem::remove(mClipDir, ec);
 }
 
-void Session::scanAll()
+bool Session::scanAll()
 {
     OptionAnswers answers(mOptions);
-    CliHooks hooks(*this, mWs);
-    ScanAllCards(mWs, answers, hooks, mProgress);
+    CliHooks hooks(*this, mWs, mSummary);
+    ScanAllOptions options;
+    options.Jobs = mOptions.jobs > 0 ? mOptions.jobs : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    // Nothing after the scan looks at a pixel again; the size tables are what the run needs.
+    options.ReleasePixels = true;
+    ScanAllCards(mWs, answers, hooks, mProgress, options);
     mProgress.clear();
+    return !hooks.summaryFailed();
 }
 
 } // namespace velmara::cli

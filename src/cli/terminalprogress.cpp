@@ -15,6 +15,15 @@ void TerminalProgress::setStage(int cardNumber, int cardTotal, const std::string
     mLastPercent = -1;
 }
 
+void TerminalProgress::cardsDone(int done, int total, const std::string &lastName)
+{
+    if (!mEnabled)
+        return;
+    mPrefix = "[" + std::to_string(done) + "/" + std::to_string(total) + "] " + lastName;
+    mLastPercent = -2; // the line is new even without a percentage
+    draw(-1);
+}
+
 void TerminalProgress::Start(long maximum)
 {
     mMaximum = maximum;
@@ -39,7 +48,7 @@ void TerminalProgress::draw(int percent)
     if (!mEnabled || percent == mLastPercent)
         return;
     mLastPercent = percent;
-    std::string line = mPrefix + "  " + std::to_string(percent) + "%";
+    std::string line = percent < 0 ? mPrefix : mPrefix + "  " + std::to_string(percent) + "%";
     // Blank out what a longer earlier line left behind.
     const size_t width = line.size();
     if (width < mDrawnWidth)

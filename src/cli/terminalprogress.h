@@ -15,6 +15,8 @@ public:
 
     // Names the card and the stage ("decode", "scan") that the next pass reports on.
     void setStage(int cardNumber, int cardTotal, const std::string &name, const std::string &stage);
+    // Cards through so far, for a run whose passes do not report (several cards at once).
+    void cardsDone(int done, int total, const std::string &lastName);
     // Clears the line before a message is printed or the program ends.
     void clear();
 

@@ -6,6 +6,7 @@
 #include "core/numeric.h"
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -117,6 +118,8 @@ struct CardImage
     Long SplitStains = 0;
     Long SplitParts = 0;
     ColourScanInfo ColourScan;
+    // Foreground pixels of a list dropped after its scan (a batch keeps only the size table).
+    std::int64_t ReleasedForeground = 0;
 
     // Rows of the size table, element 0 excluded.
     int SizeRows() const { return static_cast<int>(SizeTable.size()) - 1; }

@@ -124,3 +124,49 @@ TEST_F(ScanAllCardsTest, ListOfCardsKeepsTheCurrentCardAndTellsNoVolumeOnce)
     EXPECT_EQ(hooks.events, expected);
     EXPECT_EQ(ws.CurrentCard, 1);
 }
+
+// Several jobs end as one: the hooks in the same order, the same questions put (a "to all"
+// answer asks once) and the same cards, whatever the answers.
+TEST_F(ScanAllCardsTest, SeveralJobsEndAsOneJob)
+{
+    for (int n = 0; n < 5; ++n) {
+        cardgen::CardSpec spec;
+        spec.width = 48;
+        spec.height = 40;
+        spec.backgroundIndex = 2; // the background question
+        spec.ditherIndex = n == 2 ? -1 : 3;
+        spec.colours = {{1, {200, 30, 30}}};
+        for (int s = 0; s <= n; ++s)
+            spec.discs.push_back({8.0 + 9.0 * s, 10.0 + 4.0 * n, 2.0 + s % 3, 1});
+        ASSERT_TRUE(cardgen::WriteBmp(cardgen::MakeCard(spec), (mDir / ("d" + std::to_string(n) + ".bmp")).string()));
+    }
+    const auto run = [&](int jobs, Answer answer) {
+        Workspace w;
+        for (const auto &e : fs::directory_iterator(mDir))
+            LoadImage(w, e.path().string());
+        w.SortByName();
+        Recorder rec;
+        FixedAnswers asked(answer, answer);
+        ScanAllOptions options;
+        options.Jobs = jobs;
+        options.ReleasePixels = true;
+        const ScanAllSummary s = ScanAllCards(w, asked, rec, NoProgress(), options);
+        std::string seen = std::to_string(s.Scanned) + " asked " + std::to_string(asked.BackgroundAsked) + "/"
+            + std::to_string(asked.DitherAsked) + " max " + std::to_string(w.MaxDiameterAll);
+        for (const std::string &e : rec.events)
+            seen += ", " + e;
+        for (int i = 1; i <= w.CardCount(); ++i) {
+            const CardImage &c = w.Card(i);
+            seen += "; " + c.FileName + " " + std::to_string(c.BackgroundIndex) + " " + std::to_string(c.DitherIndex)
+                + " " + std::to_string(c.SizeRows()) + " " + std::to_string(c.ReleasedForeground)
+                + (c.Pixels.empty() ? "" : " pixels kept");
+        }
+        return seen;
+    };
+    for (const Answer answer : {Answer::Yes, Answer::No, Answer::YesToAll}) {
+        const std::string one = run(1, answer);
+        for (int jobs : {2, 5, 16})
+            EXPECT_EQ(run(jobs, answer), one) << jobs << " jobs";
+    }
+    EXPECT_NE(run(3, Answer::YesToAll).find("asked 1/1"), std::string::npos) << run(3, Answer::YesToAll);
+}

@@ -102,7 +102,8 @@ TEST_F(CliTest, UsageErrorsExitTwoWithOneLine)
                              "scan --out r.txt a.bmp", "line --format pdf a.bmp", "scan --dpi 0 a.bmp",
                              "scan --cells 1,,2 a.bmp", "scan --offset=1 a.bmp", "scan a.bmp --dpi",
                              "scan --bogus=1 a.bmp", "clip a.bmp", "line --range 5:1 a.bmp", "line --range nan:1 a.bmp",
-                             "clip --offset 1e9991:0.2 a.bmp"}) {
+                             "clip --offset 1e9991:0.2 a.bmp", "scan --jobs 0 a.bmp", "scan --from-json a.json",
+                             "line --from-json --recursive a.json"}) {
         const CliRun r = runCli(args, dir);
         EXPECT_EQ(r.status, 2) << args;
         EXPECT_TRUE(r.out.empty()) << args;
@@ -111,7 +112,8 @@ TEST_F(CliTest, UsageErrorsExitTwoWithOneLine)
     const CliRun help = runCli("--help", dir);
     EXPECT_EQ(help.status, 0);
     for (const char *opt : {"--settings", "--dpi", "--hue", "--invert-hue", "--background", "--dither", "--no-log",
-                            "--json", "--position1", "--interval", "--range", "--out", "--format", "--template"})
+                            "--json", "--position1", "--interval", "--range", "--out", "--format", "--template",
+                            "--jobs", "--recursive", "--summary", "--from-json"})
         EXPECT_NE(help.out.find(opt), std::string::npos) << opt;
 }
 
@@ -576,7 +578,7 @@ TEST_F(CliTest, BadCardsAreRefusedByNameAndTheOthersAnalysed)
     const std::string longName = std::string(300, 'n') + ".bmp";
     const std::pair<std::string, std::string> cases[] = {
         {(dir / "." / "good.bmp").string(), "'good.bmp' has already been opened."},
-        {(dir / "folder.bmp").string(), "'folder.bmp' is a folder, not a picture file."},
+        {(dir / "folder.bmp").string(), "folder.bmp: the folder holds no cards"},
         {(dir / "pipe.tif").string(), "'pipe.tif' is not a regular file."},
         {(dir / "cut.gif").string(), "cut.gif: The GIF file is truncated or damaged"},
         {(dir / "map.tif").string(), "The TIF file 'map.tif' is damaged: IO error during reading of \"ColorMap\"."},
@@ -714,4 +716,186 @@ TEST_F(CliTest, ColourScansAreReadForTheRunAndToldInTheJson)
     }
     for (const char *bad : {"--stain-boundary 256", "--stain-boundary x", "--dpi files"})
         EXPECT_EQ(runCli("scan " + base() + bad + files, dir).status, 2) << bad;
+}
+
+// --- Batches: several cards at once, folders, the summary file, lines from shards.
+
+namespace {
+
+// Every file of the folder but stderr.txt, name and bytes, in name order.
+std::string FolderBytes(const fs::path &folder)
+{
+    std::vector<fs::path> files;
+    for (const auto &e : fs::recursive_directory_iterator(folder))
+        if (e.is_regular_file() && e.path().filename() != "stderr.txt")
+            files.push_back(e.path());
+    std::sort(files.begin(), files.end());
+    std::string all;
+    for (const fs::path &f : files)
+        all += f.string() + ":\n" + readFile(f) + "\n";
+    return all;
+}
+
+} // namespace
+
+// Two jobs leave what one job leaves: stdout, stderr, every scan log, the results file and the
+// summary, byte for byte; a "to all" answer asks as one job asks.
+TEST_F(CliTest, TwoJobsWriteWhatOneJobWrites)
+{
+    const fs::path cards = dir / "cards";
+    fs::create_directories(cards);
+    std::string files;
+    for (int n = 1; n <= 7; ++n) {
+        CardSpec spec;
+        spec.width = 160;
+        spec.height = 120;
+        spec.colours = {{1, Rgb{220, 20, 30}}};
+        spec.ditherIndex = n % 3 ? 3 : -1; // the dither question for most cards
+        for (int s = 0; s < 3 * (n % 4); ++s)
+            spec.discs.push_back(Disc{15.0 + 20.0 * (s % 7), 15.0 + 30.0 * (s / 7), 3.0 + s % 4, 1});
+        const fs::path p = cards / ("c" + std::to_string(n) + ".bmp");
+        ASSERT_TRUE(WriteBmp(MakeCard(spec), p.string()));
+        files += " " + p.string();
+    }
+    std::ofstream(cards / "notes.txt") << "not a card";
+    files += " " + (cards / "notes.txt").string();
+    const std::string out = " --out " + (cards / "r.txt").string() + " --summary " + (cards / "s.csv").string();
+    for (const std::string command : {"scan --json --dither all", "scan --dither no --background zero",
+                                      "line --json --range 200:5000 --dither all", "line --format csv"}) {
+        std::string first;
+        for (const char *jobs : {" --jobs 1 ", " --jobs 2 "}) {
+            for (const auto &e : fs::directory_iterator(cards))
+                if (e.path().extension() != ".bmp" && e.path().extension() != ".txt")
+                    fs::remove(e.path());
+            const std::string extra = command.rfind("line", 0) == 0 ? out : out.substr(out.find(" --summary"));
+            const CliRun r = runCli(command + jobs + extra + " " + base() + files, dir);
+            EXPECT_EQ(r.status, 0) << command << jobs << r.err;
+            const std::string all = r.out + "\nstderr:\n" + r.err + FolderBytes(cards);
+            if (first.empty())
+                first = all;
+            else
+                EXPECT_EQ(all, first) << command;
+        }
+    }
+}
+
+// A folder gives its cards sorted by name as a load sorts them, its subfolders' with --recursive;
+// a file that is no card is told in one line, an earlier scan log passed over. The summary has a
+// row per card and per refusal, as each finishes.
+TEST_F(CliTest, FoldersGiveTheirCardsAndTheSummaryARowEach)
+{
+    const fs::path cards = dir / "cards";
+    fs::create_directories(cards / "sub");
+    fs::copy_file(card("b.bmp", 5), cards / "b.bmp");
+    fs::copy_file(card("none.bmp", 0), cards / "none.bmp");
+    fs::copy_file(card("a.bmp", 12), cards / "sub" / "a.bmp");
+    std::ofstream(cards / "notes.txt") << "not a card";
+    std::ofstream(cards / "b.scn") << "an earlier log";
+    std::ofstream(cards / "cut.bmp") << "BM too short";
+    const fs::path summary = dir / "summary.csv";
+    const struct
+    {
+        const char *options;
+        std::vector<std::string> rows; // file, folder, status and message of each
+    } runs[] = {
+        {"", {"cut.bmp,cards,refused,", "b.bmp,cards,analysed", "none.bmp,cards,no stains,Velmara did not find any valid spots"}},
+        {"--recursive ",
+         {"cut.bmp,cards,refused,", "a.bmp,sub,analysed", "b.bmp,cards,analysed", "none.bmp,cards,no stains,"}},
+    };
+    for (const auto &run : runs) {
+        const CliRun r = runCli("scan --no-log " + std::string(run.options) + "--summary " + summary.string() + " "
+                                    + base() + cards.string(),
+                                dir);
+        EXPECT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(count(r.err, "\n"), 3u) << "notes.txt, cut.bmp and the no-stains card:\n" << r.err;
+        EXPECT_NE(r.err.find("'notes.txt' is an unsupported file type. Skipped."), std::string::npos) << r.err;
+        EXPECT_EQ(r.err.find("b.scn"), std::string::npos) << r.err;
+        std::istringstream lines(readFile(summary));
+        std::string line;
+        std::getline(lines, line);
+        EXPECT_EQ(line, "File,Folder,Dpi,Stains,Rejected,VMD,Dv0.1,Dv0.9,DropDensity,Coverage,Deposit,Unit,Status,Message");
+        for (const std::string &expected : run.rows) {
+            ASSERT_TRUE(std::getline(lines, line)) << expected;
+            // Fourteen columns each; the folder shown by its last part here.
+            std::vector<std::string> cells;
+            for (size_t at = 0, comma; at <= line.size(); at = comma + 1) {
+                comma = line[at] == '"' ? line.find("\",", at) + 1 : line.find(',', at);
+                cells.push_back(line.substr(at, (comma == std::string::npos ? line.size() : comma) - at));
+                if (comma == std::string::npos)
+                    break;
+            }
+            ASSERT_EQ(cells.size(), 14u) << line;
+            const std::string shown = cells[0] + "," + fs::path(cells[1]).filename().string() + "," + cells[12] + ","
+                + cells[13];
+            EXPECT_EQ(shown.rfind(expected, 0), 0u) << shown;
+        }
+        EXPECT_FALSE(std::getline(lines, line)) << line;
+    }
+    // The figures of an analysed card are the printed summary's.
+    const std::string rows = readFile(summary);
+    EXPECT_NE(rows.find("a.bmp," + (cards / "sub").string() + ",600,12,0,"), std::string::npos) << rows;
+}
+
+// A line built from the JSON of scans made elsewhere is the line built from the images: the same
+// results file byte for byte and the same report pages. A shard of another kind or version is
+// refused by name.
+TEST_F(CliTest, LineFromScanJsonIsTheLineFromTheImages)
+{
+    std::vector<std::string> samples;
+    for (int n = 1; n <= 6; ++n)
+        samples.push_back(std::string(VELMARA_SOURCE_DIR) + "/samples/card0" + std::to_string(n) + ".bmp");
+    const bool withReport = runCli("--help", dir).out.find("--report") != std::string::npos;
+    const struct
+    {
+        const char *options;
+        std::vector<std::vector<int>> shards; // sample numbers scanned together, in shard order
+    } lines[] = {
+        {"", {{4, 5, 6}, {1, 2, 3}}},
+        {"--format csv --range 300:700 --position1 -30 --interval 7.5", {{6}, {2, 1, 3, 5, 4}}},
+    };
+    for (const auto &line : lines) {
+        std::string all, shardFiles;
+        for (const std::string &s : samples)
+            all += " " + s;
+        const std::string common = "line --no-log " + std::string(line.options) + " " + base();
+        const std::string report = withReport ? " --report " : " --out ";
+        CliRun r = runCli(common + "--out " + (dir / "direct").string() + report + (dir / "direct.pdf").string() + all, dir);
+        ASSERT_EQ(r.status, 0) << r.err;
+        for (size_t s = 0; s < line.shards.size(); ++s) {
+            std::string cards;
+            for (int n : line.shards[s])
+                cards += " " + samples[static_cast<size_t>(n - 1)];
+            r = runCli("scan --json --no-log --jobs 2 " + base() + cards, dir);
+            ASSERT_EQ(r.status, 0) << r.err;
+            const fs::path shard = dir / ("shard" + std::to_string(s) + ".json");
+            std::ofstream(shard) << r.out;
+            shardFiles += " " + shard.string();
+        }
+        r = runCli(common + "--from-json --out " + (dir / "merged").string() + report + (dir / "merged.pdf").string()
+                       + shardFiles,
+                   dir);
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_EQ(readFile(dir / "merged"), readFile(dir / "direct")) << line.options;
+        if (withReport) {
+            const std::string pages = capture("pdftotext -layout " + (dir / "direct.pdf").string() + " - 2>/dev/null");
+            EXPECT_GT(pages.size(), 500u);
+            EXPECT_EQ(capture("pdftotext -layout " + (dir / "merged.pdf").string() + " - 2>/dev/null"), pages);
+        }
+    }
+
+    const std::pair<std::string, std::string> refused[] = {
+        {"scan log, not JSON", " is not a JSON file written by 'velmara-cli scan --json'"},
+        {"{\"Cards\":[]}", " comes from an older velmara-cli without a format version"},
+        {"{\"Format\":3,\"Cards\":[]}", " is of format 3; this velmara-cli reads format 2"},
+        {"{\"Format\":2,\"Cards\":[{\"FileName\":\"a.bmp\",\"Dpi\":\"600\"}]}", " is not a JSON file written by"},
+        {"{\"Format\":2,\"Cards\":[{\"FileName\":\"a.bmp\"}", " is not a JSON file written by"},
+    };
+    for (const auto &[bytes, message] : refused) {
+        const fs::path shard = dir / "bad.json";
+        std::ofstream(shard, std::ios::binary | std::ios::trunc) << bytes;
+        const CliRun r = runCli("line --from-json " + base() + (dir / "shard0.json").string() + " " + shard.string(), dir);
+        EXPECT_EQ(r.status, 1) << bytes;
+        EXPECT_EQ(r.err.rfind("velmara-cli: " + shard.string() + message, 0), 0u) << r.err;
+        EXPECT_EQ(count(r.err, "\n"), 1u) << r.err;
+    }
 }
