@@ -2,9 +2,8 @@
 // Internal to intake: the streaming readers behind OpenPictureRows and the row conversions they
 // share. Every reader converts whole rows, never pixel by pixel through a virtual call.
 
-#include "intake/rowreader.h"
-
 #include "intake/picture.h"
+#include "intake/rowreader.h"
 
 #include <algorithm>
 #include <array>
