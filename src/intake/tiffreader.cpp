@@ -498,7 +498,9 @@ bool TiffRows::chooseWay(const TiffLayout &l, std::string &error)
         mImage.req_orientation = ORIENTATION_TOPLEFT;
         mInfo.Alpha = mImage.alpha != 0;
         mWay = Way::Rgba;
-        mRaster.resize(static_cast<size_t>(l.width) * std::max<std::uint32_t>(1, (1u << 20) / l.width));
+        // A band of about a million pixels, no more lines than the picture has.
+        mRaster.resize(static_cast<size_t>(l.width) *
+                       std::min(l.height, std::max<std::uint32_t>(1, (1u << 20) / l.width)));
         return true;
     }
 
