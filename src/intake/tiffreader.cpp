@@ -408,6 +408,12 @@ bool TiffRows::open(const std::string &path, std::string &error)
         error = kCmykRefusal;
         return false;
     }
+    // No picture we read has more than a few samples a pixel; a damaged count would make one line
+    // gigabytes long before a byte of it is read.
+    if (l.samples < 1 || l.samples > 8) {
+        error = "The TIF file's colour layout can't be read.";
+        return false;
+    }
     if (!CheckSize(mFile, l, error))
         return false;
     TIFF *tif = mFile.get();
@@ -510,7 +516,7 @@ bool TiffRows::chooseWay(const TiffLayout &l, std::string &error)
         const tmsize_t tileSize = TIFFTileSize(tif);
         const tmsize_t tileRow = TIFFTileRowSize(tif);
         if (mTileWidth < 1 || mTileHeight < 1 || std::uint64_t{mTileWidth} * mTileHeight > (1u << 24) ||
-            tileSize <= 0 || tileRow <= 0 || static_cast<std::uint64_t>(tileRow) * mTileHeight > static_cast<std::uint64_t>(tileSize)) {
+            tileSize <= 0 || tileSize > kMaxLibtiffAllocation || tileRow <= 0 || static_cast<std::uint64_t>(tileRow) * mTileHeight > static_cast<std::uint64_t>(tileSize)) {
             error = "The TIF file's tiles can't be read.";
             return false;
         }
@@ -521,7 +527,8 @@ bool TiffRows::chooseWay(const TiffLayout &l, std::string &error)
         return true;
     }
     const tmsize_t lineSize = TIFFScanlineSize(tif);
-    if (lineSize <= 0 || static_cast<std::uint64_t>(lineSize) * 8 < std::uint64_t{l.width} * l.bits * l.samples) {
+    if (lineSize <= 0 || lineSize > kMaxLibtiffAllocation ||
+        static_cast<std::uint64_t>(lineSize) * 8 < std::uint64_t{l.width} * l.bits * l.samples) {
         error = mFile.failure();
         return false;
     }
