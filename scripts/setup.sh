@@ -6,15 +6,15 @@ set -euo pipefail
 packages=(
   build-essential cmake ninja-build pkg-config
   qt6-base-dev libqt6svg6
-  libtiff-dev libgif-dev
+  libtiff-dev libgif-dev libpng-dev libjpeg62-turbo-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   xvfb xauth
   fonts-dejavu-core fonts-liberation
   poppler-utils
   python3
 )
-# Benchmark peer and fuzzing: wanted, but the build goes on without them.
-optional=(libopencv-imgproc-dev clang libclang-rt-14-dev)
+# Benchmark peer (it reads picture files too) and fuzzing: wanted, but the build goes on without them.
+optional=(libopencv-imgproc-dev libopencv-imgcodecs-dev clang libclang-rt-14-dev)
 
 missing=()
 for p in "${packages[@]}" "${optional[@]}"; do

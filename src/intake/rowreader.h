@@ -4,19 +4,35 @@
 
 #include "core/numeric.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
 namespace velmara {
 
+enum class PictureFormat
+{
+    Unknown,
+    Bmp,
+    Gif,
+    Tif,
+    Png,
+    Jpeg,
+};
+
+// The format of a picture told from its first bytes (at least 8 of them; fewer give Unknown).
+PictureFormat PictureFormatOf(const Byte *head, size_t size);
+
 struct RowPictureInfo
 {
+    PictureFormat Format = PictureFormat::Unknown;
     int Width = 0;
     int Height = 0;
     int SourceDepth = 0;     // bits per pixel as the file stores them (16-bit RGB: 48)
     bool ColourTable = false; // the file holds colour table indexes (1 to 8 bits)
     double DpiX = 0;          // 0: the file records no resolution
     double DpiY = 0;
+    bool Alpha = false;       // an alpha channel was laid over white
 };
 
 class PictureRows

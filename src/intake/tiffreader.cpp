@@ -5,6 +5,7 @@
 
 #include "intake/inputfile.h"
 #include "intake/picturereaders.h"
+#include "intake/rowreaders.h"
 
 #include <tiffio.h>
 
@@ -339,6 +340,285 @@ bool ReadTiff(const std::string &path, PictureDepth mode, Picture &picture, std:
     if (!CheckSize(file, layout, error))
         return false;
     return layout.indexed ? ReadIndexed(file, layout, picture, error) : ReadRgb(file, layout, picture, error);
+}
+
+
+namespace {
+
+// Colour table, grey and RGB pictures in one plane of 1 to 16 bits are converted here from the
+// decoded lines or tiles; anything else libtiff can turn into colours (YCbCr, Lab, separate
+// planes) goes through its RGBA interface, a band of lines at a time.
+class TiffRows : public PictureRows
+{
+public:
+    ~TiffRows() override
+    {
+        if (mImageBegun)
+            TIFFRGBAImageEnd(&mImage);
+    }
+    bool open(const std::string &path, std::string &error);
+    const RowPictureInfo &Info() const override { return mInfo; }
+    bool ReadRows(int count, Byte *out, std::string &error) override;
+
+private:
+    enum class Way
+    {
+        Lines,
+        Tiles,
+        Rgba,
+    };
+    bool chooseWay(const TiffLayout &l, std::string &error);
+    void convert(const Byte *src, int n, Byte *out) const
+    {
+        if (mIndexed)
+            ConvertIndexes(src, n, mBits, mLut, out);
+        else
+            ConvertSamples(src, n, mSamples, out);
+    }
+    bool readBand(std::uint32_t top);
+    bool readRgba(int count, Byte *out);
+
+    TiffFile mFile;
+    RowPictureInfo mInfo;
+    Way mWay = Way::Lines;
+    bool mIndexed = false;
+    int mBits = 8;
+    ColourLut mLut{};
+    SampleLayout mSamples;
+    std::vector<Byte> mLine;
+    std::uint32_t mTileWidth = 0, mTileHeight = 0;
+    size_t mTileRowBytes = 0;
+    std::vector<Byte> mTile;
+    std::vector<Byte> mBand; // RGB of one row of tiles
+    std::int64_t mBandTop = -1;
+    TIFFRGBAImage mImage{};
+    bool mImageBegun = false;
+    std::vector<std::uint32_t> mRaster;
+    int mNext = 0;
+    bool mFailed = false;
+};
+
+bool TiffRows::open(const std::string &path, std::string &error)
+{
+    TiffLayout l;
+    Picture ignored;
+    if (!mFile.open(path, error) || !ReadLayout(mFile, l, ignored, error))
+        return false;
+    if (l.photometric == PHOTOMETRIC_SEPARATED) {
+        error = kCmykRefusal;
+        return false;
+    }
+    // No picture we read has more than a few samples a pixel; a damaged count would make one line
+    // gigabytes long before a byte of it is read.
+    if (l.samples < 1 || l.samples > 8) {
+        error = "The TIF file's colour layout can't be read.";
+        return false;
+    }
+    if (!CheckSize(mFile, l, error))
+        return false;
+    TIFF *tif = mFile.get();
+    mInfo.Format = PictureFormat::Tif;
+    mInfo.Width = static_cast<int>(l.width);
+    mInfo.Height = static_cast<int>(l.height);
+    mInfo.SourceDepth = l.depth;
+    mInfo.ColourTable = l.photometric == PHOTOMETRIC_PALETTE;
+    float resX = 0, resY = 0;
+    std::uint16_t unit = RESUNIT_INCH;
+    TIFFGetFieldDefaulted(tif, TIFFTAG_RESOLUTIONUNIT, &unit);
+    if (unit == RESUNIT_INCH || unit == RESUNIT_CENTIMETER) {
+        const double perInch = unit == RESUNIT_INCH ? 1.0 : 2.54;
+        if (TIFFGetField(tif, TIFFTAG_XRESOLUTION, &resX) && resX > 0 && resX < 1e6)
+            mInfo.DpiX = resX * perInch;
+        if (TIFFGetField(tif, TIFFTAG_YRESOLUTION, &resY) && resY > 0 && resY < 1e6)
+            mInfo.DpiY = resY * perInch;
+    }
+    return chooseWay(l, error);
+}
+
+bool TiffRows::chooseWay(const TiffLayout &l, std::string &error)
+{
+    TIFF *tif = mFile.get();
+    std::uint16_t planar = PLANARCONFIG_CONTIG, format = SAMPLEFORMAT_UINT, compression = COMPRESSION_NONE;
+    TIFFGetFieldDefaulted(tif, TIFFTAG_PLANARCONFIG, &planar);
+    TIFFGetFieldDefaulted(tif, TIFFTAG_SAMPLEFORMAT, &format);
+    TIFFGetFieldDefaulted(tif, TIFFTAG_COMPRESSION, &compression);
+    std::uint16_t photometric = l.photometric;
+    // libjpeg turns its own YCbCr into RGB as it decodes.
+    if (compression == COMPRESSION_JPEG && photometric == PHOTOMETRIC_YCBCR && l.samples == 3 &&
+        TIFFSetField(tif, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB))
+        photometric = PHOTOMETRIC_RGB;
+    std::uint16_t extraCount = 0;
+    std::uint16_t *extra = nullptr;
+    TIFFGetFieldDefaulted(tif, TIFFTAG_EXTRASAMPLES, &extraCount, &extra);
+    const bool grey = photometric == PHOTOMETRIC_MINISBLACK || photometric == PHOTOMETRIC_MINISWHITE;
+    const bool plain = planar == PLANARCONFIG_CONTIG && (format == SAMPLEFORMAT_UINT || format == SAMPLEFORMAT_VOID);
+    const int colours = photometric == PHOTOMETRIC_RGB ? 3 : 1;
+    if (plain && l.indexed) {
+        mIndexed = true;
+        mBits = l.bits;
+        const int entries = 1 << l.bits;
+        if (photometric == PHOTOMETRIC_PALETTE) {
+            std::uint16_t *r = nullptr, *g = nullptr, *b = nullptr;
+            if (!TIFFGetField(tif, TIFFTAG_COLORMAP, &r, &g, &b) || !r || !g || !b) {
+                error = "The TIF file has no colour map.";
+                return false;
+            }
+            // Old writers stored 8-bit values in the 16-bit map.
+            bool eightBit = true;
+            for (int i = 0; i < entries; ++i)
+                eightBit = eightBit && r[i] < 256 && g[i] < 256 && b[i] < 256;
+            const int shift = eightBit ? 0 : 8;
+            for (int i = 0; i < entries; ++i) {
+                mLut[3 * i] = static_cast<Byte>(r[i] >> shift);
+                mLut[3 * i + 1] = static_cast<Byte>(g[i] >> shift);
+                mLut[3 * i + 2] = static_cast<Byte>(b[i] >> shift);
+            }
+        } else {
+            for (int i = 0; i < entries; ++i) {
+                int v = i * 255 / (entries - 1);
+                if (photometric == PHOTOMETRIC_MINISWHITE)
+                    v = 255 - v;
+                mLut[3 * i] = mLut[3 * i + 1] = mLut[3 * i + 2] = static_cast<Byte>(v);
+            }
+        }
+    } else if (plain && (grey || photometric == PHOTOMETRIC_RGB) && (l.bits == 8 || l.bits == 16) &&
+               l.samples >= colours) {
+        mSamples.Stride = l.samples;
+        mSamples.Colours = colours;
+        mSamples.Sixteen = l.bits == 16;
+        mSamples.BigEndian = std::endian::native == std::endian::big; // libtiff gives samples in our order
+        mSamples.Inverted = photometric == PHOTOMETRIC_MINISWHITE;
+        if (l.samples > colours && extraCount > 0 && extra &&
+            (extra[0] == EXTRASAMPLE_ASSOCALPHA || extra[0] == EXTRASAMPLE_UNASSALPHA)) {
+            mSamples.AlphaAt = colours;
+            mSamples.Premultiplied = extra[0] == EXTRASAMPLE_ASSOCALPHA;
+            mInfo.Alpha = true;
+        }
+    } else {
+        char why[1024] = {};
+        if (!TIFFRGBAImageOK(tif, why) || !TIFFRGBAImageBegin(&mImage, tif, 0, why)) {
+            error = std::string("The TIF file's colour layout can't be read: ") + why + ".";
+            return false;
+        }
+        mImageBegun = true;
+        mImage.req_orientation = ORIENTATION_TOPLEFT;
+        mInfo.Alpha = mImage.alpha != 0;
+        mWay = Way::Rgba;
+        // A band of about a million pixels, no more lines than the picture has.
+        mRaster.resize(static_cast<size_t>(l.width) *
+                       std::min(l.height, std::max<std::uint32_t>(1, (1u << 20) / l.width)));
+        return true;
+    }
+
+    if (TIFFIsTiled(tif)) {
+        TIFFGetField(tif, TIFFTAG_TILEWIDTH, &mTileWidth);
+        TIFFGetField(tif, TIFFTAG_TILELENGTH, &mTileHeight);
+        const tmsize_t tileSize = TIFFTileSize(tif);
+        const tmsize_t tileRow = TIFFTileRowSize(tif);
+        if (mTileWidth < 1 || mTileHeight < 1 || std::uint64_t{mTileWidth} * mTileHeight > (1u << 24) ||
+            tileSize <= 0 || tileSize > kMaxLibtiffAllocation || tileRow <= 0 || static_cast<std::uint64_t>(tileRow) * mTileHeight > static_cast<std::uint64_t>(tileSize)) {
+            error = "The TIF file's tiles can't be read.";
+            return false;
+        }
+        mWay = Way::Tiles;
+        mTileRowBytes = static_cast<size_t>(tileRow);
+        mTile.resize(static_cast<size_t>(tileSize));
+        mBand.resize(static_cast<size_t>(l.width) * 3 * std::min(mTileHeight, l.height));
+        return true;
+    }
+    const tmsize_t lineSize = TIFFScanlineSize(tif);
+    if (lineSize <= 0 || lineSize > kMaxLibtiffAllocation ||
+        static_cast<std::uint64_t>(lineSize) * 8 < std::uint64_t{l.width} * l.bits * l.samples) {
+        error = mFile.failure();
+        return false;
+    }
+    mLine.resize(static_cast<size_t>(lineSize));
+    return true;
+}
+
+bool TiffRows::readBand(std::uint32_t top)
+{
+    TIFF *tif = mFile.get();
+    const std::uint32_t width = static_cast<std::uint32_t>(mInfo.Width);
+    const std::uint32_t rows = std::min<std::uint32_t>(mTileHeight, static_cast<std::uint32_t>(mInfo.Height) - top);
+    for (std::uint32_t tx = 0; tx < width; tx += mTileWidth) {
+        if (TIFFReadTile(tif, mTile.data(), tx, top, 0, 0) < 0)
+            return false;
+        const int cols = static_cast<int>(std::min(mTileWidth, width - tx));
+        for (std::uint32_t r = 0; r < rows; ++r)
+            convert(mTile.data() + mTileRowBytes * r, cols, mBand.data() + (static_cast<size_t>(r) * width + tx) * 3);
+    }
+    mBandTop = top;
+    return true;
+}
+
+bool TiffRows::readRgba(int count, Byte *out)
+{
+    const std::uint32_t width = static_cast<std::uint32_t>(mInfo.Width);
+    const int chunk = static_cast<int>(mRaster.size() / width);
+    for (int done = 0; done < count;) {
+        const int rows = std::min(chunk, count - done);
+        mImage.row_offset = mNext + done;
+        mImage.col_offset = 0;
+        if (!TIFFRGBAImageGet(&mImage, mRaster.data(), width, static_cast<std::uint32_t>(rows)))
+            return false;
+        // The interface gives colours premultiplied by alpha: over white, what alpha leaves out is white.
+        const std::uint32_t *src = mRaster.data();
+        for (size_t i = 0, n = static_cast<size_t>(rows) * width; i < n; ++i, out += 3) {
+            const std::uint32_t clear = 255 - TIFFGetA(src[i]);
+            out[0] = static_cast<Byte>(std::min<std::uint32_t>(255, TIFFGetR(src[i]) + clear));
+            out[1] = static_cast<Byte>(std::min<std::uint32_t>(255, TIFFGetG(src[i]) + clear));
+            out[2] = static_cast<Byte>(std::min<std::uint32_t>(255, TIFFGetB(src[i]) + clear));
+        }
+        done += rows;
+    }
+    return true;
+}
+
+bool TiffRows::ReadRows(int count, Byte *out, std::string &error)
+{
+    if (mFailed) {
+        error = mFile.failure();
+        return false;
+    }
+    if (!RowsLeft(mInfo, mNext, count, error))
+        return false;
+    const size_t outRow = static_cast<size_t>(mInfo.Width) * 3;
+    bool ok = true;
+    if (mWay == Way::Rgba) {
+        ok = readRgba(count, out);
+    } else {
+        for (int i = 0; ok && i < count; ++i, out += outRow) {
+            const std::uint32_t y = static_cast<std::uint32_t>(mNext + i);
+            if (mWay == Way::Lines) {
+                ok = TIFFReadScanline(mFile.get(), mLine.data(), y, 0) >= 0;
+                if (ok)
+                    convert(mLine.data(), mInfo.Width, out);
+            } else {
+                const std::uint32_t top = y - y % mTileHeight;
+                ok = (top == mBandTop || readBand(top));
+                if (ok)
+                    std::memcpy(out, mBand.data() + (y - top) * outRow, outRow);
+            }
+        }
+    }
+    if (!ok) {
+        mFailed = true;
+        error = mFile.failure();
+        return false;
+    }
+    mNext += count;
+    return true;
+}
+
+} // namespace
+
+std::unique_ptr<PictureRows> OpenTiffRows(const std::string &path, std::string &error)
+{
+    auto rows = std::make_unique<TiffRows>();
+    if (!rows->open(path, error))
+        return nullptr;
+    return rows;
 }
 
 } // namespace velmara::intake_detail

@@ -1,0 +1,9 @@
+// Any input to the row reader of PNG pictures, opened as the colour path opens it and read
+// to the end: a clean refusal or every row, never a crash, a hang or an unbounded allocation.
+
+#include "rowscheck.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, size_t size)
+{
+    return velmara::fuzz::CheckRows("input.png", data, size);
+}
