@@ -52,47 +52,63 @@ BoundedArray<Single> MirroredLine(const SwathSet &set)
     return m;
 }
 
+// Adds items into bins of a fold of the given period, item 0 into bin start: block by block, so
+// that the inner loop runs over contiguous memory. Each bin still takes its items in line order.
+void AddFolded(Single *bins, Long period, Long start, const std::vector<Single> &items)
+{
+    const Long count = static_cast<Long>(items.size());
+    const Single *v = items.data();
+    Long head = std::min(count, period - start);
+    for (Long j = 0; j < head; ++j)
+        bins[start + j] += v[j];
+    for (Long k = head; k < count; k += period) {
+        const Long len = std::min(period, count - k);
+        const Single *block = v + k;
+        for (Long j = 0; j < len; ++j)
+            bins[j] += block[j];
+    }
+}
+
 SwathStat FoldWithMirror(const SwathSet &set, const BoundedArray<Single> &mirror, Long w)
 {
     // The pattern repeats after two passes: bin b holds grid index First + b of every even pass
     // (flight line at 2kw) and every odd one (flight line at (2k + 1)w, mirrored).
     const Long period = 2 * w;
-    const Long first = set.First();
-    const Long last = set.Deposit.Upper();
     std::vector<Single> bins(static_cast<size_t>(period), 0.0f);
-    for (Long b = 0; b < period; ++b) {
-        Single &bin = bins[static_cast<size_t>(b)];
-        for (Long g = first + b; g <= last; g += period)
-            bin += set.Deposit[g];
-        if (!mirror.Empty()) {
-            // The odd pass's index e meets bin b where e + w is First + b, give or take periods.
-            const Long target = first + b - w;
-            Long e = mirror.Lower + ((target - mirror.Lower) % period + period) % period;
-            for (; e <= mirror.Upper(); e += period)
-                bin += mirror[e];
-        }
+    Single *bin = bins.data();
+    AddFolded(bin, period, 0, set.Deposit.Items);
+    // The odd pass's index e lies in bin e + w - First, give or take periods.
+    if (!mirror.Empty())
+        AddFolded(bin, period, ((mirror.Lower + w - set.First()) % period + period) % period, mirror.Items);
+    // Two running sums side by side (the bin count is even): each width reads all 2w bins, and
+    // one chain of dependent additions would make this the slowest step of the refresh.
+    double sum0 = 0, sum1 = 0, squares0 = 0, squares1 = 0;
+    Single low0 = 1000000, low1 = 1000000, high0 = 0, high1 = 0;
+    for (Long i = 0; i < period; i += 2) {
+        const Single a = bin[i];
+        const Single c = bin[i + 1];
+        sum0 += a;
+        sum1 += c;
+        squares0 += static_cast<double>(a) * a;
+        squares1 += static_cast<double>(c) * c;
+        low0 = std::min(low0, a);
+        low1 = std::min(low1, c);
+        high0 = std::max(high0, a);
+        high1 = std::max(high1, c);
     }
-    Single low = 1000000;
-    Single high = 0;
-    Single s = 0;
-    Single q = 0;
-    for (const Single v : bins) {
-        high = std::max(high, v);
-        low = std::min(low, v);
-        s = ToSingle(s + static_cast<double>(v));
-        q = ToSingle(q + static_cast<double>(v) * v);
-    }
+    const double s = sum0 + sum1;
+    const double q = squares0 + squares1;
     SwathStat r;
-    r.Mean = ToSingle(static_cast<double>(s) / static_cast<double>(period));
+    r.Mean = ToSingle(s / static_cast<double>(period));
     // The spread is weighed per swath, as the racetrack's: 2w bins count as w - 1 degrees of
     // freedom twice, so a line that is its own mirror gives the racetrack's figures.
     const double m = static_cast<double>(period);
     if (r.Mean > 0 && w > 1) {
-        const double spread = std::fabs(m * q - static_cast<double>(s) * s) / (m * (m - 2));
+        const double spread = std::fabs(m * q - s * s) / (m * (m - 2));
         r.Cov = ToSingle(std::sqrt(spread) / r.Mean);
     }
-    r.Max = high;
-    r.Min = low;
+    r.Max = std::max(high0, high1);
+    r.Min = std::min(low0, low1);
     return r;
 }
 
@@ -113,7 +129,7 @@ void BuildBackForthTables(Workspace &ws, int setIndex, Single gridOffset)
 
     // Products of the line with itself, shifted (Lags) and mirrored (Pairs). Each row is added
     // whole, so the loops run over contiguous memory.
-    const std::vector<Single> &d = set.Deposit.Items;
+    const std::vector<double> d(set.Deposit.Items.begin(), set.Deposit.Items.end());
     const size_t count = d.size();
     set.Lags.assign(count, 0.0);
     set.Pairs.assign(count > 0 ? 2 * count - 1 : 0, 0.0);
@@ -125,10 +141,10 @@ void BuildBackForthTables(Workspace &ws, int setIndex, Single gridOffset)
             continue;
         double *lag = set.Lags.data();
         for (size_t t = 0; t + i < count; ++t)
-            lag[t] += di * static_cast<double>(d[i + t]);
+            lag[t] += di * d[i + t];
         double *pair = set.Pairs.data() + i;
         for (size_t j = 0; j < count; ++j)
-            pair[j] += di * static_cast<double>(d[j]);
+            pair[j] += di * d[j];
     }
 }
 
