@@ -113,6 +113,14 @@ const ValueOption kValueOptions[] = {
          return v == "txt" || v == "csv";
      }},
     {"--report", "", [](const std::string &v, Options &o) { o.reportFile = v; return true; }},
+    {"--cov-limit", "a COV limit in percent, from 1 to 100",
+     [](const std::string &v, Options &o) {
+         double limit;
+         if (!parseDouble(v, limit) || limit < 1 || limit > 100)
+             return false;
+         o.covLimit = limit;
+         return true;
+     }},
     {"--template", "", [](const std::string &v, Options &o) { o.templateName = v; return true; }},
     {"--templates", "", [](const std::string &v, Options &o) { o.templatesFile = v; return true; }},
     {"--sheet-dpi", "a resolution from 1 to 32767 dots per inch",
@@ -197,6 +205,10 @@ bool checkCombination(const Options &o, std::string &error)
     if (o.command != Command::Line
         && (o.position1 || o.interval || o.range || !o.outFile.empty() || !o.reportFile.empty())) {
         error = "--position1, --interval, --range, --out, --format and --report belong to 'line'";
+        return false;
+    }
+    if (o.command != Command::Line && o.covLimit) {
+        error = "--cov-limit belongs to 'line'";
         return false;
     }
     if (o.command == Command::Clip && o.templateName.empty()) {
@@ -286,6 +298,8 @@ Options for line:
   --out FILE             the analysis results file (default: results.txt or results.csv in the
                          folder of the first card; the path is printed)
   --format txt|csv       text or comma-separated results (default txt)
+  --cov-limit N          COV limit in percent of the effective swath, 1 to 100 (default: the
+                         settings, else 25)
 REPORT_OPTION
 Options for multi-card sheets (scan, line, clip):
   --template NAME        cut each sheet with this card template ("<Default>" or a stored one)
