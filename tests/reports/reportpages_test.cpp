@@ -508,7 +508,7 @@ TEST_F(ReportPagesTest, SwathPageGivesBothPatternsWithTheExtendedResults)
         }
     }
     const auto words = std::find_if(extended.calls.begin(), extended.calls.end(),
-                                    [](const Call &k) { return k.op == Op::Text && k.text.rfind("COV limit 60 %: Racetrack (dots) ", 0) == 0; });
+                                    [](const Call &k) { return k.op == Op::Text && k.text.rfind("COV limit 60.0 %: Racetrack (dots) ", 0) == 0; });
     ASSERT_NE(words, extended.calls.end());
     EXPECT_EQ(words->font.Size, 8);
     EXPECT_GT(words->x1, 1.0); // right-aligned over the graph, clear of its title
