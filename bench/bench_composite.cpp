@@ -8,6 +8,7 @@
 #include "statistics/composite.h"
 #include "statistics/line.h"
 #include "statistics/range.h"
+#include "statistics/swathpatterns.h"
 #include "views/chartcanvas.h"
 #include "views/linechart.h"
 #include "views/sizegraph.h"
@@ -91,7 +92,8 @@ void BM_CompositeGraphDrag(benchmark::State &state)
 }
 BENCHMARK(BM_CompositeGraphDrag)->Unit(benchmark::kMillisecond);
 
-// range(0): cards; range(1): 0 the line chart, 1 the swath view.
+// range(0): cards; range(1): 0 the line chart, 1 the swath view, 2 the swath view back and
+// forth. The swath views also search the effective swath of both patterns and sets.
 void BM_MouseUpRefresh(benchmark::State &state)
 {
     Workspace ws;
@@ -117,11 +119,15 @@ void BM_MouseUpRefresh(benchmark::State &state)
             benchmark::DoNotOptimize(DrawLineChart(canvas, ws));
         } else {
             PrepareSwathView(ws);
-            benchmark::DoNotOptimize(DrawSwathView(canvas, ws));
+            const SwathPattern shown = state.range(1) == 2 ? SwathPattern::BackAndForth : SwathPattern::Racetrack;
+            benchmark::DoNotOptimize(DrawSwathView(canvas, ws, shown));
+            for (int s = 1; s <= 2; ++s)
+                for (SwathPattern p : {SwathPattern::Racetrack, SwathPattern::BackAndForth})
+                    benchmark::DoNotOptimize(FindEffectiveSwath(ws.SwathSets[s], p, ws.CovLimit));
         }
     }
 }
-BENCHMARK(BM_MouseUpRefresh)->Args({100, 0})->Args({100, 1})->Args({1000, 0})->Args({1000, 1})
+BENCHMARK(BM_MouseUpRefresh)->Args({100, 0})->Args({100, 1})->Args({1000, 0})->Args({1000, 1})->Args({1000, 2})
     ->Unit(benchmark::kMillisecond);
 
 // Entering the view from the card view: controls, dialogs not needed, statistics, tabs, chart.

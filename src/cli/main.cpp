@@ -12,6 +12,8 @@
 #include "statistics/range.h"
 #include "statistics/samplingline.h"
 #include "statistics/swath.h"
+#include "statistics/swathpatterns.h"
+#include "statistics/textvalue.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -67,8 +69,59 @@ int runScan(const Options &o)
     return summaryWritten ? kExitOk : kExitNothing;
 }
 
+void writeStatsJson(JsonWriter &json, const std::vector<SwathStat> &stats)
+{
+    json.key("Stats");
+    json.beginArray();
+    for (size_t w = 1; w < stats.size(); ++w) {
+        const SwathStat &st = stats[w];
+        json.beginObject();
+        json.field("Width", static_cast<long long>(w));
+        json.fieldSingle("Cov", st.Cov);
+        json.fieldSingle("Mean", st.Mean);
+        json.fieldSingle("Max", st.Max);
+        json.fieldSingle("Min", st.Min);
+        json.endObject();
+    }
+    json.endArray();
+}
+
+void writeSinglesJson(JsonWriter &json, const char *name, const std::vector<Single> &values)
+{
+    json.key(name);
+    json.beginArray();
+    for (Single v : values)
+        json.valueSingle(v);
+    json.endArray();
+}
+
+// The line's interval as a number; 0 when it is none (the line then has no swath figures).
+Single lineInterval(const Workspace &ws)
+{
+    return TryTextToSingle(ws.Spray.Sample_Interval).value_or(0.0f);
+}
+
+// Width in the line's unit of length and COV as a fraction; both null when no width meets it.
+void writeEffectiveJson(JsonWriter &json, const char *name, const EffectiveSwath &e, Single interval)
+{
+    json.key(name);
+    json.beginObject();
+    json.key("Width");
+    if (e.Found)
+        json.valueSingle(ToSingle(static_cast<double>(interval) * e.Width));
+    else
+        json.null();
+    json.key("Cov");
+    if (e.Found)
+        json.valueSingle(e.Cov);
+    else
+        json.null();
+    json.endObject();
+}
+
 void writeSwathJson(JsonWriter &json, const Workspace &ws)
 {
+    const Single interval = lineInterval(ws);
     json.key("SwathSets");
     json.beginArray();
     for (int s = 1; s <= 2; ++s) {
@@ -80,29 +133,20 @@ void writeSwathJson(JsonWriter &json, const Workspace &ws)
         json.field("Passes", static_cast<long long>(set.Passes));
         json.fieldSingle("ProfileMax", set.ProfileMax);
         json.fieldSingle("RateFactor", ShownRateFactor(ws, s));
-        json.key("Deposit");
-        json.beginArray();
-        for (Single v : set.Deposit.Items)
-            json.valueSingle(v);
-        json.endArray();
-        json.key("Profile");
-        json.beginArray();
-        for (Single v : set.Profile.Items)
-            json.valueSingle(v);
-        json.endArray();
-        json.key("Stats");
-        json.beginArray();
-        for (size_t w = 1; w < set.Stats.size(); ++w) {
-            const SwathStat &st = set.Stats[w];
-            json.beginObject();
-            json.field("Width", static_cast<long long>(w));
-            json.fieldSingle("Cov", st.Cov);
-            json.fieldSingle("Mean", st.Mean);
-            json.fieldSingle("Max", st.Max);
-            json.fieldSingle("Min", st.Min);
-            json.endObject();
-        }
-        json.endArray();
+        writeSinglesJson(json, "Deposit", set.Deposit.Items);
+        writeSinglesJson(json, "Profile", set.Profile.Items);
+        writeStatsJson(json, set.Stats);
+        json.key("BackAndForth");
+        json.beginObject();
+        writeStatsJson(json, set.BackForthStats);
+        writeSinglesJson(json, "Profile", set.BackForthProfile.Items);
+        json.endObject();
+        json.key("Effective");
+        json.beginObject();
+        writeEffectiveJson(json, "Racetrack", FindEffectiveSwath(set, SwathPattern::Racetrack, ws.CovLimit), interval);
+        writeEffectiveJson(json, "BackAndForth", FindEffectiveSwath(set, SwathPattern::BackAndForth, ws.CovLimit),
+                           interval);
+        json.endObject();
         json.endObject();
     }
     json.endArray();
@@ -128,6 +172,8 @@ void setLineTexts(const Options &o, Session &session)
         ws.RangeLow = o.range->first;
         ws.RangeHigh = o.range->second;
     }
+    if (o.covLimit)
+        ws.CovLimit = *o.covLimit;
 }
 
 // The composite view, entered as the desktop program enters it; without its dialogs a problem
@@ -230,6 +276,7 @@ void printLineJson(const Options &o, Session &session, const LineFiles &files, c
     json.fieldSingle("RangeLow", ws.RangeLow);
     json.fieldSingle("RangeHigh", ws.RangeHigh);
     json.field("RangeSelected", RangeSelected(ws));
+    json.field("CovLimit", ws.CovLimit);
     json.fieldSingle("MaxVmdOfCards", ws.MaxVmdOfCards);
     json.key("CompositeAll");
     const SpectrumFigures all = CompositeSpectrum(ws, false);
@@ -258,6 +305,28 @@ void printLineJson(const Options &o, Session &session, const LineFiles &files, c
     std::cout << json.text() << "\n";
 }
 
+// Both patterns of a set: the COV at every whole width, then the effective swath of each.
+void printPatternsSummary(const Workspace &ws, const SwathSet &set)
+{
+    const Single interval = lineInterval(ws);
+    const char *unit = ws.Metric ? " m" : " ft";
+    auto percent = [](Single cov) { return FormatNumber(cov * 100.0, "0.0") + "%"; };
+    auto column = [](std::string text, size_t width) { return std::string(width > text.size() ? width - text.size() : 0, ' ') + text; };
+    std::cout << "  Width (" << (ws.Metric ? "m" : "ft") << ")  Racetrack  Back and forth\n";
+    for (size_t w = 1; w < set.Stats.size() && w < set.BackForthStats.size(); ++w)
+        std::cout << column(FormatNumber(ToSingle(static_cast<double>(interval) * w), "0.0#"), 11)
+                  << column(percent(set.Stats[w].Cov), 11) << column(percent(set.BackForthStats[w].Cov), 16) << "\n";
+    auto effective = [&](SwathPattern pattern) {
+        const EffectiveSwath e = FindEffectiveSwath(set, pattern, ws.CovLimit);
+        if (!e.Found)
+            return std::string("none");
+        return FormatNumber(ToSingle(static_cast<double>(interval) * e.Width), "0.0#") + unit + " (COV " + percent(e.Cov) + ")";
+    };
+    std::cout << "  Effective swath at COV " << FormatNumber(ws.CovLimit, "0.0#") << "%: racetrack "
+              << effective(SwathPattern::Racetrack) << ", back and forth " << effective(SwathPattern::BackAndForth)
+              << "\n";
+}
+
 void printLineSummary(const Workspace &ws, const LineFiles &files, const std::string &swathNote)
 {
     const int u = ws.UnitIndex();
@@ -281,6 +350,7 @@ void printLineSummary(const Workspace &ws, const LineFiles &files, const std::st
                 continue;
             std::cout << "Swath (" << names[s] << "): width " << set.Width << " intervals, COV "
                       << FormatNumber(set.Stats[set.Width].Cov * 100.0, "0.0") << "%\n";
+            printPatternsSummary(ws, set);
         }
     }
     std::cout << swathNote;

@@ -126,6 +126,14 @@ const ValueOption kValueOptions[] = {
          return v == "txt" || v == "csv";
      }},
     {"--report", "", [](const std::string &v, Options &o) { o.reportFile = v; return true; }},
+    {"--cov-limit", "a COV limit in percent, from 1 to 100",
+     [](const std::string &v, Options &o) {
+         double limit;
+         if (!parseDouble(v, limit) || limit < 1 || limit > 100)
+             return false;
+         o.covLimit = limit;
+         return true;
+     }},
     {"--template", "", [](const std::string &v, Options &o) { o.templateName = v; return true; }},
     {"--templates", "", [](const std::string &v, Options &o) { o.templatesFile = v; return true; }},
     {"--sheet-dpi", "a resolution from 1 to 32767 dots per inch",
@@ -226,6 +234,10 @@ bool checkCombination(const Options &o, std::string &error)
     }
     if (o.fromJson && (o.command != Command::Line || !o.templateName.empty() || o.recursive || !o.summaryFile.empty())) {
         error = "--from-json belongs to 'line' and takes the files of 'scan --json': no sheets, folders or --summary";
+        return false;
+    }
+    if (o.command != Command::Line && o.covLimit) {
+        error = "--cov-limit belongs to 'line'";
         return false;
     }
     if (o.command == Command::Clip && o.templateName.empty()) {
@@ -337,6 +349,8 @@ Options for line:
   --format txt|csv       text or comma-separated results (default txt)
   --from-json            build the line from the files written by 'scan --json' instead of
                          images: the same results file and report, no scan logs touched
+  --cov-limit N          COV limit in percent of the effective swath, 1 to 100 (default: the
+                         settings, else 25)
 REPORT_OPTION
 Options for multi-card sheets (scan, line, clip):
   --template NAME        cut each sheet with this card template ("<Default>" or a stored one)

@@ -41,6 +41,7 @@ struct Options
     std::string outFile;               // --out FILE
     bool csv = false;                  // --format csv
     std::string reportFile;            // --report FILE.pdf
+    std::optional<double> covLimit;    // --cov-limit N: percent, for the effective swath
 
     // Multi-card sheets.
     std::string templateName;          // --template NAME

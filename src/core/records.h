@@ -175,6 +175,20 @@ struct SwathSet
     Single ProfileMax = 0;
     Long Passes = 0;
 
+    // Back and forth: every other pass flown the opposite way, so that its deposit lies mirrored
+    // about its flight line. The same shapes as Stats, MaxCov, Profile and ProfileMax; the block
+    // has the same Passes.
+    std::vector<SwathStat> BackForthStats;  // index 1 .. n - 1, element 0 unused
+    Single BackForthMaxCov = 0;
+    BoundedArray<Single> BackForthProfile;  // may start below First: mirrored passes reach left
+    Single BackForthProfileMax = 0;
+    Single GridOffset = 0;                  // card i lies at GridOffset + index intervals from 0
+
+    // What the search over widths between whole intervals reads, filled with the tables.
+    std::vector<double> Lags;  // [t]: sum of Deposit(i) * Deposit(i + t), t from 0 to n - 1
+    std::vector<double> Pairs; // [u]: sum of Deposit(i) * Deposit(j) over i + j = u + 2 First
+    double DepositSum = 0;
+
     Long First() const { return Deposit.Lower; }
 };
 

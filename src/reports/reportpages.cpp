@@ -5,6 +5,7 @@
 #include "statistics/range.h"
 #include "statistics/spectrum.h"
 #include "statistics/swath.h"
+#include "statistics/swathpatterns.h"
 #include "statistics/textvalue.h"
 
 #include <algorithm>
@@ -54,6 +55,7 @@ public:
 
 const ReportColour kGrey210 = ReportRgb(210, 210, 210);
 const ReportColour kGrey180 = ReportRgb(180, 180, 180);
+const ReportColour kLimitBlue = ReportRgb(0, 0, 192);
 const ReportColour kGrey150 = ReportRgb(150, 150, 150);
 const ReportColour kBlue = ReportRgb(0, 0, 255);
 const ReportColour kBlack = 0;
@@ -128,6 +130,7 @@ private:
     void page3();
     void page4();
     void page5();
+    void drawPatternsOnCovGraph(const SwathSet &set, double Zs, Single V, Single interval);
 
     void beginPage(int page)
     {
@@ -481,8 +484,11 @@ void Pages::page4()
         const char *positionForm =
             EndsInZero(spray.Sample_Position1) && EndsInZero(spray.Sample_Interval) ? "0" : "0.0";
         const char *widthForm = EndsInZero(spray.Sample_Interval) ? "0" : "0.0";
+        // With the extended results the axis also holds the back-and-forth COVs.
+        const bool patterns = mWs.ExtendedResults && set.BackForthStats.size() == set.Stats.size();
+        const Single topCov = patterns ? std::max(set.MaxCov, set.BackForthMaxCov) : set.MaxCov;
         const Single V =
-            std::max(1.0f, ToSingle(std::floor(ToSingle(set.MaxCov * 12.0f) + 0.9999) / 10));
+            std::max(1.0f, ToSingle(std::floor(ToSingle(topCov * 12.0f) + 0.9999) / 10));
         const long long E = n <= 20 ? 1 : n / 10 - 1;
         const Long width = set.Width;
         const Long passes = set.Passes;
@@ -577,6 +583,8 @@ void Pages::page4()
                 c.FillColor = kGrey180;
             }
         }
+        if (patterns)
+            drawPatternsOnCovGraph(set, Zs, V, interval);
         c.LineBy(L + W, Zs + C, kTick, 0);
         middleAt(num(V, "0.0"), L + W + 0.125, Zs + C);
 
@@ -700,6 +708,44 @@ void Pages::page5()
         c.Print(note);
     }
     font(10);
+}
+
+// Over the racetrack dots of a COV graph whose bottom edge is Zs and top value V: the back-and-
+// forth COVs as hollow squares, the COV limit as a line, a stem at each effective swath, and over
+// the graph's right end the two effective swaths in words.
+void Pages::drawPatternsOnCovGraph(const SwathSet &set, double Zs, Single V, Single interval)
+{
+    const int n = mWs.CardCount();
+    const double half = 1.0 / 32;
+    c.FillStyle = kTransparent;
+    for (int i = 1; i <= n - 1; ++i) {
+        const double px = L + Div(W * (i - 1), n - 2);
+        const double py = Zs + Div(C * set.BackForthStats.at(static_cast<size_t>(i)).Cov, V);
+        c.Box(px - half, py - half, 2 * half, 2 * half, kBlack);
+    }
+    const double limitY = Zs + Div(C * CovLimitFraction(mWs.CovLimit), V);
+    c.LineBy(L, limitY, W, 0, kLimitBlue);
+    std::string words = "COV limit " + num(mWs.CovLimit, "0.0#") + " %:";
+    for (const auto &[pattern, name] : {std::pair(SwathPattern::Racetrack, " Racetrack (dots) "),
+                                        std::pair(SwathPattern::BackAndForth, ", Back and Forth (squares) ")}) {
+        const EffectiveSwath e = FindEffectiveSwath(set, pattern, mWs.CovLimit);
+        words += name;
+        if (!e.Found) {
+            words += "none";
+            continue;
+        }
+        const double x = L + Div(W * (e.Width - 1), n - 2);
+        c.Line(x, Zs, x, limitY, kLimitBlue);
+        words += num(ToSingle(static_cast<double>(interval) * e.Width), "0.0#") + (mWs.Metric ? " m" : " ft") + " at "
+                 + num(e.Cov, "0.00");
+    }
+    font(8);
+    c.CurrentX = L + W - c.TextWidth(words);
+    c.CurrentY = Zs + C + kTitleGap + c.TextHeight(words);
+    c.Print(words);
+    font(10);
+    c.FillStyle = kSolid;
+    c.FillColor = kGrey180;
 }
 
 void Pages::notePage(int number, const std::string &reason)

@@ -7,6 +7,7 @@
 #include "statistics/range.h"
 #include "statistics/spectrum.h"
 #include "statistics/swath.h"
+#include "statistics/swathpatterns.h"
 #include "statistics/textvalue.h"
 
 #include <algorithm>
@@ -105,8 +106,10 @@ public:
         writeSizeTable();
         writeSwathTable();
         writeProfiles();
-        if (mWs.ExtendedResults)
+        if (mWs.ExtendedResults) {
             writeSpectrum();
+            writeSwathPatterns();
+        }
         if (mCsv)
             line();
     }
@@ -482,6 +485,84 @@ private:
             endingAt(kEnds[k], fields[k]);
         at(86, name);
         endLine();
+    }
+
+    // Both ways of flying the line: the COV at every whole width, then the effective swath of
+    // each pattern and set at the COV limit.
+    void writeSwathPatterns()
+    {
+        const UnitTexts &u = mIn.units;
+        const SwathSet &deposit = mWs.SwathSets[1];
+        const SwathSet &density = mWs.SwathSets[2];
+        line();
+        line();
+        line(mCsv ? "Swath Patterns" : "Swath Patterns:");
+        if (!mCsv)
+            dashes(15);
+        if (mCsv) {
+            line("Swath,Deposit COV,,Drop Density COV,");
+            line("Width (" + u.Length + "),Racetrack,Back and Forth,Racetrack,Back and Forth");
+        } else {
+            at(1, "  Swath");
+            at(12, "------ Deposit COV ------");
+            at(40, "---- Drop Density COV ----");
+            endLine();
+            at(1, "Width (" + u.Length + ")");
+            at(12, "Racetrack");
+            at(23, "Back and Forth");
+            at(40, "Racetrack");
+            at(51, "Back and Forth");
+            endLine();
+        }
+        auto cov = [&](const std::vector<SwathStat> &stats, Long w) {
+            return num(w >= 1 && w < static_cast<Long>(stats.size()) ? stats[static_cast<size_t>(w)].Cov : 0.0f,
+                       "0.00");
+        };
+        for (Long i = 1; i <= mWs.CardCount() - 1; ++i) {
+            const std::string fields[5] = {num(ToSingle(static_cast<double>(mIn.interval) * i), mIn.swathForm.c_str()),
+                                           cov(deposit.Stats, i), cov(deposit.BackForthStats, i),
+                                           cov(density.Stats, i), cov(density.BackForthStats, i)};
+            if (mCsv) {
+                line(Joined({fields[0], fields[1], fields[2], fields[3], fields[4]}));
+            } else {
+                static constexpr int kEnds[5] = {6, 20, 34, 48, 62};
+                for (int k = 0; k < 5; ++k)
+                    endingAt(kEnds[k], fields[k]);
+                endLine();
+            }
+        }
+        line();
+        line(mCsv ? "Effective Swath" : "Effective Swath:");
+        labelled("COV Limit:", num(mWs.CovLimit, "0.0#") + " %");
+        if (mCsv) {
+            line("Pattern,Deposit (" + u.Length + "),COV,Drop Density (" + u.Length + "),COV");
+        } else {
+            at(1, "Pattern");
+            at(18, "Deposit (" + u.Length + ")");
+            at(32, "COV");
+            at(40, "Drop Density (" + u.Length + ")");
+            at(59, "COV");
+            endLine();
+        }
+        for (const auto &[pattern, name] : {std::pair(SwathPattern::Racetrack, "Racetrack"),
+                                            std::pair(SwathPattern::BackAndForth, "Back and Forth")}) {
+            std::string fields[4];
+            for (int s = 0; s < 2; ++s) {
+                const EffectiveSwath e = FindEffectiveSwath(s == 0 ? deposit : density, pattern, mWs.CovLimit);
+                fields[2 * s] = e.Found ? num(ToSingle(static_cast<double>(mIn.interval) * e.Width), "0.0#") : "None";
+                fields[2 * s + 1] = e.Found ? num(e.Cov, "0.00") : "";
+            }
+            if (mCsv) {
+                line(Joined({name, fields[0], fields[1], fields[2], fields[3]}));
+            } else {
+                at(1, name);
+                static constexpr int kEnds[4] = {28, 36, 55, 63};
+                for (int k = 0; k < 4; ++k)
+                    if (!fields[k].empty())
+                        endingAt(kEnds[k], fields[k]);
+                endLine();
+            }
+        }
     }
 
     TextOut &mOut;

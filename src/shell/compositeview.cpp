@@ -203,6 +203,24 @@ CompositeView::CompositeView(MainWindow &window, Workspace &ws, SettingsStore &s
         DataLabelCircle[i]->resize(8, 8);
     }
     CardLabel.push_back(nullptr);
+
+    auto *patterns = new QButtonGroup(this);
+    patterns->setExclusive(true);
+    const std::pair<SwathPattern, const char *> kinds[] = {{SwathPattern::Racetrack, "Racetrack"},
+                                                           {SwathPattern::BackAndForth, "Back and Forth"}};
+    for (size_t i = 0; i < 2; ++i) {
+        auto *b = new QRadioButton(QString::fromLatin1(kinds[i].second), mSurface);
+        b->setObjectName(i == 0 ? QStringLiteral("optRacetrack") : QStringLiteral("optBackAndForth"));
+        b->adjustSize();
+        b->hide();
+        patterns->addButton(b, static_cast<int>(i));
+        optSwathPattern[i] = b;
+    }
+    optSwathPattern[0]->setChecked(true);
+    connect(patterns, &QButtonGroup::idClicked, this, [this](int id) {
+        mPattern = id == 1 ? SwathPattern::BackAndForth : SwathPattern::Racetrack;
+        DrawSwathView();
+    });
     // The file buttons belong to this view alone.
     mWindow.btnWriteComposite->setVisible(false);
     mWindow.btnPrint->setVisible(false);
@@ -298,6 +316,7 @@ void CompositeView::enter()
 void CompositeView::leave()
 {
     hideCardLabels();
+    showSwathExtras(false);
     unloadWidthButtons();
     hideCallouts();
     const CardImage &card = mWs.Card(std::clamp(mWs.CurrentCard, 1, mWs.CardCount()));
@@ -470,8 +489,9 @@ void CompositeView::DrawSwathView()
     SwathViewLayout layout;
     {
         PainterChartCanvas canvas(canvasImage());
-        layout = velmara::DrawSwathView(canvas, std::as_const(mWs));
+        layout = velmara::DrawSwathView(canvas, std::as_const(mWs), mPattern);
     }
+    showSwathExtras(layout.Drawn);
     if (layout.Drawn) {
         for (size_t w = 1; w < optSwathWidth.size() && w < layout.ButtonCentreX.size(); ++w) {
             QRadioButton *b = optSwathWidth[w];
@@ -484,6 +504,8 @@ void CompositeView::DrawSwathView()
         mWindow.VMDLabel->setText(layout.Vmd);
         mWindow.DropLabel->setText(layout.Drop);
         mWindow.VolumeLabel->setText(layout.Volume);
+        mWindow.EffectiveInfoLabel->setText(layout.Info4);
+        mWindow.EffectiveLabel->setText(layout.Effective);
     }
     commitImage();
 }
@@ -594,6 +616,21 @@ void CompositeView::hideWidthButtons()
 {
     for (size_t w = 1; w < optSwathWidth.size(); ++w)
         optSwathWidth[w]->hide();
+    showSwathExtras(false);
+}
+
+void CompositeView::showSwathExtras(bool shown)
+{
+    int x = 4;
+    for (QRadioButton *b : optSwathPattern) {
+        b->move(x, 2);
+        x += b->width() + 12;
+        b->setVisible(shown);
+        if (shown)
+            b->raise();
+    }
+    mWindow.EffectiveInfoLabel->setVisible(shown);
+    mWindow.EffectiveLabel->setVisible(shown);
 }
 
 void CompositeView::hideCardLabels()

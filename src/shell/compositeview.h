@@ -8,6 +8,7 @@
 #include "core/workspace.h"
 #include "dialogs/cardposrules.h"
 #include "dialogs/prefsrules.h"
+#include "statistics/swathpatterns.h"
 #include "views/callouts.h"
 #include "views/canvas.h"
 #include "views/swathwidthchoice.h"
@@ -77,6 +78,9 @@ public:
     std::array<QWidget *, 4> DataLabelLine{};
     std::array<QWidget *, 4> DataLabelCircle{};
     std::vector<QRadioButton *> optSwathWidth;
+    // "Racetrack" and "Back and Forth": the pattern the swath view folds.
+    std::array<QRadioButton *, 2> optSwathPattern{};
+    SwathPattern pattern() const { return mPattern; }
     bool CalloutsShown = false;
     const SwathWidthChoice &widthChoice() const { return mChoice; }
 
@@ -99,6 +103,8 @@ private:
     void loadWidthButtons(int count);
     void unloadWidthButtons();
     void hideWidthButtons();
+    // The pattern buttons and the effective swath's label line: on show with the swath view only.
+    void showSwathExtras(bool shown);
     void hideCardLabels();
     void ensureCardLabels(int count);
     QImage &canvasImage();
@@ -112,6 +118,7 @@ private:
     QImage mImage;
     UserScale mChartScale;   // the scale the last line chart left, for the callouts
     SwathWidthChoice mChoice;
+    SwathPattern mPattern = SwathPattern::Racetrack;
     PositionDialogHook mPositionDialogHook;
     bool mOn = false;
 };

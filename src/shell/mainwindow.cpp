@@ -300,7 +300,8 @@ void MainWindow::nameControls()
         {CompositeCheck, "CompositeCheck"}, {btnWriteComposite, "btnWriteComposite"}, {btnPrint, "btnPrint"},
         {BackColorOption[1], "BackColorOption1"}, {BackColorOption[2], "BackColorOption2"},
         {GraphOption[1], "GraphOption1"}, {GraphOption[2], "GraphOption2"}, {GraphOption[3], "GraphOption3"},
-        {InfoLabel[1], "InfoLabel1"}, {InfoLabel[2], "InfoLabel2"}, {InfoLabel[3], "InfoLabel3"}};
+        {InfoLabel[1], "InfoLabel1"}, {InfoLabel[2], "InfoLabel2"}, {InfoLabel[3], "InfoLabel3"},
+        {EffectiveInfoLabel, "InfoLabel4"}, {EffectiveLabel, "EffectiveLabel"}};
     for (const auto &[widget, name] : named)
         widget->setObjectName(QLatin1String(name));
 }
@@ -373,6 +374,15 @@ QWidget *MainWindow::buildResultFrame()
         stats->addWidget(InfoLabel[static_cast<size_t>(i)], i - 1, 0);
         stats->addWidget(values[static_cast<size_t>(i)], i - 1, 1);
     }
+    EffectiveInfoLabel = new QLabel(ResultFrame);
+    QFont bold = EffectiveInfoLabel->font();
+    bold.setBold(true);
+    EffectiveInfoLabel->setFont(bold);
+    EffectiveLabel = new QLabel(ResultFrame);
+    stats->addWidget(EffectiveInfoLabel, 3, 0);
+    stats->addWidget(EffectiveLabel, 3, 1);
+    EffectiveInfoLabel->hide();
+    EffectiveLabel->hide();
     lower->addLayout(stats, 1);
     auto *side = new QVBoxLayout;
     side->setSpacing(3);

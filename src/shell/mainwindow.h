@@ -83,6 +83,9 @@ struct MainWindowControls
     QLabel *VMDLabel = nullptr;
     QLabel *DropLabel = nullptr;
     QLabel *VolumeLabel = nullptr;
+    // A fourth line under the three, shown by the swath view alone: the effective swath.
+    QLabel *EffectiveInfoLabel = nullptr;
+    QLabel *EffectiveLabel = nullptr;
     QCheckBox *CompositeCheck = nullptr;
     QToolButton *btnWriteComposite = nullptr;
     QToolButton *btnPrint = nullptr;

@@ -4,6 +4,7 @@
 #include "statistics/line.h"
 #include "statistics/range.h"
 #include "statistics/swath.h"
+#include "statistics/swathpatterns.h"
 
 #include <algorithm>
 
@@ -27,6 +28,9 @@ bool BuildSwathTablesOrZero(Workspace &ws, std::string *detail)
                 set.Width = std::max<Long>(n - 1, 1);
             set.Profile.Redim(0, -1);
             set.ProfileMax = 0;
+            BuildBackForthTables(ws, s, 0);
+            set.BackForthProfile.Redim(0, -1);
+            set.BackForthProfileMax = 0;
         }
         return false;
     }

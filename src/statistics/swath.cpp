@@ -1,5 +1,6 @@
 #include "statistics/swath.h"
 
+#include "statistics/swathpatterns.h"
 #include "statistics/textvalue.h"
 
 #include <cmath>
@@ -27,10 +28,14 @@ Long ChooseSwathWidth(const SwathSet &set, Long n)
     return n - 1;
 }
 
+Single GridQuotient(const Workspace &ws)
+{
+    return DivideSingles(TextToSingle(ws.Spray.Sample_Position1), TextToSingle(ws.Spray.Sample_Interval));
+}
+
 Long SwathFirst(const Workspace &ws)
 {
-    const Single q = DivideSingles(TextToSingle(ws.Spray.Sample_Position1),
-                                   TextToSingle(ws.Spray.Sample_Interval));
+    const Single q = GridQuotient(ws);
     const double t = std::trunc(static_cast<double>(q));
     if (!(t >= -2147483648.0 && t <= 2147483647.0))
         throw Failure(kOverflow);
@@ -61,6 +66,9 @@ void BuildSwathTables(Workspace &ws)
         if (set.Width == 0)
             set.Width = ChooseSwathWidth(set, n);
     }
+    const Single q = GridQuotient(ws);
+    for (int s = 1; s <= 2; ++s)
+        BuildBackForthTables(ws, s, q - std::trunc(q));
 }
 
 SwathStat FoldAtWidth(const Workspace &ws, int setIndex, Long w)
@@ -131,6 +139,7 @@ void BuildOverlapProfile(Workspace &ws, int setIndex)
     for (const Single v : set.Profile.Items)
         if (v > set.ProfileMax)
             set.ProfileMax = v;
+    BuildBackForthProfile(set);
 }
 
 Single RateFactorForWidth(const Workspace &ws, Long w)

@@ -17,9 +17,11 @@ inline constexpr Single kCovThreshold = 0.3f;
 // Throws Failure: kTypeMismatch for a text that is not a number, kDivisionByZero for an interval
 // of 0 (kOverflow when both are 0, as the quotient 0 / 0 reports), kOverflow beyond a Long.
 Long SwathFirst(const Workspace &ws);
+// The quotient itself, a Single; throws as SwathFirst.
+Single GridQuotient(const Workspace &ws);
 
 // Fills Deposit, Stats and MaxCov of both sets from LineStats (missing entries read 0), and
-// chooses Width of a set whose Width is 0. Needs CardCount of at least 2 for any width to exist.
+// chooses Width of a set whose Width is 0; then the back-and-forth tables (swathpatterns.h). Needs CardCount of at least 2 for any width to exist.
 // Throws as SwathFirst; the sets are untouched then.
 void BuildSwathTables(Workspace &ws);
 
@@ -34,7 +36,8 @@ SwathStat FoldAtWidth(const Workspace &ws, int setIndex, Long w);
 // Sample standard deviation of values[1..m] (element 0 ignored); 0 when m is 1 or less.
 Single SampleStdDev(const std::vector<Single> &values);
 
-// Fills Profile, ProfileMax and Passes of set setIndex at its Width. Throws
+// Fills Profile, ProfileMax and Passes of set setIndex at its Width, and the back-and-forth
+// profile of the same block. Throws
 // Failure(kDivisionByZero) when Width is 0.
 void BuildOverlapProfile(Workspace &ws, int setIndex);
 

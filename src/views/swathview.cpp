@@ -2,6 +2,7 @@
 
 #include "statistics/samplingline.h"
 #include "statistics/swath.h"
+#include "statistics/swathpatterns.h"
 #include "statistics/textvalue.h"
 #include "views/linechart.h"
 #include "views/textforms.h"
@@ -25,8 +26,8 @@ int currentSet(const Workspace &ws)
 bool setUsable(const Workspace &ws, const SwathSet &set)
 {
     const Long n = ws.CardCount();
-    return set.Stats.size() >= static_cast<size_t>(n) && set.Deposit.Items.size() == static_cast<size_t>(n)
-           && set.Width >= 1 && set.Width <= n - 1;
+    return set.Stats.size() >= static_cast<size_t>(n) && set.BackForthStats.size() >= static_cast<size_t>(n)
+           && set.Deposit.Items.size() == static_cast<size_t>(n) && set.Width >= 1 && set.Width <= n - 1;
 }
 
 double profileLength(const Workspace &ws, const SwathSet &set)
@@ -118,11 +119,13 @@ void PrepareSwathView(Workspace &ws)
     } else {
         S.Profile.Redim(0, -1);
         S.ProfileMax = 0;
+        S.BackForthProfile.Redim(0, -1);
+        S.BackForthProfileMax = 0;
         S.Passes = 5;
     }
 }
 
-SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
+SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws, SwathPattern pattern)
 {
     SwathViewLayout out;
     const int n = ws.CardCount();
@@ -138,6 +141,10 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
     const std::optional<Single> typedInterval = TryTextToSingle(ws.Spray.Sample_Interval);
     const double interval = typedInterval ? static_cast<double>(*typedInterval) : 0.0;
     const QString lengthUnit = ws.Metric ? QStringLiteral("m") : QStringLiteral("ft");
+    const bool racetrack = pattern == SwathPattern::Racetrack;
+    const std::vector<SwathStat> &stats = PatternStats(S, pattern);
+    const BoundedArray<Single> &profile = racetrack ? S.Profile : S.BackForthProfile;
+    const Single profileMax = racetrack ? S.ProfileMax : S.BackForthProfileMax;
 
     // --- COV chart: x in widths (x = w - 1), y in parts of the axis top.
     c.setScaleTo(-m / 10.0, m * 1.2, 4.4, -5);
@@ -146,7 +153,7 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
     c.ForeColor = kChartBlack;
     c.FillColor = kChartRed;
     c.FillShapes = false;
-    const double cTop = CovAxisTop(S.MaxCov);
+    const double cTop = CovAxisTop(PatternMaxCov(S, pattern));
     c.DrawStyle = ChartCanvas::Style::Dotted;
     c.drawLine(0, 0.3 / cTop, m, 0.3 / cTop, kChartRed);
     c.DrawStyle = ChartCanvas::Style::Solid;
@@ -165,9 +172,26 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
             tickDown(c, x);
             widths.place(ChartText(static_cast<double>(ToSingle(interval * w)), widthPattern), x);
         }
-        const double cov = S.Stats[static_cast<size_t>(w)].Cov;
+        const double cov = stats[static_cast<size_t>(w)].Cov;
         c.drawCircle(x, (std::isfinite(cov) ? cov : 0.0) / cTop, 2);
     }
+    // The limit across the chart, and the effective swath marked on it: a stem from the axis and
+    // a larger dot at its COV, which may lie between two whole widths.
+    const double limitY = static_cast<double>(CovLimitFraction(ws.CovLimit)) / cTop;
+    c.DrawWidth = 2;
+    c.drawLine(0, limitY, m, limitY, kEffectiveSwathColour);
+    out.EffectiveWidth = FindEffectiveSwath(S, pattern, ws.CovLimit);
+    if (out.EffectiveWidth.Found) {
+        const double x = out.EffectiveWidth.Width - 1;
+        const double y = static_cast<double>(out.EffectiveWidth.Cov) / cTop;
+        c.drawLine(x, 0, x, limitY, kEffectiveSwathColour);
+        c.ForeColor = kEffectiveSwathColour;
+        c.FillColor = kEffectiveSwathColour;
+        c.drawCircle(x, y, 4);
+        c.ForeColor = kChartBlack;
+        c.FillColor = kChartRed;
+    }
+    c.DrawWidth = 1;
     rightEndLabel(c, ChartText(cTop, "0.0"), m, 1);
     c.Font = ChartFont{QStringLiteral("MS Sans Serif"), 10, true};
     titleOver(c, QStringLiteral("Coefficient of Variation"), 0, m);
@@ -185,8 +209,8 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
         if (std::isfinite(q))
             frac = static_cast<double>(q) - std::trunc(static_cast<double>(q));
     }
-    const double a = S.Profile.Empty() ? S.First() : S.Profile.Lower;
-    const double b = S.Profile.Empty() ? S.First() + n - 1 : S.Profile.Upper();
+    const double a = profile.Empty() ? S.First() : profile.Lower;
+    const double b = profile.Empty() ? S.First() + n - 1 : profile.Upper();
     const double width = S.Width;
     const double passes = S.Passes;
     const double blockEnd = width * passes;
@@ -199,10 +223,10 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
     if (!(D > 0))
         D = 1;
     c.setScaleTo(L - D / 10, D * 1.2, 1.25, -2.5);
-    const double T = ProfileAxisTop(U * S.ProfileMax * F);
+    const double T = ProfileAxisTop(U * profileMax * F);
 
     c.fillBoxUser(0, 0, blockEnd, 1, 0xffffffdc);
-    const double mean = S.Stats[static_cast<size_t>(S.Width)].Mean;
+    const double mean = stats[static_cast<size_t>(S.Width)].Mean;
     c.DrawStyle = ChartCanvas::Style::Dotted;
     c.drawLine(L, U * mean * F / T, L + D, U * mean * F / T, kChartRed);
     c.DrawStyle = ChartCanvas::Style::Solid;
@@ -227,10 +251,10 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
 
     c.DrawWidth = 3;
     std::vector<QPointF> curve;
-    if (!S.Profile.Empty()) {
-        curve.reserve(S.Profile.Items.size());
-        for (Long j = S.Profile.Lower; j <= S.Profile.Upper(); ++j)
-            curve.emplace_back(frac + j, U * S.Profile[j] * F / T);
+    if (!profile.Empty()) {
+        curve.reserve(profile.Items.size());
+        for (Long j = profile.Lower; j <= profile.Upper(); ++j)
+            curve.emplace_back(frac + j, U * profile[j] * F / T);
         c.drawPolyline(curve, kChartBlack);
     }
     curve.clear();
@@ -242,13 +266,13 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
 
     c.Font = ChartFont{QStringLiteral("MS Sans Serif"), 10, true};
     const QString profileTitle = setIndex == 1 ? QStringLiteral("Deposit Profile  (") : QStringLiteral("Drop Density Profile  (");
-    titleOver(c, profileTitle + QString::number(S.Passes) + QStringLiteral(" passes)"), L, D);
+    titleOver(c, profileTitle + QString::number(S.Passes) + (racetrack ? QStringLiteral(" passes)") : QStringLiteral(" passes, back and forth)")), L, D);
     c.Font = ChartFont{QStringLiteral("MS Sans Serif"), 8, false};
     const QString blockTitle = QStringLiteral("Position Across Block (") + lengthUnit + QLatin1Char(')');
     labelUnder(c, blockTitle, L + D / 2, 10 + c.textHeightPixels(blockTitle));
 
     // --- The labels beside the size graph take the values of this width.
-    const SwathStat &st = S.Stats[static_cast<size_t>(S.Width)];
+    const SwathStat &st = stats[static_cast<size_t>(S.Width)];
     const QString valueUnit = setIndex == 1
                                   ? QString::fromStdString(ws.DepositUnit[static_cast<size_t>(ws.UnitIndex())])
                                   : QStringLiteral("drops/cm ") + QChar(0x00B2);
@@ -258,6 +282,14 @@ SwathViewLayout DrawSwathView(ChartCanvas &c, const Workspace &ws)
     out.Vmd = FixedText(st.Cov, 2);
     out.Drop = FixedText(U * st.Mean * F, 2) + QLatin1Char(' ') + valueUnit;
     out.Volume = FixedText(U * st.Max * F, 2) + QStringLiteral(" / ") + FixedText(U * st.Min * F, 2);
+    out.Info4 = QStringLiteral("Effective:");
+    if (out.EffectiveWidth.Found) {
+        const double metres = static_cast<double>(ToSingle(interval * out.EffectiveWidth.Width));
+        out.Effective = ChartText(metres, "0.0#") + QLatin1Char(' ') + lengthUnit + QStringLiteral(" at ")
+                        + FixedText(out.EffectiveWidth.Cov, 2);
+    } else {
+        out.Effective = QStringLiteral("None");
+    }
     out.Drawn = true;
     return out;
 }

@@ -5,6 +5,7 @@
 // width buttons stand and what the labels beside the size graph read.
 
 #include "core/workspace.h"
+#include "statistics/swathpatterns.h"
 #include "views/chartcanvas.h"
 
 #include <QString>
@@ -21,6 +22,9 @@ struct SwathViewLayout
     // The six labels beside the size graph.
     QString Info1, Info2, Info3;
     QString Vmd, Drop, Volume;
+    // The line under them: the effective swath of the pattern drawn.
+    QString Info4, Effective;
+    EffectiveSwath EffectiveWidth;
 };
 
 // The value factors of a set: U (DepositFactor for the deposit set, 1 for drop density) and F
@@ -46,7 +50,12 @@ void PrepareSwathView(Workspace &ws);
 
 // Draws the view of the current set, as PrepareSwathView left it, on canvas; with fewer than 3
 // cards or without prepared tables only clears it. The profile box holds the whole block, and the
-// labels under it never run together.
-SwathViewLayout DrawSwathView(ChartCanvas &canvas, const Workspace &ws);
+// labels under it never run together. pattern chooses the fold and profile drawn; the COV chart
+// also shows the limit (CovLimit) and marks the effective swath.
+SwathViewLayout DrawSwathView(ChartCanvas &canvas, const Workspace &ws,
+                              SwathPattern pattern = SwathPattern::Racetrack);
+
+// Colour of the limit line and of the mark at the effective swath.
+inline constexpr QRgb kEffectiveSwathColour = 0xff0000c0;
 
 } // namespace velmara

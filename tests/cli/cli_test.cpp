@@ -103,7 +103,9 @@ TEST_F(CliTest, UsageErrorsExitTwoWithOneLine)
                              "scan --cells 1,,2 a.bmp", "scan --offset=1 a.bmp", "scan a.bmp --dpi",
                              "scan --bogus=1 a.bmp", "clip a.bmp", "line --range 5:1 a.bmp", "line --range nan:1 a.bmp",
                              "clip --offset 1e9991:0.2 a.bmp", "scan --jobs 0 a.bmp", "scan --from-json a.json",
-                             "line --from-json --recursive a.json"}) {
+                             "line --from-json --recursive a.json",
+                             "line --cov-limit 0.5 a.bmp",
+                             "line --cov-limit 101 a.bmp", "line --cov-limit many a.bmp", "scan --cov-limit 25 a.bmp"}) {
         const CliRun r = runCli(args, dir);
         EXPECT_EQ(r.status, 2) << args;
         EXPECT_TRUE(r.out.empty()) << args;
@@ -113,7 +115,8 @@ TEST_F(CliTest, UsageErrorsExitTwoWithOneLine)
     EXPECT_EQ(help.status, 0);
     for (const char *opt : {"--settings", "--dpi", "--hue", "--invert-hue", "--background", "--dither", "--no-log",
                             "--json", "--position1", "--interval", "--range", "--out", "--format", "--template",
-                            "--jobs", "--recursive", "--summary", "--from-json"})
+                            "--jobs", "--recursive", "--summary", "--from-json",
+                            "--cov-limit"})
         EXPECT_NE(help.out.find(opt), std::string::npos) << opt;
 }
 
@@ -255,7 +258,7 @@ TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
     fs::path b = card("b.bmp", 9);
     const fs::path c = card("c.bmp", 14);
     const fs::path out = dir / "line.csv";
-    CliRun r = runCli("line --json --format csv --range 1:100000 --position1 -45 --interval 2.5 --out "
+    CliRun r = runCli("line --json --format csv --range 1:100000 --position1 -45 --interval 2.5 --cov-limit 12.5 --out "
                           + out.string() + " " + base() + c.string() + " " + a.string() + " " + b.string(),
                       dir);
     EXPECT_EQ(r.status, 0) << r.err;
@@ -264,6 +267,9 @@ TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
     EXPECT_NE(r.out.find("\"Sample_Position1\":\"-45\""), std::string::npos);
     EXPECT_NE(r.out.find("\"Position\":-42.5"), std::string::npos) << r.out.substr(0, 400);
     EXPECT_NE(r.out.find("\"SwathSets\":[{\"First\":-18"), std::string::npos);
+    EXPECT_NE(r.out.find("\"CovLimit\":12.5,"), std::string::npos);
+    EXPECT_NE(r.out.find("\"BackAndForth\":{\"Stats\":[{\"Width\":1,"), std::string::npos);
+    EXPECT_NE(r.out.find("\"Effective\":{\"Racetrack\":{\"Width\":"), std::string::npos);
     EXPECT_NE(r.out.find("\"ResultsFile\":{\"Path\":\"" + out.string() + "\",\"Format\":\"csv\"}"), std::string::npos);
     // One whole-table range: all stains of radius 4 have one size, so 1..100000 cuts nothing
     // off and no size-range record is due.
@@ -278,6 +284,7 @@ TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("Size range: 200.0 to 5000.0"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("Size-range records: 2 scan logs"), std::string::npos) << r.out;
+    EXPECT_EQ(r.out.find("Effective swath"), std::string::npos) << "two cards have no swath analysis";
     for (const char *name : {"a.scn", "b.scn"})
         EXPECT_NE(readFile(dir / name).find("Droplet Size Range:"), std::string::npos) << name;
 }

@@ -3,6 +3,7 @@
 #include "core/numberform.h"
 #include "support/recordingreportcanvas.h"
 #include "statistics/line.h"
+#include "statistics/swathpatterns.h"
 #include "sampleline.h"
 
 #include <gtest/gtest.h>
@@ -512,4 +513,55 @@ TEST_F(ReportPagesTest, LongTextsOfTheParametersPageWrapInsideTheRightMargin)
         EXPECT_EQ(joined, text);
         EXPECT_GE(lines, 2) << text;
     }
+}
+
+// With the extended results each COV graph also holds the back-and-forth COVs as squares, the COV
+// limit and the two effective swaths; without them the page is the one of four pages.
+TEST_F(ReportPagesTest, SwathPageGivesBothPatternsWithTheExtendedResults)
+{
+    MakeLine(ws, LineSpec{8});
+    ws.CovLimit = 60;
+    const Drawn plain(ws, true, 4);
+    ws.ExtendedResults = true;
+    const Drawn extended(ws, true, 4);
+    const ReportColour blue = ReportRgb(0, 0, 192);
+    auto squares = [](const RecordingReportCanvas &c) {
+        return std::count_if(c.calls.begin(), c.calls.end(), [](const Call &k) {
+            return k.op == Op::Rect && std::abs(k.x2 - k.x1 - 1.0 / 16) < 1e-9 && !k.filled;
+        });
+    };
+    auto blueLines = [&](const RecordingReportCanvas &c) {
+        std::vector<const Call *> out;
+        for (const Call &k : c.calls)
+            if (k.op == Op::Line && k.colour == blue)
+                out.push_back(&k);
+        return out;
+    };
+    EXPECT_EQ(squares(plain), 0);
+    EXPECT_TRUE(blueLines(plain).empty());
+    EXPECT_EQ(squares(extended), 2 * 7);
+    for (int s = 1; s <= 2; ++s) {
+        const SwathSet &set = ws.SwathSets[static_cast<size_t>(s)];
+        const double Zs = s == 1 ? 5.75 : 1.0;
+        const Single top = std::max(set.MaxCov, set.BackForthMaxCov);
+        const double V = std::max(1.0, std::floor(top * 12.0f + 0.9999) / 10);
+        const auto lines = blueLines(extended);
+        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](const Call *k) {
+            return std::abs(k->y1 - (Zs + 0.6 / V)) < 1e-6 && std::abs(k->x2 - k->x1 - 6.5) < 1e-9;
+        })) << s;
+        for (SwathPattern p : {SwathPattern::Racetrack, SwathPattern::BackAndForth}) {
+            const EffectiveSwath e = FindEffectiveSwath(set, p, 60);
+            if (!e.Found)
+                continue;
+            const double x = 1 + 6.5 * (e.Width - 1) / 6;
+            EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](const Call *k) {
+                return std::abs(k->x1 - x) < 1e-9 && std::abs(k->y1 - Zs) < 1e-9;
+            })) << s;
+        }
+    }
+    const auto words = std::find_if(extended.calls.begin(), extended.calls.end(),
+                                    [](const Call &k) { return k.op == Op::Text && k.text.rfind("COV limit 60.0 %: Racetrack (dots) ", 0) == 0; });
+    ASSERT_NE(words, extended.calls.end());
+    EXPECT_EQ(words->font.Size, 8);
+    EXPECT_GT(words->x1, 1.0); // right-aligned over the graph, clear of its title
 }

@@ -298,3 +298,35 @@ TEST_F(ResultsFileTest, SizeRangeRecordsGoToTheLogsOfTheScannedCards)
     EXPECT_TRUE(bad.Cards.empty());
     EXPECT_EQ(bad.Message.rfind("There was an error writing the data file.\r\rError: ", 0), 0u);
 }
+
+// With the extended results the file keeps every byte of its sections and adds both patterns
+// after them: the COV of each at every whole width, then the effective swaths.
+TEST_F(ResultsFileTest, ExtendedResultsAddBothSwathPatterns)
+{
+    Workspace ws = ReadLine(kLines / "line_a.cards");
+    ws.LogAnalysis = false;
+    ws.ExtendedResults = true;
+    EnterCompositeView(ws);
+    const int widths = ws.CardCount() - 1;
+    for (const auto &[format, ext, title, tail] :
+         {std::tuple(ResultsFormat::Text, ".txt", "Swath Patterns:\r\n---------------\r\n", ""),
+          std::tuple(ResultsFormat::Csv, ".csv", "Swath Patterns\r\n", "\r\n")}) {
+        const fs::path out = mDir / (std::string("line_a") + ext);
+        ASSERT_TRUE(WriteResultsFile(ws, out.string(), format).Ok);
+        std::string expected = ReadBytes(kLines / (std::string("line_a.expected") + ext));
+        expected.resize(expected.size() - std::string(tail).size());
+        const std::string got = ReadBytes(out);
+        ASSERT_EQ(got.substr(0, expected.size()), expected) << ext;
+        const std::string block = got.substr(expected.size());
+        EXPECT_EQ(block.rfind(std::string("\r\n\r\n") + title, 0), 0u) << block.substr(0, 80);
+        // Title, headings, one row per width, an empty line, then the effective swaths.
+        const size_t effective = block.find(format == ResultsFormat::Text ? "Effective Swath:" : "Effective Swath\r\n");
+        ASSERT_NE(effective, std::string::npos);
+        const std::string table = block.substr(0, effective);
+        EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 2 + (format == ResultsFormat::Text ? 2 : 1) + 2 + widths + 1);
+        const std::string first = format == ResultsFormat::Text ? "Racetrack" : "Racetrack,";
+        EXPECT_NE(block.find("\r\n" + first, effective), std::string::npos);
+        EXPECT_NE(block.find("\r\nBack and Forth", effective), std::string::npos);
+        EXPECT_TRUE(got.size() >= std::string(tail).size() && got.compare(got.size() - 2 - std::string(tail).size(), 2, "\r\n") == 0);
+    }
+}

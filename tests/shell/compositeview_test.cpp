@@ -6,8 +6,13 @@
 #include "statistics/line.h"
 #include "statistics/range.h"
 #include "statistics/swath.h"
+#include "statistics/swathpatterns.h"
+#include "views/linechart.h"
+#include "views/swathview.h"
+#include "views/textforms.h"
 
 #include <QCheckBox>
+#include <QDir>
 #include <QGroupBox>
 #include <QLabel>
 #include <QMouseEvent>
@@ -344,4 +349,54 @@ TEST_F(CompositeTest, SpectrumWindowFollowsTheCardTheRangeAndTheComposite)
         shot.save(QString::fromLocal8Bit(dir) + QStringLiteral("/spectrum_window.png"));
         window->grab().save(QString::fromLocal8Bit(dir) + QStringLiteral("/main_window_spectrum_button.png"));
     }
+}
+
+TEST_F(CompositeTest, SwathPatternsAreChosenWithTheirButtons)
+{
+    open(6);
+    ws.CovLimit = 40;
+    enter();
+    QTabBar *strip = ctl<QTabBar>("ImageStrip");
+    QTest::mouseClick(strip, Qt::LeftButton, Qt::NoModifier, strip->tabRect(1).center());
+    QTest::qWait(20);
+    ASSERT_TRUE(view->swathTabShown());
+    QRadioButton *racetrack = ctl<QRadioButton>("optRacetrack");
+    QRadioButton *backForth = ctl<QRadioButton>("optBackAndForth");
+    ASSERT_TRUE(racetrack->isVisible() && backForth->isVisible());
+    EXPECT_TRUE(racetrack->isChecked());
+    EXPECT_EQ(ctl<QLabel>("InfoLabel4")->text(), "Effective:");
+    EXPECT_TRUE(ctl<QLabel>("EffectiveLabel")->isVisible());
+
+    // What each pattern shows: its own COV at the chosen width and its own effective swath, the
+    // limit line and the mark drawn in their colour.
+    const SwathSet &set = ws.SwathSets[1];
+    QImage shown[2];
+    for (int i = 0; i < 2; ++i) {
+        QRadioButton *b = i == 0 ? backForth : racetrack;
+        const SwathPattern pattern = i == 0 ? SwathPattern::BackAndForth : SwathPattern::Racetrack;
+        QTest::mouseClick(b, Qt::LeftButton, Qt::NoModifier, QPoint(8, b->height() / 2));
+        QTest::qWait(20);
+        EXPECT_TRUE(b->isChecked());
+        EXPECT_EQ(view->pattern(), pattern);
+        EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(),
+                  FixedText(PatternStats(set, pattern)[static_cast<size_t>(set.Width)].Cov, 2));
+        const EffectiveSwath e = FindEffectiveSwath(set, pattern, 40);
+        EXPECT_EQ(ctl<QLabel>("EffectiveLabel")->text().startsWith(e.Found ? ChartText(10 * e.Width, "0.0#") : "None"), true)
+            << ctl<QLabel>("EffectiveLabel")->text().toStdString();
+        shown[i] = view->surface()->grab().toImage();
+        int blue = 0;
+        for (int y = 0; y < shown[i].height(); ++y)
+            for (int x = 0; x < shown[i].width(); ++x)
+                blue += shown[i].pixel(x, y) == kEffectiveSwathColour;
+        EXPECT_GT(blue, shown[i].width() / 3) << "the limit line across the COV chart";
+        QDir().mkpath(QStringLiteral("/work/evidence/swath"));
+        window->grab().save(QStringLiteral("/work/evidence/swath/%1.png").arg(i == 0 ? "back-and-forth" : "racetrack"));
+    }
+    EXPECT_NE(shown[0], shown[1]);
+
+    // The line chart hides the pattern buttons and the fourth line; the choice stays.
+    QTest::mouseClick(strip, Qt::LeftButton, Qt::NoModifier, strip->tabRect(0).center());
+    QTest::qWait(20);
+    EXPECT_FALSE(racetrack->isVisible());
+    EXPECT_FALSE(ctl<QLabel>("EffectiveLabel")->isVisible());
 }

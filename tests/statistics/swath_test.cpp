@@ -1,11 +1,14 @@
 #include "statistics/swath.h"
+#include "statistics/swathpatterns.h"
 
 #include "cardmaker.h"
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <initializer_list>
 #include <tuple>
+#include <vector>
 
 using namespace velmara;
 using velmara::testing::FailureText;
@@ -201,4 +204,114 @@ TEST(SwathRateFactor, ScalesTheIntervalTimesWidthToTheFlownSwath)
     }
     ws.Spray.AC_Swath = "wide";
     EXPECT_THROW(RateFactorForWidth(ws, 3), Failure);
+}
+
+namespace {
+
+// Width in card intervals, 0 for none; the COV to expect there, or a negative one for any.
+struct Effective
+{
+    double width;
+    double cov;
+};
+
+struct PatternCase
+{
+    const char *name;
+    std::vector<double> deposits;
+    const char *position1;
+    const char *interval;
+    double limit; // percent
+    Effective racetrack;
+    Effective backForth; // width -1: compare with the racetrack's (see evener)
+    bool mirrorAgrees;   // back and forth folds as racetrack at every whole width
+    bool evener;         // back and forth reaches a wider effective swath than racetrack
+};
+
+} // namespace
+
+TEST(SwathPatterns, EffectiveSwathOfBothPatterns)
+{
+    // The uniform six: between widths 3 and 6 one lag reaches the line, so the sum of squares is
+    // 18 - 2W and COV = sqrt((18 - 2W - 36 / W) / (W - 1)) * W / 6: 0.213 at 3.2, 0.254 at 3.3.
+    // 1, 2, 3, 0 at width 3 folds onto 1, 2, 3: mean 2, deviation 1, COV exactly 0.5. A lone
+    // spike has COV sqrt(W) racetrack and meets its mirror only at W = 4 (COV 3.05) back and forth.
+    // A line rising away from the flight line meets its falling mirror: back and forth evens it.
+    const PatternCase cases[] = {
+        {"symmetric about the flight line", {1, 2, 4, 2, 1}, "-20", "10", 25, {-1, -1}, {-1, -1}, true, false},
+        {"uniform, off the grid by half", {1, 1, 1, 1, 1, 1}, "-25", "10", 25, {3.2, 0.2127}, {3.2, 0.2127}, true, false},
+        {"first card at -45 of 10", {0, 1, 3, 2, 0, 0, 2, 3, 1, 0}, "-45", "10", 40, {-1, -1}, {-1, -1}, true, false},
+        {"all deposit on one side, rising away", {1, 2, 3, 4, 5, 6, 7, 8}, "0", "1", 25, {-1, -1}, {-1, -1}, false, true},
+        {"no width meets the limit", {0, 0, 1, 0, 0}, "0", "1", 25, {0, 0}, {0, 0}, false, false},
+        {"limit met exactly", {1, 2, 3, 0}, "0", "1", 50, {3, 0.5}, {-1, -1}, false, false},
+    };
+    for (const PatternCase &c : cases) {
+        SCOPED_TRACE(c.name);
+        Workspace ws = Line({}, c.position1, c.interval);
+        for (double d : c.deposits) {
+            ws.AppendCard();
+            ws.LineStats.push_back(CardStats{0, d * 10, d});
+        }
+        BuildSwathTables(ws);
+        const SwathSet &set = ws.SwathSets[1];
+        const Long n = ws.CardCount();
+        for (Long w = 2; w <= n - 1; ++w) {
+            // Between whole widths the search reads the line as the whole-width folds do.
+            EXPECT_NEAR(CovAtWidth(set, SwathPattern::Racetrack, w), set.Stats[w].Cov, 2e-6) << w;
+            EXPECT_NEAR(CovAtWidth(set, SwathPattern::BackAndForth, w), set.BackForthStats[w].Cov, 2e-6) << w;
+            if (c.mirrorAgrees) {
+                const SwathStat &a = set.Stats[w];
+                const SwathStat &b = set.BackForthStats[w];
+                EXPECT_FLOAT_EQ(a.Cov, b.Cov) << w;
+                EXPECT_FLOAT_EQ(a.Mean, b.Mean) << w;
+                EXPECT_EQ(std::tuple(a.Max, a.Min), std::tuple(b.Max, b.Min)) << w;
+            }
+        }
+        const EffectiveSwath rt = FindEffectiveSwath(set, SwathPattern::Racetrack, c.limit);
+        const EffectiveSwath bf = FindEffectiveSwath(set, SwathPattern::BackAndForth, c.limit);
+        for (const auto &[got, want] : {std::pair(rt, c.racetrack), std::pair(bf, c.backForth)}) {
+            if (want.width < 0)
+                continue;
+            EXPECT_EQ(got.Found, want.width > 0);
+            EXPECT_DOUBLE_EQ(got.Width, want.width);
+            EXPECT_NEAR(got.Cov, want.cov, 5e-5);
+        }
+        if (c.mirrorAgrees) {
+            EXPECT_DOUBLE_EQ(bf.Width, rt.Width);
+            EXPECT_FLOAT_EQ(bf.Cov, rt.Cov);
+        }
+        if (c.evener) {
+            ASSERT_TRUE(rt.Found && bf.Found);
+            EXPECT_GT(bf.Width, rt.Width);
+        }
+        EXPECT_LE(rt.Cov, CovLimitFraction(c.limit));
+        EXPECT_LE(bf.Cov, CovLimitFraction(c.limit));
+        // Drop density is ten times the deposit: the same COVs, chosen on its own.
+        EXPECT_DOUBLE_EQ(FindEffectiveSwath(ws.SwathSets[2], SwathPattern::BackAndForth, c.limit).Width, bf.Width);
+    }
+}
+
+TEST(SwathPatterns, MirroredPassesReadBetweenCards)
+{
+    // Cards at -3, 7, 17, 27: mirrored about 0 they fall at 3, -7, ... between the cards, where
+    // the deposit is read on the straight line (6, 16, 26, then 12 on the way down to nothing).
+    Workspace ws = Line({0, 10, 20, 30}, "-3", "10");
+    BuildSwathTables(ws);
+    SwathSet &set = ws.SwathSets[1];
+    const SwathStat st = set.BackForthStats[2];
+    // Four bins over two passes: 0 + 26, 10 + 16, 20 + 6, 30 + 12.
+    EXPECT_NEAR(st.Mean, 30, 1e-4);
+    EXPECT_NEAR(st.Max, 42, 1e-4);
+    EXPECT_NEAR(st.Min, 26, 1e-4);
+    EXPECT_NEAR(st.Cov, std::sqrt(96.0) / 30, 1e-5);
+    EXPECT_EQ(FoldBackForthAtWidth(set, 2).Cov, st.Cov);
+    set.Width = 2;
+    BuildOverlapProfile(ws, 1);
+    EXPECT_EQ(set.BackForthProfile.Lower, -1);
+    const std::vector<Single> block{12, 26, 26, 26, 42, 26, 26, 26, 30, 0, 10, 20, 30, 0};
+    ASSERT_EQ(set.BackForthProfile.Items.size(), block.size());
+    for (size_t i = 0; i < block.size(); ++i)
+        EXPECT_NEAR(set.BackForthProfile.Items[i], block[i], 1e-4) << i;
+    EXPECT_NEAR(set.BackForthProfileMax, 42, 1e-4);
+    EXPECT_EQ(set.Profile.Items.size(), 13u); // the racetrack block keeps its bounds
 }

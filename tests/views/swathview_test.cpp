@@ -1,12 +1,16 @@
 #include "chartfixture.h"
 
 #include "statistics/swath.h"
+#include "statistics/swathpatterns.h"
+#include "views/linechart.h"
 #include "views/swathview.h"
 #include "views/textforms.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <string>
 
 using namespace velmara;
 using namespace velmara::testing;
@@ -22,6 +26,13 @@ Workspace uniformLine(int n, const std::string &first = "0", const std::string &
         ws.LineStats[static_cast<size_t>(i)] = {200, 5, 2};
     EXPECT_TRUE(RebuildSwathTables(ws));
     return ws;
+}
+
+// The dots of the widths: black outlines (the effective swath's mark is blue).
+size_t widthDots(const RecordingChartCanvas &c)
+{
+    const auto circles = c.of(Op::Circle);
+    return static_cast<size_t>(std::count_if(circles.begin(), circles.end(), [](const auto *call) { return call->colour == kChartBlack; }));
 }
 
 int textsCalled(const RecordingChartCanvas &c, const QString &text)
@@ -59,7 +70,7 @@ TEST(SwathCovChart, EveryWidthHasADotAndAButtonLabelsThinOutAbove20Cards)
     Workspace ws = uniformLine(21);
     RecordingChartCanvas c(700, 450);
     const SwathViewLayout layout = DrawSwath(c, ws);
-    EXPECT_EQ(c.of(Op::Circle).size(), 20u);
+    EXPECT_EQ(widthDots(c), 20u);
     ASSERT_EQ(layout.ButtonCentreX.size(), 21u);
     // k = 2: widths 1, 3, ... 19 labelled, in distance.
     EXPECT_EQ(textsCalled(c, "10"), 1);
@@ -242,7 +253,7 @@ TEST(SwathBadInput, NoIntervalFewCardsManyCards)
         ASSERT_TRUE(RebuildSwathTables(ws));
         RecordingChartCanvas c(700, 450);
         EXPECT_EQ(DrawSwath(c, ws).ButtonCentreX.size(), 1000u);
-        EXPECT_EQ(c.of(Op::Circle).size(), 999u);
+        EXPECT_EQ(widthDots(c), 999u);
         EXPECT_TRUE(AllFinite(c));
     }
     // Never built (the view builds what it needs), and a first position far out.
@@ -251,5 +262,56 @@ TEST(SwathBadInput, NoIntervalFewCardsManyCards)
         RecordingChartCanvas c(700, 450);
         EXPECT_TRUE(DrawSwath(c, ws).Drawn) << first;
         EXPECT_TRUE(AllFinite(c)) << first;
+    }
+}
+
+TEST(SwathPatternView, EachPatternDrawsItsOwnFoldLimitAndEffectiveSwath)
+{
+    // Rising away from the flight line at 0: back and forth meets its falling mirror and is
+    // even much wider. Deposit d, density 10 d, on cards 10 m apart from 0.
+    const std::vector<double> rising{1, 2, 3, 4, 5, 6, 7, 8};
+    struct Case
+    {
+        SwathPattern pattern;
+        double limit;
+        const char *title;
+    };
+    for (const Case &k : {Case{SwathPattern::Racetrack, 25, "Deposit Profile  (5 passes)"},
+                          Case{SwathPattern::BackAndForth, 25, "Deposit Profile  (5 passes, back and forth)"},
+                          Case{SwathPattern::BackAndForth, 1, "Deposit Profile  (5 passes, back and forth)"}}) {
+        Workspace ws = MakeLine(static_cast<int>(rising.size()), "0", "10");
+        for (size_t i = 0; i < rising.size(); ++i)
+            ws.LineStats[i + 1] = {200, 10 * rising[i], rising[i]};
+        ws.CovLimit = k.limit;
+        ASSERT_TRUE(RebuildSwathTables(ws));
+        RecordingChartCanvas c(700, 450);
+        PrepareSwathView(ws);
+        const SwathViewLayout layout = DrawSwathView(c, ws, k.pattern);
+        const SwathSet &set = ws.SwathSets[1];
+        const std::vector<SwathStat> &stats = PatternStats(set, k.pattern);
+        SCOPED_TRACE(k.title + std::to_string(k.limit));
+        EXPECT_NE(c.findText(k.title), nullptr);
+        EXPECT_EQ(layout.Vmd, FixedText(stats[static_cast<size_t>(set.Width)].Cov, 2));
+        // The limit line in the COV chart's units (top 4.4, height -5 over 450 pixels).
+        const double top = CovAxisTop(PatternMaxCov(set, k.pattern));
+        const auto lines = c.of(Op::Line);
+        const bool limitDrawn = std::any_of(lines.begin(), lines.end(), [&](const auto *l) {
+            return l->colour == kEffectiveSwathColour
+                   && std::abs(l->points[0].y() - (k.limit / 100 / top - 4.4) * 450 / -5.0) < 1e-3;
+        });
+        EXPECT_TRUE(limitDrawn);
+        const EffectiveSwath e = FindEffectiveSwath(set, k.pattern, k.limit);
+        EXPECT_EQ(layout.EffectiveWidth.Width, e.Width);
+        const auto circles = c.of(Op::Circle);
+        const auto mark = std::find_if(circles.begin(), circles.end(), [](const auto *call) { return call->colour == kEffectiveSwathColour; });
+        ASSERT_EQ(mark != circles.end(), e.Found);
+        if (e.Found) {
+            // x = W - 1 on a scale from -m / 10 over 1.2 m, m = 6.
+            EXPECT_NEAR((*mark)->points[0].x(), (e.Width - 1 + 0.6) * 700 / 7.2, 1e-6);
+            EXPECT_EQ(layout.Effective, ChartText(10 * e.Width, "0.0#") + " m at " + FixedText(e.Cov, 2));
+        } else {
+            EXPECT_EQ(layout.Effective, "None");
+        }
+        EXPECT_EQ(widthDots(c), 7u);
     }
 }
