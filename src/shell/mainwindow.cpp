@@ -273,7 +273,9 @@ void MainWindow::buildCommandPanel(QGridLayout *controls, QWidget *parent)
     // Beside the Black and White choices, so that the frame keeps its height on small screens.
     auto *boundary = new QHBoxLayout;
     boundary->setSpacing(3);
+    StainBoundaryLabel = new QLabel(QStringLiteral("Stain boundary"), MaskFrame);
     StainBoundaryBox = new QSpinBox(MaskFrame);
+    StainBoundaryLabel->setBuddy(StainBoundaryBox);
     StainBoundaryBox->setRange(0, 255);
     // A typed number re-reads the card once, on Enter, not once per digit.
     StainBoundaryBox->setKeyboardTracking(false);
@@ -281,12 +283,13 @@ void MainWindow::buildCommandPanel(QGridLayout *controls, QWidget *parent)
                                                 "which a pixel is card"));
     StainBoundaryAuto = new QCheckBox(QStringLiteral("Auto"), MaskFrame);
     StainBoundaryAuto->setToolTip(QStringLiteral("Use the boundary found from the picture"));
+    boundary->addWidget(StainBoundaryLabel);
     boundary->addWidget(StainBoundaryBox);
     boundary->addWidget(StainBoundaryAuto);
     mask->addLayout(boundary, 1, 2, Qt::AlignRight);
     mask->setColumnStretch(2, 1);
-    StainBoundaryBox->setVisible(false);
-    StainBoundaryAuto->setVisible(false);
+    for (QWidget *w : std::initializer_list<QWidget *>{StainBoundaryLabel, StainBoundaryBox, StainBoundaryAuto})
+        w->setVisible(false);
     controls->addWidget(MaskFrame, 2, 0, 1, 2, Qt::AlignTop);
 
     connect(btnLoad, &QPushButton::clicked, this, asCommand(&MainWindow::btnLoad_Click));
@@ -445,8 +448,8 @@ void MainWindow::setEmptyState()
     btnCancel->setEnabled(false);
     ResultFrame->setVisible(false);
     MaskCheck->setChecked(false);
-    StainBoundaryBox->setVisible(false);
-    StainBoundaryAuto->setVisible(false);
+    for (QWidget *w : std::initializer_list<QWidget *>{StainBoundaryLabel, StainBoundaryBox, StainBoundaryAuto})
+        w->setVisible(false);
     HueInvertCheck->setChecked(false);
     mWs.HueInvertCheck = false;
     mSliderGuard = true;

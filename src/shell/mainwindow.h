@@ -72,6 +72,7 @@ struct MainWindowControls
     QCheckBox *MaskCheck = nullptr;
     std::array<QRadioButton *, 3> BackColorOption{}; // 1 Black, 2 White
     // Card/stain boundary of a colour card, in colour steps; shown only for colour cards.
+    QLabel *StainBoundaryLabel = nullptr;
     QSpinBox *StainBoundaryBox = nullptr;
     QCheckBox *StainBoundaryAuto = nullptr;
     QGroupBox *ResultFrame = nullptr;

@@ -279,8 +279,8 @@ void MainWindow::applyCardState(const CardImage &card)
 void MainWindow::showStainBoundary(const CardImage &card)
 {
     const ColourScanInfo &colour = card.ColourScan;
-    StainBoundaryBox->setVisible(colour.Colour);
-    StainBoundaryAuto->setVisible(colour.Colour);
+    for (QWidget *w : std::initializer_list<QWidget *>{StainBoundaryLabel, StainBoundaryBox, StainBoundaryAuto})
+        w->setVisible(colour.Colour);
     // Until the card is decoded there is no boundary to show or move.
     const bool ready = colour.Colour && card.PixelsReady;
     StainBoundaryBox->setEnabled(ready);
