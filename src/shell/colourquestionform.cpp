@@ -59,7 +59,23 @@ ColourQuestionForm::ColourQuestionForm(Kind kind, const CardImage &card, const Q
 {
     auto *layout = new QVBoxLayout(this);
     layout->setSizeConstraint(QLayout::SetFixedSize);
-    if (kind == Kind::Background) {
+    if (kind == Kind::BackgroundClass) {
+        setWindowTitle(QStringLiteral("Background Colour"));
+        auto *label1 = new QLabel(
+            QStringLiteral("Velmara takes the colours shown below as the card; everything it counts as "
+                           "stain is black. They cover less than half of the card."),
+            this);
+        label1->setWordWrap(true);
+        label1->setFixedWidth(420);
+        layout->addWidget(label1);
+        layout->addWidget(previewBox(picture, this));
+        auto *label2 = new QLabel(QStringLiteral("Would you like to use these colours? The stain boundary beside "
+                                                 "Colour Masking moves the line between card and stain."),
+                                  this);
+        label2->setWordWrap(true);
+        label2->setFixedWidth(420);
+        layout->addWidget(label2);
+    } else if (kind == Kind::Background) {
         setWindowTitle(QStringLiteral("Background Colour"));
         auto *row1 = new QHBoxLayout;
         auto *label1 = new QLabel(

@@ -2,7 +2,8 @@
 // The two questions put while a card is decoded: which colour is the background, and whether a
 // second colour is a dithered background. Each shows the card with every colour but the one in
 // question blacked out (only the colour table of a copy changes; the pixels stay) and takes Yes,
-// No or Yes to All, also as the keys Y, N and A.
+// No or Yes to All, also as the keys Y, N and A. A colour card has a class of background colours
+// in place of the one index.
 
 #include "core/workspace.h"
 #include "intake/decode.h"
@@ -20,7 +21,9 @@ class ColourQuestionForm : public QDialog
 {
     Q_OBJECT
 public:
-    enum class Kind { Background, Dither };
+    // BackgroundClass: a colour card, whose picture already shows its background class in colour
+    // and the rest black; suggested and background are unused.
+    enum class Kind { Background, Dither, BackgroundClass };
 
     // Background: suggested is the likeliest background index (RealColour), background unused.
     // Dither: suggested is the suspected dither index (DitherColour), background the index chosen

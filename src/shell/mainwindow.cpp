@@ -27,6 +27,7 @@
 #include <QRadioButton>
 #include <QScrollBar>
 #include <QSlider>
+#include <QSpinBox>
 #include <QTabBar>
 #include <QTimer>
 #include <QToolButton>
@@ -269,7 +270,26 @@ void MainWindow::buildCommandPanel(QGridLayout *controls, QWidget *parent)
     mask->addWidget(MaskCheck, 0, 0, 1, 3);
     mask->addWidget(BackColorOption[1], 1, 0);
     mask->addWidget(BackColorOption[2], 1, 1);
+    // Beside the Black and White choices, so that the frame keeps its height on small screens.
+    auto *boundary = new QHBoxLayout;
+    boundary->setSpacing(3);
+    StainBoundaryLabel = new QLabel(QStringLiteral("Stain boundary"), MaskFrame);
+    StainBoundaryBox = new QSpinBox(MaskFrame);
+    StainBoundaryLabel->setBuddy(StainBoundaryBox);
+    StainBoundaryBox->setRange(0, 255);
+    // A typed number re-reads the card once, on Enter, not once per digit.
+    StainBoundaryBox->setKeyboardTracking(false);
+    StainBoundaryBox->setToolTip(QStringLiteral("Stain boundary: colour steps from the card's colour below "
+                                                "which a pixel is card"));
+    StainBoundaryAuto = new QCheckBox(QStringLiteral("Auto"), MaskFrame);
+    StainBoundaryAuto->setToolTip(QStringLiteral("Use the boundary found from the picture"));
+    boundary->addWidget(StainBoundaryLabel);
+    boundary->addWidget(StainBoundaryBox);
+    boundary->addWidget(StainBoundaryAuto);
+    mask->addLayout(boundary, 1, 2, Qt::AlignRight);
     mask->setColumnStretch(2, 1);
+    for (QWidget *w : std::initializer_list<QWidget *>{StainBoundaryLabel, StainBoundaryBox, StainBoundaryAuto})
+        w->setVisible(false);
     controls->addWidget(MaskFrame, 2, 0, 1, 2, Qt::AlignTop);
 
     connect(btnLoad, &QPushButton::clicked, this, asCommand(&MainWindow::btnLoad_Click));
@@ -282,6 +302,8 @@ void MainWindow::buildCommandPanel(QGridLayout *controls, QWidget *parent)
     connect(btnPrefs, &QToolButton::clicked, this, asCommand(&MainWindow::btnPrefs_Click));
     connect(MaskCheck, &QCheckBox::clicked, this, asCommand(&MainWindow::onMaskCheckClicked));
     connect(colours, &QButtonGroup::idClicked, this, [this](int) { command([this] { onBackColourClicked(); }); });
+    connect(StainBoundaryBox, &QSpinBox::valueChanged, this, [this](int) { command([this] { onStainBoundaryChanged(); }); });
+    connect(StainBoundaryAuto, &QCheckBox::clicked, this, asCommand(&MainWindow::onStainBoundaryAutoClicked));
 }
 
 void MainWindow::nameControls()
@@ -299,6 +321,7 @@ void MainWindow::nameControls()
         {VMDLabel, "VMDLabel"}, {DropLabel, "DropLabel"}, {VolumeLabel, "VolumeLabel"},
         {CompositeCheck, "CompositeCheck"}, {btnWriteComposite, "btnWriteComposite"}, {btnPrint, "btnPrint"},
         {BackColorOption[1], "BackColorOption1"}, {BackColorOption[2], "BackColorOption2"},
+        {StainBoundaryBox, "StainBoundaryBox"}, {StainBoundaryAuto, "StainBoundaryAuto"},
         {GraphOption[1], "GraphOption1"}, {GraphOption[2], "GraphOption2"}, {GraphOption[3], "GraphOption3"},
         {InfoLabel[1], "InfoLabel1"}, {InfoLabel[2], "InfoLabel2"}, {InfoLabel[3], "InfoLabel3"},
         {EffectiveInfoLabel, "InfoLabel4"}, {EffectiveLabel, "EffectiveLabel"}};
@@ -442,6 +465,8 @@ void MainWindow::setEmptyState()
     btnCancel->setEnabled(false);
     ResultFrame->setVisible(false);
     MaskCheck->setChecked(false);
+    for (QWidget *w : std::initializer_list<QWidget *>{StainBoundaryLabel, StainBoundaryBox, StainBoundaryAuto})
+        w->setVisible(false);
     HueInvertCheck->setChecked(false);
     mWs.HueInvertCheck = false;
     mSliderGuard = true;

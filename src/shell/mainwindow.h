@@ -30,6 +30,7 @@ class QPushButton;
 class QRadioButton;
 class QScrollBar;
 class QSlider;
+class QSpinBox;
 class QTabBar;
 class QToolButton;
 
@@ -39,6 +40,7 @@ class CardView;
 class CompositeView;
 class InfoForm;
 class PictureBox;
+struct Picture;
 class PrinterAccess;
 class SettingsStore;
 class SpectrumWindow;
@@ -70,6 +72,10 @@ struct MainWindowControls
     QGroupBox *MaskFrame = nullptr;
     QCheckBox *MaskCheck = nullptr;
     std::array<QRadioButton *, 3> BackColorOption{}; // 1 Black, 2 White
+    // Card/stain boundary of a colour card, in colour steps; shown only for colour cards.
+    QLabel *StainBoundaryLabel = nullptr;
+    QSpinBox *StainBoundaryBox = nullptr;
+    QCheckBox *StainBoundaryAuto = nullptr;
     QGroupBox *ResultFrame = nullptr;
     PictureBox *ResultPic = nullptr;
     QLabel *SizeRangeLabel = nullptr;
@@ -153,6 +159,8 @@ public:
     // kind 0 asks for the background, 1 for the dither colour.
     using QuestionHook = std::function<Answer(int kind, int cardIndex, Byte suggested, Byte background)>;
     Answer askQuestion(int kind, int cardIndex, Byte suggested, Byte background);
+    // The background question of a colour card, asked once the card is decoded into indexes.
+    Answer askClassQuestion(int cardIndex, const Picture &indexes);
     void setQuestionHook(QuestionHook hook) { mQuestionHook = std::move(hook); }
     // Message boxes go through this; tests collect them instead of showing boxes.
     using MessageHook = std::function<void(const QString &text)>;
@@ -232,6 +240,10 @@ private:
     void onMaskCheckClicked();
     void onHueInvertClicked();
     void onBackColourClicked();
+    void onStainBoundaryChanged();
+    void onStainBoundaryAutoClicked();
+    void showStainBoundary(const CardImage &card);
+    void reclassifyCard(int boundaryOverride);
     void onResultPressed(int button, int shift, double x, double y);
     void onResultMoved(int buttons, int shift, double x, double y);
     void onResultReleased();

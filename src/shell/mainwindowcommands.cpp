@@ -42,7 +42,9 @@
 #include <QPushButton>
 #include <QRadioButton>
 #include <QScrollBar>
+#include <QSignalBlocker>
 #include <QSlider>
+#include <QSpinBox>
 #include <QTabBar>
 #include <QToolButton>
 
@@ -86,8 +88,14 @@ class WindowQuestions : public DecodeQuestions
 {
 public:
     explicit WindowQuestions(MainWindow &window) : mWindow(window) {}
-    Answer AskBackground(const Workspace &, int cardIndex, Byte likeliestIndex) override
+    Answer AskBackground(const Workspace &ws, int cardIndex, Byte likeliestIndex) override
     {
+        // A colour card's class can be shown only from its indexes, which the decoder hands over
+        // at its end; every answer keeps the class, so the question waits until then.
+        if (ws.Card(cardIndex).ColourScan.Colour) {
+            mClassAsked = true;
+            return Answer::Yes;
+        }
         return mWindow.askQuestion(0, cardIndex, likeliestIndex, 0);
     }
     Answer AskDither(const Workspace &, int cardIndex, Byte backgroundIndex, Byte ditherIndex) override
@@ -95,8 +103,11 @@ public:
         return mWindow.askQuestion(1, cardIndex, ditherIndex, backgroundIndex);
     }
 
+    bool classAsked() const { return mClassAsked; }
+
 private:
     MainWindow &mWindow;
+    bool mClassAsked = false;
 };
 
 } // namespace
@@ -263,6 +274,72 @@ void MainWindow::applyCardState(const CardImage &card)
     for (QWidget *w : std::initializer_list<QWidget *>{Slider1, Slider2, HueInvertCheck, MaskFrame, MaskCheck,
                                                        BackColorOption[1], BackColorOption[2]})
         w->setEnabled(decoded);
+    showStainBoundary(card);
+}
+
+void MainWindow::showStainBoundary(const CardImage &card)
+{
+    const ColourScanInfo &colour = card.ColourScan;
+    for (QWidget *w : std::initializer_list<QWidget *>{StainBoundaryLabel, StainBoundaryBox, StainBoundaryAuto})
+        w->setVisible(colour.Colour);
+    // Until the card is decoded there is no boundary to show or move.
+    const bool ready = colour.Colour && card.PixelsReady;
+    StainBoundaryBox->setEnabled(ready);
+    StainBoundaryAuto->setEnabled(ready);
+    const QSignalBlocker quietBox(StainBoundaryBox);
+    StainBoundaryBox->setSpecialValueText(ready ? QString() : QStringLiteral("Auto"));
+    StainBoundaryBox->setValue(ready ? colour.StainBoundary : StainBoundaryBox->minimum());
+    StainBoundaryAuto->setChecked(colour.BoundaryOverride < 0);
+    if (ready)
+        StainBoundaryAuto->setToolTip(QStringLiteral("Use the boundary found from the picture (%1)")
+                                          .arg(colour.AutoBoundary));
+}
+
+void MainWindow::onStainBoundaryChanged()
+{
+    if (mWs.CardCount() == 0 || !StainBoundaryBox->isEnabled())
+        return;
+    const CardImage &card = mWs.Card(mWs.CurrentCard);
+    if (!card.ColourScan.Colour || !card.PixelsReady || StainBoundaryBox->value() == card.ColourScan.StainBoundary)
+        return;
+    reclassifyCard(StainBoundaryBox->value());
+}
+
+void MainWindow::onStainBoundaryAutoClicked()
+{
+    if (mWs.CardCount() == 0)
+        return;
+    const CardImage &card = mWs.Card(mWs.CurrentCard);
+    if (!card.ColourScan.Colour || !card.PixelsReady)
+        return;
+    // Unticking keeps the class as it is, now held by the card's own boundary.
+    reclassifyCard(StainBoundaryAuto->isChecked() ? -1 : card.ColourScan.StainBoundary);
+}
+
+void MainWindow::reclassifyCard(int boundaryOverride)
+{
+    if (passRunning())
+        return;
+    const int index = mWs.CurrentCard;
+    CardImage &card = mWs.Card(index);
+    card.ColourScan.BoundaryOverride = boundaryOverride;
+    const int boundary = boundaryOverride >= 0   ? boundaryOverride
+                         : mWs.StainBoundary >= 0 ? std::min(mWs.StainBoundary, 255)
+                                                  : card.ColourScan.AutoBoundary;
+    if (boundary == card.ColourScan.StainBoundary) {
+        showStainBoundary(card);
+        return;
+    }
+    // The stain pixels follow from the class, so the card is decoded again and its count is void.
+    card.PixelsReady = false;
+    card.Scanned = false;
+    decodeCard(index);
+    mWs.CancelRequested = false;
+    selectCard(index);
+    if (MaskCheck->isChecked()) {
+        BuildMask();
+        PaintCard();
+    }
 }
 
 void MainWindow::updateScrollBars()
@@ -483,6 +560,18 @@ Answer MainWindow::askQuestion(int kind, int cardIndex, Byte suggested, Byte bac
     return form.choice();
 }
 
+Answer MainWindow::askClassQuestion(int cardIndex, const Picture &indexes)
+{
+    if (mQuestionHook)
+        return mQuestionHook(0, cardIndex, 0, 0);
+    const CardImage &card = mWs.Card(cardIndex);
+    ColourQuestionForm form(ColourQuestionForm::Kind::BackgroundClass, card,
+                            toImage(BackgroundClassPreview(card, indexes)).copy(0, 0, 420, 220), 0, 0, this);
+    form.exec();
+    repaint();
+    return form.choice();
+}
+
 bool MainWindow::decodeCard(int index)
 {
     WindowQuestions questions(*this);
@@ -493,6 +582,8 @@ bool MainWindow::decodeCard(int index)
     const bool colour = mWs.Card(index).ColourScan.Colour;
     const DecodeResult result = colour ? DecodeColourCard(mWs, index, questions, *mProgress, &indexes)
                                        : DecodeCard(mWs, index, questions, *mProgress);
+    if (colour && result.Ok && questions.classAsked() && askClassQuestion(index, indexes) == Answer::YesToAll)
+        mWs.DisableBackgroundWarning = true;
     if (colour && result.Ok && !indexes.Data.empty() && mWs.ShownCard == index) {
         mShownPicture = toImage(indexes);
         mOriginalTable = mShownPicture.colorTable();
