@@ -177,9 +177,17 @@ int AutomaticBoundary(const Gathered &g, std::uint64_t pixels)
             s += g.distance[static_cast<size_t>(k)];
         return s;
     };
-    int peak = floor4 + 1;
+    // JPEG artefacts and sensor noise leave a tail falling away from the floor that can outweigh
+    // a few small stains: the stains' own colour is the mode beyond where that tail bottoms out.
+    // The walk starts where its window no longer reaches below the floor.
+    int start = floor4 + 9;
+    while (start < kMaxD4 && window(start + 1, 8) <= window(start, 8))
+        ++start;
+    if (start >= kMaxD4)
+        start = floor4 + 1;
+    int peak = start;
     std::uint64_t best = 0;
-    for (int k = floor4 + 1; k <= kMaxD4; ++k) {
+    for (int k = start; k <= kMaxD4; ++k) {
         const std::uint64_t s = window(k, 4);
         if (s > best) {
             best = s;

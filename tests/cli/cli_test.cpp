@@ -725,6 +725,23 @@ TEST_F(CliTest, ColourScansAreReadForTheRunAndToldInTheJson)
         EXPECT_EQ(runCli("scan " + base() + bad + files, dir).status, 2) << bad;
 }
 
+// The bundled colour line, JPEG artefacts included: each card's count stays near the stains it
+// was drawn with (the artefacts' tail once set a JPEG card's boundary among the noise).
+TEST_F(CliTest, ColourSamplesCountNearTheirStainLists)
+{
+    for (int n = 1; n <= 6; ++n) {
+        const std::string stem = std::string(VELMARA_SOURCE_DIR) + "/samples/colour/card0" + std::to_string(n);
+        const std::string file = stem + (n % 2 ? ".png" : ".jpg");
+        const CliRun r = runCli("scan --json --no-log --colour-scans " + base() + file, dir);
+        ASSERT_EQ(r.status, 0) << r.err;
+        const size_t at = r.out.find("\"StainCount\":");
+        ASSERT_NE(at, std::string::npos);
+        const long found = std::stol(r.out.substr(at + 13));
+        const long drawn = static_cast<long>(count(readFile(stem + ".stains.csv"), "\n")) - 1;
+        EXPECT_NEAR(found, drawn, 0.25 * drawn) << file; // touching stains merge
+    }
+}
+
 // --- Batches: several cards at once, folders, the summary file, lines from shards.
 
 namespace {
