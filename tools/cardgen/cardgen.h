@@ -229,8 +229,8 @@ struct ColourCardSpec
 class ColourCard
 {
 public:
-    // Places the stains (or takes the spec's own) and measures their areas. A spec whose sizes
-    // are below 1 gives a card of width 0.
+    // Places the stains (or takes the ones given) and measures their areas. Sizes below 1 give a
+    // card of width 0.
     explicit ColourCard(ColourCardSpec spec);
 
     int width() const { return mSpec.width; }
