@@ -112,6 +112,10 @@ void sortByName(Workspace &ws)
     std::vector<size_t> order(cards.size() - 1);
     std::iota(order.begin(), order.end(), size_t{1});
     const auto name = [&](size_t i) -> const std::string & { return cards[i].FileName; };
+    // Shards and folders usually come in order already; a card record is large to move.
+    if (std::is_sorted(cards.begin() + 1, cards.end(),
+                       [](const CardImage &a, const CardImage &b) { return a.FileName < b.FileName; }))
+        return;
     std::sort(order.begin(), order.end(), [&](size_t a, size_t b) { return name(a) < name(b); });
     if (std::adjacent_find(order.begin(), order.end(), [&](size_t a, size_t b) { return name(a) == name(b); })
         != order.end()) {
@@ -241,33 +245,25 @@ void Session::refuse(const std::string &path, const std::string &message)
     mSummary.refused(path, message);
 }
 
-void Session::loadOne(const std::string &path, bool inFolder)
-{
-    const LoadResult r = LoadImage(mWs, path);
-    if (r.Ok)
-        return;
-    // In a folder only a card that cannot be read is a refusal; another kind of file is told and
-    // passed over.
-    if (inFolder && r.Exclamation)
-        tell(path + ": " + OneLine(r.Message) + " Skipped.");
-    else
-        refuse(path, OneLine(r.Message));
-}
-
 void Session::loadImages(const std::vector<std::string> &paths)
 {
     namespace fs = std::filesystem;
+    // Every file first, then one registration of them all: a folder of thousands of cards is
+    // registered by every job at once.
+    std::vector<std::string> files;
+    std::vector<bool> inFolder;
     for (const std::string &path : paths) {
         std::error_code ec;
         if (!fs::is_directory(path, ec)) {
-            loadOne(path, false);
+            files.push_back(path);
+            inFolder.push_back(false);
             continue;
         }
-        std::vector<std::string> files;
+        std::vector<std::string> found;
         const auto take = [&](const fs::directory_entry &entry) {
             std::error_code typeError;
             if (!entry.is_directory(typeError) && !isScanLog(entry.path()))
-                files.push_back(entry.path().string());
+                found.push_back(entry.path().string());
         };
         if (mOptions.recursive) {
             for (fs::recursive_directory_iterator it(path, fs::directory_options::skip_permission_denied, ec), end;
@@ -279,12 +275,23 @@ void Session::loadImages(const std::vector<std::string> &paths)
         }
         if (ec)
             tell(path + ": the folder could not be read whole: " + ec.message());
-        else if (files.empty())
+        else if (found.empty())
             tell(path + ": the folder holds no cards");
-        std::sort(files.begin(), files.end());
-        mWs.Cards.reserve(mWs.Cards.size() + files.size());
-        for (const std::string &file : files)
-            loadOne(file, true);
+        std::sort(found.begin(), found.end());
+        files.insert(files.end(), found.begin(), found.end());
+        inFolder.resize(files.size(), true);
+    }
+    const std::vector<LoadResult> results = LoadImages(mWs, files, jobs());
+    for (size_t i = 0; i < files.size(); ++i) {
+        const LoadResult &r = results[i];
+        if (r.Ok)
+            continue;
+        // In a folder only a card that cannot be read is a refusal; another kind of file is told
+        // and passed over.
+        if (inFolder[i] && r.Exclamation)
+            tell(files[i] + ": " + OneLine(r.Message) + " Skipped.");
+        else
+            refuse(files[i], OneLine(r.Message));
     }
     sortByName(mWs);
     mWs.CurrentCard = 1;
@@ -391,12 +398,17 @@ void Session::removeClips()
         std::filesystem::remove(mClipDir, ec);
 }
 
+int Session::jobs() const
+{
+    return mOptions.jobs > 0 ? mOptions.jobs : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+}
+
 bool Session::scanAll()
 {
     OptionAnswers answers(mOptions);
     CliHooks hooks(*this, mWs, mSummary);
     ScanAllOptions options;
-    options.Jobs = mOptions.jobs > 0 ? mOptions.jobs : static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    options.Jobs = jobs();
     // Nothing after the scan looks at a pixel again; the size tables are what the run needs.
     options.ReleasePixels = true;
     ScanAllCards(mWs, answers, hooks, mProgress, options);

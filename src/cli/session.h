@@ -65,7 +65,7 @@ public:
 
 private:
     void refuse(const std::string &path, const std::string &message);
-    void loadOne(const std::string &path, bool inFolder);
+    int jobs() const; // --jobs, or one per core
 
     const Options &mOptions;
     Workspace mWs;

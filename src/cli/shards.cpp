@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <string_view>
 
 namespace velmara::cli {
@@ -141,20 +142,22 @@ bool ReadShard(const std::string &path, Workspace &ws, std::vector<Refusal> &ref
         error = "cannot read " + path + (std::filesystem::exists(path, ec) ? "" : ": there is no such file");
         return false;
     }
-    std::string text;
     file.seekg(0, std::ios::end);
-    text.resize(static_cast<size_t>(std::max<std::streamoff>(file.tellg(), 0)));
+    const size_t size = static_cast<size_t>(std::max<std::streamoff>(file.tellg(), 0));
     file.seekg(0);
-    if (!file.read(text.data(), static_cast<std::streamsize>(text.size()))) {
+    // Not a std::string: it would first fill the tens of megabytes of a large shard with zeros.
+    const std::unique_ptr<char[]> bytes(new char[size]);
+    if (!file.read(bytes.get(), static_cast<std::streamsize>(size))) {
         error = "cannot read " + path;
         return false;
     }
+    const std::string_view text(bytes.get(), size);
     const std::string notOne = path + " is not a JSON file written by 'velmara-cli scan --json'";
 
     // A card record is large: room for all of them at once rather than moving them as the list
     // grows (only cards have a FullPath).
     size_t expected = 0;
-    for (size_t at = text.find("\"FullPath\":"); at != std::string::npos; at = text.find("\"FullPath\":", at + 1))
+    for (size_t at = text.find("\"FullPath\":"); at != std::string_view::npos; at = text.find("\"FullPath\":", at + 1))
         ++expected;
     if (ws.Cards.size() + expected > ws.Cards.capacity())
         ws.Cards.reserve(std::max(ws.Cards.size() + expected, 2 * ws.Cards.capacity()));

@@ -5,12 +5,17 @@
 #include "intake/rowreader.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cmath>
 #include <memory>
 #include <filesystem>
 #include <sys/stat.h>
 #include <system_error>
+#include <thread>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
 namespace velmara {
 
@@ -174,54 +179,57 @@ Probe ProbeTif(const std::string &path)
 
 double MicronsPerPixelAt(double dpi) { return ((1.0 / dpi) / 12.0 / 3.2808) * 1000000.0; }
 
-LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::string &folder)
-{
-    LoadResult result;
-    ws.CompositeCheck = false; // loading always leaves the composite view
+namespace {
 
+// What registration learns of one file without touching the card list, so that many files can be
+// looked at side by side and then entered in order.
+struct Examined
+{
+    std::string path, fileName, canonical;
+    bool wrongType = false; // refused by name, before the duplicate check
+    LoadResult refusal;     // otherwise refused when its Message is set
+    Probe probe;
+    bool colour = false;
+    RowPictureInfo info;
+    std::uint64_t fileBytes = 0;
+};
+
+Examined Examine(const Workspace &ws, const std::string &fileName, const std::string &folder)
+{
+    Examined e;
+    e.fileName = fileName;
+    LoadResult &result = e.refusal;
     const std::string ext = LowerLastThree(fileName);
     const std::string extension = LowerExtension(fileName);
     const bool colourOnly = ws.ColourScans && ColourOnlyExtension(extension);
     const bool tiff = ws.ColourScans && extension == "tiff";
     if (ext != "bmp" && ext != "gif" && ext != "tif" && !colourOnly && !tiff) {
+        e.wrongType = true;
         result.Message = "'" + fileName + "' is an unsupported file type.";
         result.Exclamation = true;
-        return result;
+        return e;
     }
-    const std::string path = folder + fileName;
-    const std::string canonical = CanonicalPath(path);
-    for (int i = 1; i <= ws.CardCount(); ++i) {
-        const CardImage &other = ws.Card(i);
-        if (other.FullPath == path || other.Source.CanonicalPath == canonical) {
-            result.Message = "'" + other.FileName + "' has\ralready been opened.";
-            return result;
-        }
-    }
+    e.path = folder + fileName;
+    const std::string &path = e.path;
+    e.canonical = CanonicalPath(path);
     result.Message = KindRefusal(path, fileName);
     if (!result.Message.empty())
-        return result;
-
-    const int index = ws.AppendCard();
-    CardImage &card = ws.Card(index);
-    card.FullPath = path;
-    card.FileName = fileName;
-    card.Position = 0;
+        return e;
 
     const std::string kind = LowerLastThree(path);
     bool badSignature = false;
-    Probe probe;
+    Probe &probe = e.probe;
     if (!colourOnly)
         probe = kind == "bmp" ? ProbeBmp(path) : kind == "gif" ? ProbeGif(path, fileName, badSignature) : ProbeTif(path);
     const auto refuse = [&](std::string message) {
-        ws.WithdrawCard();
         result.Message = std::move(message);
-        return result;
+        return e;
     };
     // With colour scans on, an 8-bit colour-table picture still goes the 8-bit way; every other
     // picture, and one whose 8-bit probe fails for its depth, goes the colour way.
-    const bool colour = colourOnly || (ws.ColourScans && !badSignature && probe.depth != 8);
-    RowPictureInfo info;
-    if (colour) {
+    e.colour = colourOnly || (ws.ColourScans && !badSignature && probe.depth != 8);
+    RowPictureInfo &info = e.info;
+    if (e.colour) {
         std::string error;
         const std::unique_ptr<PictureRows> rows = OpenPictureRows(path, error);
         if (!rows)
@@ -250,35 +258,134 @@ LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::stri
     if (ws.DefaultRes <= 0)
         return refuse("Error: The default image resolution (DefaultRes) is " + std::to_string(ws.DefaultRes) +
                       " dpi; set a resolution above 0 under Preferences (--dpi for the command line).");
-
     struct stat st = {};
-    card.Source.CanonicalPath = canonical;
-    card.Source.FileBytes = ::stat(path.c_str(), &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
-    card.Source.PixelOffset = probe.pixelOffset;
-    card.WidthPx = probe.width;
-    card.HeightPx = probe.height;
-    card.ColourScan.Colour = colour;
-    card.ColourScan.SourceDepth = colour ? info.SourceDepth : 8;
+    e.fileBytes = ::stat(path.c_str(), &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
+    return e;
+}
+
+LoadResult AlreadyOpened(const CardImage &other)
+{
+    LoadResult result;
+    result.Message = "'" + other.FileName + "' has\ralready been opened.";
+    return result;
+}
+
+// Enters an examined file that passed every check as the new last card.
+LoadResult Enter(Workspace &ws, const Examined &e)
+{
+    if (!e.refusal.Message.empty())
+        return e.refusal;
+    const int index = ws.AppendCard();
+    CardImage &card = ws.Card(index);
+    card.FullPath = e.path;
+    card.FileName = e.fileName;
+    card.Position = 0;
+    card.Source.CanonicalPath = e.canonical;
+    card.Source.FileBytes = e.fileBytes;
+    card.Source.PixelOffset = e.probe.pixelOffset;
+    card.WidthPx = e.probe.width;
+    card.HeightPx = e.probe.height;
+    card.ColourScan.Colour = e.colour;
+    card.ColourScan.SourceDepth = e.colour ? e.info.SourceDepth : 8;
     card.Dpi = ws.DefaultRes;
     card.MicronsPerPixelX = MicronsPerPixelAt(ws.DefaultRes);
     card.MicronsPerPixelY = card.MicronsPerPixelX;
-    if (ws.UseFileResolution && info.DpiX > 0 && info.DpiY > 0) {
-        card.Dpi = std::max<Long>(1, static_cast<Long>(std::lround(info.DpiX)));
-        card.MicronsPerPixelX = MicronsPerPixelAt(info.DpiX);
-        card.MicronsPerPixelY = MicronsPerPixelAt(info.DpiY);
+    if (ws.UseFileResolution && e.info.DpiX > 0 && e.info.DpiY > 0) {
+        card.Dpi = std::max<Long>(1, static_cast<Long>(std::lround(e.info.DpiX)));
+        card.MicronsPerPixelX = MicronsPerPixelAt(e.info.DpiX);
+        card.MicronsPerPixelY = MicronsPerPixelAt(e.info.DpiY);
     }
     card.AreaCm2 = (card.WidthPx * card.MicronsPerPixelX / 10000) * (card.HeightPx * card.MicronsPerPixelY / 10000);
+    LoadResult result;
     result.Ok = true;
     result.CardIndex = index;
     return result;
 }
 
-LoadResult LoadImage(Workspace &ws, const std::string &fullPath)
+std::pair<std::string, std::string> SplitPath(const std::string &fullPath)
 {
     const size_t slash = fullPath.find_last_of("/\\");
     if (slash == std::string::npos)
-        return LoadImage(ws, fullPath, std::string());
-    return LoadImage(ws, fullPath.substr(slash + 1), fullPath.substr(0, slash + 1));
+        return {fullPath, std::string()};
+    return {fullPath.substr(slash + 1), fullPath.substr(0, slash + 1)};
+}
+
+} // namespace
+
+LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::string &folder)
+{
+    ws.CompositeCheck = false; // loading always leaves the composite view
+    const Examined e = Examine(ws, fileName, folder);
+    if (e.wrongType)
+        return e.refusal;
+    for (int i = 1; i <= ws.CardCount(); ++i) {
+        const CardImage &other = ws.Card(i);
+        if (other.FullPath == e.path || other.Source.CanonicalPath == e.canonical)
+            return AlreadyOpened(other);
+    }
+    return Enter(ws, e);
+}
+
+std::vector<LoadResult> LoadImages(Workspace &ws, const std::vector<std::string> &fullPaths, int jobs)
+{
+    ws.CompositeCheck = false;
+    std::vector<Examined> examined(fullPaths.size());
+    std::atomic<size_t> next{0};
+    const auto work = [&] {
+        for (size_t i; (i = next.fetch_add(1)) < fullPaths.size();) {
+            const auto [name, folder] = SplitPath(fullPaths[i]);
+            examined[i] = Examine(ws, name, folder);
+        }
+    };
+    std::vector<std::thread> helpers;
+    const size_t extra = std::min<size_t>(static_cast<size_t>(std::max(jobs, 1)) - 1, fullPaths.size() / 64);
+    try {
+        for (size_t t = 0; t < extra; ++t)
+            helpers.emplace_back(work);
+    } catch (const std::system_error &) {
+        // Fewer helpers than asked for; this thread does the rest.
+    }
+    work();
+    for (std::thread &t : helpers)
+        t.join();
+
+    // The duplicate check of LoadImage, by lookup: a card list of thousands would make it
+    // quadratic.
+    std::unordered_map<std::string, int> opened;
+    opened.reserve(2 * (static_cast<size_t>(ws.CardCount()) + fullPaths.size()));
+    const auto remember = [&](int index) {
+        const CardImage &card = ws.Card(index);
+        opened.emplace(card.FullPath, index);
+        opened.emplace(card.Source.CanonicalPath, index);
+    };
+    for (int i = 1; i <= ws.CardCount(); ++i)
+        remember(i);
+    std::vector<LoadResult> results;
+    results.reserve(fullPaths.size());
+    ws.Cards.reserve(ws.Cards.size() + fullPaths.size());
+    for (const Examined &e : examined) {
+        if (e.wrongType) {
+            results.push_back(e.refusal);
+            continue;
+        }
+        auto seen = opened.find(e.path);
+        if (seen == opened.end())
+            seen = opened.find(e.canonical);
+        if (seen != opened.end()) {
+            results.push_back(AlreadyOpened(ws.Card(seen->second)));
+            continue;
+        }
+        results.push_back(Enter(ws, e));
+        if (results.back().Ok)
+            remember(results.back().CardIndex);
+    }
+    return results;
+}
+
+LoadResult LoadImage(Workspace &ws, const std::string &fullPath)
+{
+    const auto [name, folder] = SplitPath(fullPath);
+    return LoadImage(ws, name, folder);
 }
 
 } // namespace velmara

@@ -5,6 +5,7 @@
 #include "core/workspace.h"
 
 #include <string>
+#include <vector>
 
 namespace velmara {
 
@@ -24,6 +25,11 @@ LoadResult LoadImage(Workspace &ws, const std::string &fileName, const std::stri
 
 // The same for a full path: the file name is what follows the last '/' or '\'.
 LoadResult LoadImage(Workspace &ws, const std::string &fullPath);
+
+// LoadImage for many full paths at once, with the same results in the same order: the files are
+// looked at by up to jobs threads, then entered in order by the caller's thread, the duplicate
+// check by lookup. For the thousands of cards of a batch.
+std::vector<LoadResult> LoadImages(Workspace &ws, const std::vector<std::string> &fullPaths, int jobs);
 
 // Micrometres per pixel at dpi dots per inch (12 inches a foot, 3.2808 feet a metre); dpi > 0.
 double MicronsPerPixelAt(double dpi);

@@ -3,8 +3,10 @@
 #include "statistics/range.h"
 #include "statistics/textvalue.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace velmara {
 
@@ -43,12 +45,14 @@ bool SamplingLineUsable(Single first, Single interval)
 
 bool HasEqualPositions(const Workspace &ws)
 {
-    const int n = ws.CardCount();
-    for (int i = 1; i < n; ++i)
-        for (int j = i + 1; j <= n; ++j)
-            if (ws.Card(i).Position == ws.Card(j).Position)
-                return true;
-    return false;
+    // Sorted rather than pairwise: a line may have ten thousand cards. A NaN equals nothing.
+    std::vector<Single> positions;
+    positions.reserve(static_cast<size_t>(ws.CardCount()));
+    for (int i = 1; i <= ws.CardCount(); ++i)
+        if (!std::isnan(ws.Card(i).Position))
+            positions.push_back(ws.Card(i).Position);
+    std::sort(positions.begin(), positions.end());
+    return std::adjacent_find(positions.begin(), positions.end()) != positions.end();
 }
 
 void ResetLineStats(Workspace &ws)

@@ -4,6 +4,9 @@
 #include "statistics/textvalue.h"
 
 #include <cmath>
+#include <exception>
+#include <system_error>
+#include <thread>
 
 namespace velmara {
 
@@ -17,6 +20,9 @@ Single DivideSingles(Single a, Single b)
         throw Failure(a == 0 ? kOverflow : kDivisionByZero);
     return ToSingle(static_cast<double>(a) / b);
 }
+
+// Below this a second thread costs more than it saves.
+constexpr Long kCardsWorthAThread = 500;
 
 } // namespace
 
@@ -54,7 +60,10 @@ void BuildSwathTables(Workspace &ws)
         ws.SwathSets[1].Deposit[first + i - 1] = ToSingle(line.VolumeDensity);
         ws.SwathSets[2].Deposit[first + i - 1] = ToSingle(line.DropDensity);
     }
-    for (int s = 1; s <= 2; ++s) {
+    const Single q = GridQuotient(ws);
+    // Each set's tables take time in the square of the cards; the two sets share nothing, so on a
+    // long line they are built side by side.
+    const auto build = [&ws, n, q](int s) {
         SwathSet &set = ws.SwathSets[s];
         set.MaxCov = 0;
         set.Stats.assign(static_cast<size_t>(n > 1 ? n : 1), SwathStat{});
@@ -65,10 +74,37 @@ void BuildSwathTables(Workspace &ws)
         }
         if (set.Width == 0)
             set.Width = ChooseSwathWidth(set, n);
-    }
-    const Single q = GridQuotient(ws);
-    for (int s = 1; s <= 2; ++s)
         BuildBackForthTables(ws, s, q - std::trunc(q));
+    };
+    std::thread second;
+    std::exception_ptr secondFailed;
+    if (n >= kCardsWorthAThread) {
+        try {
+            second = std::thread([&] {
+                try {
+                    build(2);
+                } catch (...) {
+                    secondFailed = std::current_exception();
+                }
+            });
+        } catch (const std::system_error &) {
+            // Then this thread builds both.
+        }
+    }
+    std::exception_ptr firstFailed;
+    try {
+        build(1);
+    } catch (...) {
+        firstFailed = std::current_exception();
+    }
+    if (second.joinable())
+        second.join();
+    else if (!firstFailed)
+        build(2);
+    if (firstFailed)
+        std::rethrow_exception(firstFailed);
+    if (secondFailed)
+        std::rethrow_exception(secondFailed);
 }
 
 SwathStat FoldAtWidth(const Workspace &ws, int setIndex, Long w)

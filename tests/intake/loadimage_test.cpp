@@ -170,3 +170,38 @@ TEST_F(LoadFixture, AResolutionOfZeroOrBelowIsRefusedWithoutDividing)
                       " dpi; set a resolution above 0 under Preferences (--dpi for the command line).");
     }
 }
+
+TEST_F(LoadFixture, ABatchRegistersAsTheSameFilesOneByOne)
+{
+    // Enough files for helper threads; duplicates within the batch, of an earlier card and under
+    // another spelling, among refusals of every stage.
+    ASSERT_TRUE(load(put("early.bmp", Bmp(MakeImage(3, 3, 2)))).Ok);
+    std::vector<std::string> paths;
+    for (int i = 0; i < 150; ++i)
+        paths.push_back(dir.file(put("c" + std::to_string(i) + ".bmp", Bmp(MakeImage(4 + i % 7, 5, 2)))));
+    for (const std::string &odd : {dir.file("c3.bmp"), dir.folder() + "./c4.bmp", dir.file("early.bmp"),
+                                   dir.file(put("n.txt", {})), dir.file("gone.bmp"),
+                                   dir.file(put("deep.bmp", Bmp(MakeImage(4, 4, 2), {{28, 24}})))})
+        paths.insert(paths.begin() + 40, odd);
+    Workspace one = ws;
+    std::vector<LoadResult> expected;
+    for (const std::string &p : paths)
+        expected.push_back(LoadImage(one, p));
+
+    const std::vector<LoadResult> got = LoadImages(ws, paths, 3);
+    ASSERT_EQ(got.size(), expected.size());
+    for (size_t i = 0; i < got.size(); ++i) {
+        SCOPED_TRACE(paths[i]);
+        EXPECT_EQ(got[i].Ok, expected[i].Ok);
+        EXPECT_EQ(got[i].CardIndex, expected[i].CardIndex);
+        EXPECT_EQ(got[i].Message, expected[i].Message);
+        EXPECT_EQ(got[i].Exclamation, expected[i].Exclamation);
+    }
+    ASSERT_EQ(ws.CardCount(), one.CardCount());
+    EXPECT_EQ(ws.CardCount(), 1 + 150);
+    for (int i = 1; i <= ws.CardCount(); ++i) {
+        EXPECT_EQ(ws.Card(i).FullPath, one.Card(i).FullPath);
+        EXPECT_EQ(ws.Card(i).WidthPx, one.Card(i).WidthPx);
+        EXPECT_EQ(ws.Card(i).AreaCm2, one.Card(i).AreaCm2);
+    }
+}
