@@ -8,11 +8,14 @@ namespace velmara {
 
 namespace {
 
-// A peak must stand this many pixels above the saddle where its flood meets a higher one. On a
-// digital outline the distance along a ridge of even width (a ring, the rim of a smear) wobbles
-// by up to a pixel; two drops whose smaller one is half free of the other stand out by a tenth of
-// its radius, so only drops of more than ten pixels in radius split right at that limit.
-constexpr float kMinHeight = 1.05f;
+// A peak must stand above the saddle where its flood meets a higher one by this share of its own
+// height, and at least by the floor. Two drops whose smaller one is half free of the other stand
+// out by about a tenth of its radius, so the share keeps those apart whatever the resolution. The
+// floor keeps the wobble of a digital outline from splitting anything; along the ridge of a ring
+// that wobble comes near a pixel, so a stain with a hole gets the higher floor.
+constexpr float kMinRelativeHeight = 0.06f;
+constexpr float kMinHeight = 0.7f;
+constexpr float kMinHeightWithHole = 1.05f;
 
 // A box much larger than the stain (a long diagonal streak, a wide ring) would cost more than the
 // stain's pixels; such a stain is no union of round drops and stays whole.
@@ -28,6 +31,42 @@ int OverlapSplitter::find(int basin)
         basin = mParent[basin];
     }
     return basin;
+}
+
+bool OverlapSplitter::hasHole(int w, int h)
+{
+    // The background reached from the box's margin (4-neighbours, as the foreground's gaps go) is
+    // marked 3 for a moment; any background left unmarked is enclosed by the stain.
+    const size_t cells = static_cast<size_t>(w) * static_cast<size_t>(h);
+    mOrder.clear();
+    mMask[0] = 3;
+    mOrder.push_back(0);
+    while (!mOrder.empty()) {
+        const std::uint32_t i = mOrder.back();
+        mOrder.pop_back();
+        const std::uint32_t x = i % static_cast<std::uint32_t>(w), y = i / static_cast<std::uint32_t>(w);
+        const auto visit = [&](std::uint32_t j) {
+            if (mMask[j] == 0) {
+                mMask[j] = 3;
+                mOrder.push_back(j);
+            }
+        };
+        if (x > 0)
+            visit(i - 1);
+        if (x + 1 < static_cast<std::uint32_t>(w))
+            visit(i + 1);
+        if (y > 0)
+            visit(i - static_cast<std::uint32_t>(w));
+        if (y + 1 < static_cast<std::uint32_t>(h))
+            visit(i + static_cast<std::uint32_t>(w));
+    }
+    bool hole = false;
+    for (size_t i = 0; i < cells; ++i) {
+        hole = hole || mMask[i] == 0;
+        if (mMask[i] == 3)
+            mMask[i] = 0;
+    }
+    return hole;
 }
 
 int OverlapSplitter::split(const std::vector<StainRunSpan> &runs, const CardPixel *pixels,
@@ -60,6 +99,8 @@ int OverlapSplitter::split(const std::vector<StainRunSpan> &runs, const CardPixe
         for (std::int32_t c = r.Start; c <= r.End; ++c)
             row[c - minCol + 1] = hueValid[pixels[r.FirstPixel + static_cast<std::uint32_t>(c - r.Start)].Hue] ? 2 : 1;
     }
+
+    const float floor = hasHole(w, h) ? kMinHeightWithHole : kMinHeight;
 
     // Exact squared Euclidean distance to the nearest background pixel, in two separable passes:
     // the distance along each column, then per line the lower envelope of the parabolas.
@@ -169,7 +210,7 @@ int OverlapSplitter::split(const std::vector<StainRunSpan> &runs, const CardPixe
                 main = roots[k];
         int kept = 0;
         for (int k = 0; k < found; ++k) {
-            if (roots[k] != main && mPeak[roots[k]] - level < kMinHeight)
+            if (roots[k] != main && mPeak[roots[k]] - level < std::max(floor, kMinRelativeHeight * mPeak[roots[k]]))
                 mParent[roots[k]] = main;
             else
                 roots[kept++] = roots[k];

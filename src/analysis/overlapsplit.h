@@ -49,6 +49,8 @@ public:
 
 private:
     int find(int basin);
+    // Whether the stain in mMask (a box of w by h with a background margin) encloses background.
+    bool hasHole(int w, int h);
 
     // Working buffers, kept between stains.
     std::vector<std::uint8_t> mMask;   // 0 background, 1 foreground, 2 foreground of a valid hue
