@@ -60,12 +60,12 @@ bool JsonReader::beginArray()
     return true;
 }
 
-bool JsonReader::nextItem()
+bool JsonReader::another(char close)
 {
     blanks();
     if (failed() || mFirst.empty())
         return false;
-    if (mAt < mText.size() && mText[mAt] == ']') {
+    if (mAt < mText.size() && mText[mAt] == close) {
         ++mAt;
         mFirst.pop_back();
         return false;
@@ -76,21 +76,9 @@ bool JsonReader::nextItem()
     return true;
 }
 
-bool JsonReader::nextMember(std::string &key)
-{
-    blanks();
-    if (failed() || mFirst.empty())
-        return false;
-    if (mAt < mText.size() && mText[mAt] == '}') {
-        ++mAt;
-        mFirst.pop_back();
-        return false;
-    }
-    if (!mFirst.back() && !expect(','))
-        return false;
-    mFirst.back() = false;
-    return readString(key) && expect(':');
-}
+bool JsonReader::nextItem() { return another(']'); }
+
+bool JsonReader::nextMember(std::string &key) { return another('}') && readString(key) && expect(':'); }
 
 namespace {
 

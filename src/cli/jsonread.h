@@ -63,6 +63,8 @@ private:
     bool fault(const std::string &what);
     void blanks();
     bool expect(char c);
+    // Whether another item or member of the open array or object follows; consumes its close.
+    bool another(char close);
     bool numberText(std::string_view &text);
 
     std::string_view mText;
