@@ -14,7 +14,7 @@ namespace {
 // floor keeps the wobble of a digital outline from splitting anything; along the ridge of a ring
 // that wobble comes near a pixel, so a stain with a hole gets the higher floor.
 constexpr float kMinRelativeHeight = 0.06f;
-constexpr float kMinHeight = 0.7f;
+constexpr float kMinHeight = 0.55f;
 constexpr float kMinHeightWithHole = 1.05f;
 
 // A box much larger than the stain (a long diagonal streak, a wide ring) would cost more than the
