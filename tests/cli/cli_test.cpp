@@ -247,11 +247,9 @@ TEST_F(CliTest, LineNeedsTwoCardsAtDistinctPositionsAndWritesNothingWithout)
     }
 }
 
-TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
+TEST_F(CliTest, LineWritesResultsFileSizeRangeRecordsAndSpectrumFigures)
 {
-    fs::path a = card("a.bmp", 6);
-    fs::path b = card("b.bmp", 9);
-    const fs::path c = card("c.bmp", 14);
+    const fs::path a = card("a.bmp", 6), b = card("b.bmp", 9), c = card("c.bmp", 14);
     const fs::path out = dir / "line.csv";
     CliRun r = runCli("line --json --format csv --range 1:100000 --position1 -45 --interval 2.5 --cov-limit 12.5 --out "
                           + out.string() + " " + base() + c.string() + " " + a.string() + " " + b.string(),
@@ -271,41 +269,25 @@ TEST_F(CliTest, LineWritesResultsFileAndSizeRangeRecords)
     EXPECT_NE(r.out.find("\"RangeSelected\":false"), std::string::npos);
     EXPECT_NE(r.out.find("\"LogsAppended\":[]"), std::string::npos);
 
-    // Stains of radius 4 and 7: a range from 200 µm keeps only the large drops.
-    a = card("a.bmp", 6, 7.0);
-    b = card("b.bmp", 9, 7.0);
-    r = runCli("line --range 200:5000 --out " + (dir / "r.txt").string() + " " + base() + a.string() + " " + b.string(),
-               dir);
+    // Stains of radius 4 and 7: a range from 200 µm keeps only the large drops. The summary shows
+    // the spectrum table; the results file has its block only with --extended, for that run.
+    const std::string ab = card("a.bmp", 6, 7.0).string() + " " + card("b.bmp", 9, 7.0).string();
+    r = runCli("line --range 200:5000 --out " + (dir / "r.txt").string() + " " + base() + ab, dir);
     EXPECT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("Size range: 200.0 to 5000.0"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("Size-range records: 2 scan logs"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("Dv0.1"), std::string::npos) << r.out;
     EXPECT_EQ(r.out.find("Effective swath"), std::string::npos) << "two cards have no swath analysis";
     for (const char *name : {"a.scn", "b.scn"})
         EXPECT_NE(readFile(dir / name).find("Droplet Size Range:"), std::string::npos) << name;
-}
-
-// Every card, every card's range and both composites carry the spectrum figures; --extended adds
-// the block of the results file for this run only (the fifth report page: tests/reports).
-TEST_F(CliTest, SpectrumFiguresAndExtendedResults)
-{
-    const std::string cards = card("a.bmp", 6, 7.0).string() + " " + card("b.bmp", 9, 7.0).string() + " "
-        + card("c.bmp", 14, 7.0).string();
-    CliRun r = runCli("line --json --extended --range 200:5000 --out " + (dir / "r.txt").string() + " " + base() + cards,
-                      dir);
-    ASSERT_EQ(r.status, 0) << r.err;
-    for (const char *field : {"Dv10", "Dv90", "RelativeSpan", "Nmd", "CoveragePercent", "VolumeBelow100",
-                              "VolumeBelow150", "VolumeBelow200"}) {
-        int seen = 0;
-        for (size_t at = 0; (at = r.out.find("\"" + std::string(field) + "\":", at)) != std::string::npos; ++at)
-            ++seen;
-        EXPECT_EQ(seen, 3 + 3 + 2) << field; // cards, their ranges, CompositeAll and CompositeRange
-    }
-    EXPECT_NE(readFile(dir / "r.txt").find("Spectrum Summary:"), std::string::npos);
-
-    r = runCli("line --out " + (dir / "r.txt").string() + " " + base() + cards, dir);
-    ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(readFile(dir / "r.txt").find("Spectrum Summary"), std::string::npos);
-    EXPECT_NE(r.out.find("Dv0.1"), std::string::npos) << r.out; // the summary's spectrum table
+
+    r = runCli("line --json --extended --range 200:5000 --out " + (dir / "r.txt").string() + " " + base() + ab, dir);
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(readFile(dir / "r.txt").find("Spectrum Summary:"), std::string::npos);
+    for (const char *field : {"Dv10", "Dv90", "RelativeSpan", "Nmd", "CoveragePercent", "VolumeBelow100",
+                              "VolumeBelow150", "VolumeBelow200"}) // cards, their ranges and both composites
+        EXPECT_EQ(count(r.out, "\"" + std::string(field) + "\":"), 2 + 2 + 2u) << field;
 }
 
 TEST_F(CliTest, ReportIsFourLetterPagesAlsoForTwoCards)

@@ -411,8 +411,8 @@ TEST(PictureRows, DamagedAndRefusedFilesSayWhy)
     }
 }
 
-// The card generator's colour files, read by the reader checked above: the same spec and seed give
-// the same bytes, and every format gives back the painted card (JPEG near it, with halved chroma).
+// The card generator's colour files, read by the reader checked above: every format gives back the
+// painted card (JPEG near it, with halved chroma), and the committed samples are what it paints.
 TEST(PictureRows, GeneratedColourCardsReadBackAsPainted)
 {
     using cardgen::Paper;
@@ -438,10 +438,7 @@ TEST(PictureRows, GeneratedColourCardsReadBackAsPainted)
         spec.paper = c.paper;
         const cardgen::ColourCard card(spec);
         const std::string path = dir.file(c.name);
-        ASSERT_TRUE(cardgen::WriteColour(cardgen::RowsOf(cardgen::ColourCard(spec)), path, {300, 90}));
-        const Bytes first = ReadBytes(path);
         ASSERT_TRUE(cardgen::WriteColour(cardgen::RowsOf(card), path, {300, 90}));
-        EXPECT_EQ(ReadBytes(path), first);
         RowPictureInfo info;
         Bytes rgb;
         ASSERT_EQ(ReadAll(path, &info, &rgb), "");
@@ -449,9 +446,6 @@ TEST(PictureRows, GeneratedColourCardsReadBackAsPainted)
         EXPECT_NEAR(info.DpiX, 300, 0.5);
         EXPECT_LE(MeanError(rgb, card.image().data), c.meanError);
     }
-    std::string error;
-    EXPECT_FALSE(cardgen::WriteColour(cardgen::RowsOf(cardgen::ColourCard(spec)), dir.file("x.gif"), {}, &error));
-    EXPECT_NE(error.find("does not end in"), std::string::npos);
 
     // The committed colour line (the command in samples/README.md); PNG and JPEG bytes depend on
     // the codec libraries' versions, so its files are compared by their pixels.
