@@ -15,7 +15,8 @@ using namespace velmara::test;
 
 namespace {
 
-TEST(RgbToHue, SamplesGreysAndTheGeneratorsHues)
+// Colours at the edges of the hues are held against the second model in tests/reference.
+TEST(RgbToHue, SamplesAndGreys)
 {
     // Greys: the fixed code -2 gives a trifle below two thirds, 169, not 170. Just below red wraps
     // round to the top of the scale.
@@ -25,10 +26,6 @@ TEST(RgbToHue, SamplesGreysAndTheGeneratorsHues)
         {{255, 255, 255}, 169}, {{77, 77, 77}, 169}, {{255, 0, 1}, 254}};
     for (const auto &[rgb, hue] : cases)
         EXPECT_EQ(RgbToHue(rgb[0], rgb[1], rgb[2]), hue) << rgb[0] << "," << rgb[1] << "," << rgb[2];
-    for (int r = 0; r < 256; r += 15)
-        for (int g = 0; g < 256; g += 15)
-            for (int b = 0; b < 256; b += 15)
-                ASSERT_EQ(RgbToHue(r, g, b), cardgen::HueOf({Byte(r), Byte(g), Byte(b)})) << r << "," << g << "," << b;
 }
 
 std::tuple<Byte, Byte, Integer, Integer> Fields(const CardPixel &p)
