@@ -124,10 +124,8 @@ TEST_F(DecodeFixture, PixelListInFileOrderWithClosingElement)
 
     ASSERT_EQ(card.ColourTable.size(), 4u);
     EXPECT_EQ(card.ColourTable[3], (std::array<Byte, 4>{0, 255, 255, 0}));
-    EXPECT_EQ(card.HueCount[170], 3);
-    EXPECT_EQ(card.HueCount[42], 1);
-    EXPECT_EQ(card.HueCount[0], 1);
-    EXPECT_EQ(card.HueCount[256], 0);
+    EXPECT_EQ(std::tuple(card.HueCount[170], card.HueCount[42], card.HueCount[0], card.HueCount[256]),
+              std::tuple(3, 1, 1, 0));
 
     // Memory follows the foreground, not the picture's area.
     EXPECT_EQ(card.Pixels.capacity(), card.Pixels.size());
