@@ -683,8 +683,8 @@ std::string FolderBytes(const fs::path &folder)
 
 } // namespace
 
-// Two jobs leave what one job leaves: stdout, stderr, every scan log, the results file and the
-// summary, byte for byte; a "to all" answer asks as one job asks.
+// Two jobs, or more jobs than cards, leave what one job leaves: stdout, stderr, every scan log, the
+// results file and the summary, byte for byte; a "to all" answer asks as one job asks.
 TEST_F(CliTest, TwoJobsWriteWhatOneJobWrites)
 {
     const fs::path cards = dir / "cards";
@@ -708,7 +708,7 @@ TEST_F(CliTest, TwoJobsWriteWhatOneJobWrites)
     for (const std::string command : {"scan --json --dither all", "scan --dither no --background zero",
                                       "line --json --range 200:5000 --dither all", "line --format csv"}) {
         std::string first;
-        for (const char *jobs : {" --jobs 1 ", " --jobs 2 "}) {
+        for (const char *jobs : {" --jobs 1 ", " --jobs 2 ", " --jobs 16 "}) {
             for (const auto &e : fs::directory_iterator(cards))
                 if (e.path().extension() != ".bmp" && e.path().extension() != ".txt")
                     fs::remove(e.path());

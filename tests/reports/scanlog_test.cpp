@@ -130,15 +130,6 @@ TEST_F(ScanLogTest, AppendWithoutFileWritesHeadAndNoDrops)
     EXPECT_EQ(ReadBytes(dir / "b2.scn"), Expected("append_new_no_drops.scn"));
 }
 
-TEST_F(ScanLogTest, NothingWrittenWhileLoggingIsOff)
-{
-    ex.ws.LogAnalysis = false;
-    const ScanLogResult r = ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false});
-    EXPECT_TRUE(r.Ok);
-    EXPECT_FALSE(r.Written);
-    EXPECT_FALSE(fs::exists(ex.log));
-}
-
 TEST_F(ScanLogTest, SizeRangeRecordAppendsAfterTheScan)
 {
     ASSERT_TRUE(ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false}).Ok);
