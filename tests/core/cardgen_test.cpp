@@ -1,7 +1,7 @@
 // The synthetic card generator is the oracle of the intake and scan tests and the source of the
 // committed samples, so its discs and file layouts are checked against independent counts and
-// decoders. Its colour files are read back in tests/intake, by the row reader that is itself
-// checked there against files the codec libraries write.
+// decoders. The committed colour samples are read back in tests/intake, by the row reader that
+// is itself checked there against files the codec libraries write.
 
 #include "cardgen/cardgen.h"
 
