@@ -4,6 +4,7 @@
 // is itself checked there against files the codec libraries write.
 
 #include "cardgen/cardgen.h"
+#include "support/testdir.h"
 
 #include <gif_lib.h>
 #include <tiffio.h>
@@ -11,12 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <tuple>
-
-#include <unistd.h>
 
 using namespace velmara::cardgen;
 using Bytes = std::vector<std::uint8_t>;
@@ -37,19 +35,6 @@ Bytes readAll(const std::string &path)
 {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-// One folder per process, since CTest runs the cases side by side; removed at exit.
-std::string scratch(const std::string &name)
-{
-    static const struct Dir
-    {
-        std::filesystem::path path =
-            std::filesystem::temp_directory_path() / ("velmara-cardgen-test-" + std::to_string(::getpid()));
-        ~Dir() { std::error_code ec; std::filesystem::remove_all(path, ec); }
-    } dir;
-    std::filesystem::create_directories(dir.path);
-    return (dir.path / name).string();
 }
 
 // Odd width, short table, distinct rows: every feature the writers must carry.
@@ -111,7 +96,8 @@ TEST(CardgenBmp, BottomUpRowsPaddedAfterTheTableAndHeaderFields)
     EXPECT_EQ(Bytes(b.begin() + 58, b.begin() + 62), (Bytes{30, 20, 10, 0}));
     EXPECT_EQ(Bytes(b.begin() + 66, b.end()),
               (Bytes{1, 0, 0, 0, 1, 0, 0, 0, 2, 2, 2, 2, 2, 0, 0, 0, 0, 1, 2, 1, 0, 0, 0, 0}));
-    const std::string path = scratch("small.bmp");
+    const velmara::test::TestDir dir;
+    const std::string path = dir.file("small.bmp");
     ASSERT_TRUE(WriteBmp(img, path));
     EXPECT_EQ(readAll(path), b) << "streamed and in-memory forms agree";
 
@@ -140,7 +126,8 @@ TEST(CardgenBmp, BottomUpRowsPaddedAfterTheTableAndHeaderFields)
 TEST(CardgenGifTif, WritesInterlacedGifsAndTiledCompressedTifs)
 {
     const IndexedImage img = patterned();
-    const std::string gifPath = scratch("c.gif");
+    const velmara::test::TestDir dir;
+    const std::string gifPath = dir.file("c.gif");
     for (const bool interlaced : {false, true}) {
         ASSERT_TRUE(WriteGif(img, gifPath, 8, nullptr, interlaced));
         int code = 0;
@@ -154,7 +141,7 @@ TEST(CardgenGifTif, WritesInterlacedGifsAndTiledCompressedTifs)
     ASSERT_TRUE(WriteGif(smallCard(), gifPath, 7));
     EXPECT_EQ((readAll(gifPath)[10] >> 4) & 7, 6) << "a 7-bit file, which the program must refuse";
 
-    const std::string tifPath = scratch("c.tif");
+    const std::string tifPath = dir.file("c.tif");
     for (const auto &[lzw, tile] : {std::pair{false, 0}, {true, 16}}) {
         ASSERT_TRUE(WriteTif(img, tifPath, 600, lzw, nullptr, tile));
         TIFF *tif = TIFFOpen(tifPath.c_str(), "r");

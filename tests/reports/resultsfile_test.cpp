@@ -6,6 +6,7 @@
 #include "statistics/range.h"
 #include "statistics/samplingline.h"
 #include "statistics/swath.h"
+#include "support/testdir.h"
 
 #include <gtest/gtest.h>
 
@@ -14,19 +15,12 @@
 #include <sstream>
 
 using namespace velmara;
+using velmara::test::ReadBytes;
 namespace fs = std::filesystem;
 
 namespace {
 
 const fs::path kLines = fs::path(VELMARA_TEST_DATA) / "reports" / "lines";
-
-std::string ReadBytes(const fs::path &path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 Byte ToByte(const std::string &text) { return static_cast<Byte>(std::stoi(text)); }
 
@@ -119,16 +113,8 @@ void EnterCompositeView(Workspace &ws)
 class ResultsFileTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        const auto *info = ::testing::UnitTest::GetInstance()->current_test_info();
-        mDir = fs::temp_directory_path() / ("velmara-results-" + std::string(info->name()));
-        fs::remove_all(mDir);
-        fs::create_directories(mDir);
-    }
-    void TearDown() override { fs::remove_all(mDir); }
-
-    fs::path mDir;
+    velmara::test::TestDir mScratch;
+    const fs::path mDir = mScratch.dir();
 };
 
 class GoldenLines : public ResultsFileTest, public ::testing::WithParamInterface<const char *>
