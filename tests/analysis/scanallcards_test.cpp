@@ -2,12 +2,12 @@
 
 #include "cardgen/cardgen.h"
 #include "intake/loadimage.h"
+#include "support/testdir.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include <unistd.h>
 
 using namespace velmara;
 namespace fs = std::filesystem;
@@ -42,8 +42,6 @@ class ScanAllCardsTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        mDir = fs::temp_directory_path() / ("velmara-scanall-" + std::to_string(::getpid()));
-        fs::create_directories(mDir);
         // b: three separate discs, a: none, c: one disc; loaded out of order, then sorted.
         write("b.bmp", {{10, 10, 3}, {30, 30, 4}, {10, 40, 2}});
         write("a.bmp", {});
@@ -54,7 +52,6 @@ protected:
         ws.CurrentCard = 1;
         hooks.ws = &ws;
     }
-    void TearDown() override { fs::remove_all(mDir); }
 
     void write(const std::string &name, const std::vector<cardgen::Disc> &discs)
     {
@@ -69,7 +66,8 @@ protected:
         ASSERT_TRUE(cardgen::WriteBmp(cardgen::MakeCard(spec), (mDir / name).string()));
     }
 
-    fs::path mDir;
+    velmara::test::TestDir mScratch;
+    const fs::path mDir = mScratch.dir();
     Workspace ws;
     Recorder hooks;
     FixedAnswers answers;

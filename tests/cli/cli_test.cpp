@@ -1,6 +1,7 @@
 // velmara-cli as a user runs it: exit codes, stdout, stderr and the files it leaves.
 
 #include "cardgen/cardgen.h"
+#include "support/testdir.h"
 
 #include <gtest/gtest.h>
 
@@ -17,6 +18,7 @@
 
 namespace fs = std::filesystem;
 using namespace velmara::cardgen;
+using velmara::test::ReadBytes;
 
 namespace {
 
@@ -26,14 +28,6 @@ struct CliRun
     std::string out;
     std::string err;
 };
-
-std::string readFile(const fs::path &p)
-{
-    std::ifstream f(p, std::ios::binary);
-    std::stringstream ss;
-    ss << f.rdbuf();
-    return ss.str();
-}
 
 size_t count(const std::string &text, const std::string &what)
 {
@@ -63,24 +57,14 @@ CliRun runCli(const std::string &args, const fs::path &dir)
     // A run that waits for ever fails the test instead of hanging it (status 124).
     r.out = capture("timeout 60 " + std::string(VELMARA_CLI) + " " + args + " 2>" + (dir / "stderr.txt").string(),
                     &r.status);
-    r.err = readFile(dir / "stderr.txt");
+    r.err = ReadBytes(dir / "stderr.txt");
     return r;
 }
 
 class CliTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        dir = fs::temp_directory_path()
-            / ("velmara-cli-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()) + "-"
-               + std::to_string(::getpid()));
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-        settings = dir / "settings.ini";
-        std::ofstream(settings) << "[Prefs]\n";
-    }
-    void TearDown() override { fs::remove_all(dir); }
+    void SetUp() override { std::ofstream(settings) << "[Prefs]\n"; }
 
     // A card with n red stains of radius 4 on white, background at index 0.
     fs::path card(const std::string &name, int stains, double bigRadius = 4.0)
@@ -99,8 +83,9 @@ protected:
     std::string base() const { return "--settings " + settings.string() + " --dpi 600 "; }
     bool withReport() { return runCli("--help", dir).out.find("--report") != std::string::npos; }
 
-    fs::path dir;
-    fs::path settings;
+    velmara::test::TestDir scratch;
+    const fs::path dir = scratch.dir();
+    const fs::path settings = dir / "settings.ini";
 };
 
 } // namespace
@@ -206,7 +191,7 @@ TEST_F(CliTest, SplitOverlapsCountsEveryDropAndSaysSo)
         const CliRun r = runCli("scan --json " + std::string(row.flag) + base() + p.string(), dir);
         ASSERT_EQ(r.status, 0) << r.err;
         EXPECT_NE(r.out.find(row.stains), std::string::npos) << r.out;
-        const std::string log = readFile(dir / "pairs.scn");
+        const std::string log = ReadBytes(dir / "pairs.scn");
         if (row.split) {
             EXPECT_NE(r.out.find(row.split), std::string::npos) << r.out;
             EXPECT_NE(log.find("Overlaps Split:"), std::string::npos);
@@ -268,7 +253,7 @@ TEST_F(CliTest, LineWritesResultsFileSizeRangeRecordsAndSpectrumFigures)
                       dir);
     EXPECT_EQ(r.status, 0) << r.err;
     ASSERT_TRUE(fs::exists(out));
-    EXPECT_NE(readFile(out).find("\r\n"), std::string::npos);
+    EXPECT_NE(ReadBytes(out).find("\r\n"), std::string::npos);
     EXPECT_NE(r.out.find("\"Sample_Position1\":\"-45\""), std::string::npos);
     EXPECT_NE(r.out.find("\"Position\":-42.5"), std::string::npos) << r.out.substr(0, 400);
     EXPECT_NE(r.out.find("\"SwathSets\":[{\"First\":-18"), std::string::npos);
@@ -291,12 +276,12 @@ TEST_F(CliTest, LineWritesResultsFileSizeRangeRecordsAndSpectrumFigures)
     EXPECT_NE(r.out.find("Dv0.1"), std::string::npos) << r.out;
     EXPECT_EQ(r.out.find("Effective swath"), std::string::npos) << "two cards have no swath analysis";
     for (const char *name : {"a.scn", "b.scn"})
-        EXPECT_NE(readFile(dir / name).find("Droplet Size Range:"), std::string::npos) << name;
-    EXPECT_EQ(readFile(dir / "r.txt").find("Spectrum Summary"), std::string::npos);
+        EXPECT_NE(ReadBytes(dir / name).find("Droplet Size Range:"), std::string::npos) << name;
+    EXPECT_EQ(ReadBytes(dir / "r.txt").find("Spectrum Summary"), std::string::npos);
 
     r = runCli("line --json --extended --range 200:5000 --out " + (dir / "r.txt").string() + " " + base() + ab, dir);
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(readFile(dir / "r.txt").find("Spectrum Summary:"), std::string::npos);
+    EXPECT_NE(ReadBytes(dir / "r.txt").find("Spectrum Summary:"), std::string::npos);
     for (const char *field : {"Dv10", "Dv90", "RelativeSpan", "Nmd", "CoveragePercent", "VolumeBelow100",
                               "VolumeBelow150", "VolumeBelow200"}) // cards, their ranges and both composites
         EXPECT_EQ(count(r.out, "\"" + std::string(field) + "\":"), 2 + 2 + 2u) << field;
@@ -479,7 +464,7 @@ TEST_F(CliSheetTest, StoredTemplatesAreReadNeverWrittenAndTheDefaultFolderIsFres
     EXPECT_NE(r.err.find("Line 1"), std::string::npos) << "the corrupt line is named: " << r.err;
     EXPECT_EQ(r.err.find(".bak"), std::string::npos) << "the command line keeps no copy: " << r.err;
     // The store is read only: no rewrite, no copy.
-    EXPECT_EQ(readFile(work / "templates.dat"), stored);
+    EXPECT_EQ(ReadBytes(work / "templates.dat"), stored);
     EXPECT_FALSE(fs::exists(work / "templates.dat.bak"));
 
     // A second run never meets the first one's clips.
@@ -545,7 +530,6 @@ protected:
     {
         if (mounted)
             std::system(("umount " + full.string()).c_str());
-        CliTest::TearDown();
     }
     // Fills the file system to the last byte.
     void fill()
@@ -579,7 +563,7 @@ TEST_F(CliFullDiskTest, FilesThatCannotBeFinishedAreTakenBackAndEarlierLogsKept)
     CliRun r = runCli("scan " + base() + (full / "a.bmp").string() + " " + (full / "b.bmp").string(), dir);
     EXPECT_EQ(r.status, 0) << "the cards were analysed: " << r.err;
     EXPECT_NE(r.err.find("the scan log could not be written"), std::string::npos) << r.err;
-    EXPECT_EQ(readFile(full / "a.scn"), earlier);
+    EXPECT_EQ(ReadBytes(full / "a.scn"), earlier);
     EXPECT_FALSE(fs::exists(full / "b.scn"));
 
     r = runCli("clip " + base() + "--template '<Default>' --sheet-dpi 80 --clip-dir " + (full / "clips").string() + " "
@@ -601,7 +585,7 @@ TEST_F(CliFullDiskTest, FilesThatCannotBeFinishedAreTakenBackAndEarlierLogsKept)
                   std::string::npos)
             << r.err;
         EXPECT_EQ(r.out.find("Report:"), std::string::npos) << r.out;
-        EXPECT_EQ(readFile(full / "report.pdf"), earlierReport);
+        EXPECT_EQ(ReadBytes(full / "report.pdf"), earlierReport);
         EXPECT_EQ(std::distance(fs::directory_iterator(full), {}), entries);
     }
 }
@@ -639,8 +623,8 @@ TEST_F(CliTest, ColourScansAreReadForTheRunAndToldInTheJson)
         for (const char *field : {"\"ColourScan\":true", "\"SourceDepth\":24", "\"StainCount\":7", row.boundary})
             EXPECT_NE(colour.find(field), std::string::npos) << field << "\n" << colour;
         EXPECT_NE(r.out.find("\"ColourScan\":false,\"SourceDepth\":8"), std::string::npos);
-        EXPECT_NE(readFile(dir / "colour.scn").find("Colour Scan:                24 bits per pixel"), std::string::npos);
-        EXPECT_EQ(readFile(settings), "[Prefs]\n") << "the store is never written";
+        EXPECT_NE(ReadBytes(dir / "colour.scn").find("Colour Scan:                24 bits per pixel"), std::string::npos);
+        EXPECT_EQ(ReadBytes(settings), "[Prefs]\n") << "the store is never written";
     }
     for (const char *bad : {"--stain-boundary 256", "--stain-boundary x", "--dpi files"})
         EXPECT_EQ(runCli("scan " + base() + bad + files, dir).status, 2) << bad;
@@ -658,7 +642,7 @@ TEST_F(CliTest, ColourSamplesCountNearTheirStainLists)
         const size_t at = r.out.find("\"StainCount\":");
         ASSERT_NE(at, std::string::npos);
         const long found = std::stol(r.out.substr(at + 13));
-        const long drawn = static_cast<long>(count(readFile(stem + ".stains.csv"), "\n")) - 1;
+        const long drawn = static_cast<long>(count(ReadBytes(stem + ".stains.csv"), "\n")) - 1;
         EXPECT_NEAR(found, drawn, 0.25 * drawn) << file; // touching stains merge
     }
 }
@@ -677,7 +661,7 @@ std::string FolderBytes(const fs::path &folder)
     std::sort(files.begin(), files.end());
     std::string all;
     for (const fs::path &f : files)
-        all += f.string() + ":\n" + readFile(f) + "\n";
+        all += f.string() + ":\n" + ReadBytes(f) + "\n";
     return all;
 }
 
@@ -755,7 +739,7 @@ TEST_F(CliTest, FoldersGiveTheirCardsAndTheSummaryARowEach)
         EXPECT_EQ(count(r.err, "\n"), 3u) << "notes.txt, cut.bmp and the no-stains card:\n" << r.err;
         EXPECT_NE(r.err.find("'notes.txt' is an unsupported file type. Skipped."), std::string::npos) << r.err;
         EXPECT_EQ(r.err.find("b.scn"), std::string::npos) << r.err;
-        std::istringstream lines(readFile(summary));
+        std::istringstream lines(ReadBytes(summary));
         std::string line;
         std::getline(lines, line);
         EXPECT_EQ(line, "File,Folder,Dpi,Stains,Rejected,VMD,Dv0.1,Dv0.9,DropDensity,Coverage,Deposit,Unit,Status,Message");
@@ -769,7 +753,7 @@ TEST_F(CliTest, FoldersGiveTheirCardsAndTheSummaryARowEach)
         EXPECT_FALSE(std::getline(lines, line)) << line;
     }
     // The figures of an analysed card are the printed summary's.
-    const std::string rows = readFile(summary);
+    const std::string rows = ReadBytes(summary);
     EXPECT_NE(rows.find("a.bmp," + (cards / "sub").string() + ",600,12,0,"), std::string::npos) << rows;
 }
 
@@ -812,7 +796,7 @@ TEST_F(CliTest, LineFromScanJsonIsTheLineFromTheImages)
                        + shardFiles,
                    dir);
         ASSERT_EQ(r.status, 0) << r.err;
-        EXPECT_EQ(readFile(dir / "merged"), readFile(dir / "direct")) << line.options;
+        EXPECT_EQ(ReadBytes(dir / "merged"), ReadBytes(dir / "direct")) << line.options;
         if (report) {
             const std::string pages = capture("pdftotext -layout " + (dir / "direct.pdf").string() + " - 2>/dev/null");
             EXPECT_GT(pages.size(), 500u);
