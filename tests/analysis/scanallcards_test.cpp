@@ -2,12 +2,12 @@
 
 #include "cardgen/cardgen.h"
 #include "intake/loadimage.h"
+#include "support/testdir.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include <unistd.h>
 
 using namespace velmara;
 namespace fs = std::filesystem;
@@ -42,8 +42,6 @@ class ScanAllCardsTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        mDir = fs::temp_directory_path() / ("velmara-scanall-" + std::to_string(::getpid()));
-        fs::create_directories(mDir);
         // b: three separate discs, a: none, c: one disc; loaded out of order, then sorted.
         write("b.bmp", {{10, 10, 3}, {30, 30, 4}, {10, 40, 2}});
         write("a.bmp", {});
@@ -54,7 +52,6 @@ protected:
         ws.CurrentCard = 1;
         hooks.ws = &ws;
     }
-    void TearDown() override { fs::remove_all(mDir); }
 
     void write(const std::string &name, const std::vector<cardgen::Disc> &discs)
     {
@@ -69,7 +66,8 @@ protected:
         ASSERT_TRUE(cardgen::WriteBmp(cardgen::MakeCard(spec), (mDir / name).string()));
     }
 
-    fs::path mDir;
+    velmara::test::TestDir mScratch;
+    const fs::path mDir = mScratch.dir();
     Workspace ws;
     Recorder hooks;
     FixedAnswers answers;
@@ -123,50 +121,4 @@ TEST_F(ScanAllCardsTest, ListOfCardsKeepsTheCurrentCardAndTellsNoVolumeOnce)
                                                "card 2", "decode 2", "scan 2", "log 2 3"};
     EXPECT_EQ(hooks.events, expected);
     EXPECT_EQ(ws.CurrentCard, 1);
-}
-
-// Several jobs end as one: the hooks in the same order, the same questions put (a "to all"
-// answer asks once) and the same cards, whatever the answers.
-TEST_F(ScanAllCardsTest, SeveralJobsEndAsOneJob)
-{
-    for (int n = 0; n < 5; ++n) {
-        cardgen::CardSpec spec;
-        spec.width = 48;
-        spec.height = 40;
-        spec.backgroundIndex = 2; // the background question
-        spec.ditherIndex = n == 2 ? -1 : 3;
-        spec.colours = {{1, {200, 30, 30}}};
-        for (int s = 0; s <= n; ++s)
-            spec.discs.push_back({8.0 + 9.0 * s, 10.0 + 4.0 * n, 2.0 + s % 3, 1});
-        ASSERT_TRUE(cardgen::WriteBmp(cardgen::MakeCard(spec), (mDir / ("d" + std::to_string(n) + ".bmp")).string()));
-    }
-    const auto run = [&](int jobs, Answer answer) {
-        Workspace w;
-        for (const auto &e : fs::directory_iterator(mDir))
-            LoadImage(w, e.path().string());
-        w.SortByName();
-        Recorder rec;
-        FixedAnswers asked(answer, answer);
-        ScanAllOptions options;
-        options.Jobs = jobs;
-        options.ReleasePixels = true;
-        const ScanAllSummary s = ScanAllCards(w, asked, rec, NoProgress(), options);
-        std::string seen = std::to_string(s.Scanned) + " asked " + std::to_string(asked.BackgroundAsked) + "/"
-            + std::to_string(asked.DitherAsked) + " max " + std::to_string(w.MaxDiameterAll);
-        for (const std::string &e : rec.events)
-            seen += ", " + e;
-        for (int i = 1; i <= w.CardCount(); ++i) {
-            const CardImage &c = w.Card(i);
-            seen += "; " + c.FileName + " " + std::to_string(c.BackgroundIndex) + " " + std::to_string(c.DitherIndex)
-                + " " + std::to_string(c.SizeRows()) + " " + std::to_string(c.ReleasedForeground)
-                + (c.Pixels.empty() ? "" : " pixels kept");
-        }
-        return seen;
-    };
-    for (const Answer answer : {Answer::Yes, Answer::No, Answer::YesToAll}) {
-        const std::string one = run(1, answer);
-        for (int jobs : {2, 5, 16})
-            EXPECT_EQ(run(jobs, answer), one) << jobs << " jobs";
-    }
-    EXPECT_NE(run(3, Answer::YesToAll).find("asked 1/1"), std::string::npos) << run(3, Answer::YesToAll);
 }

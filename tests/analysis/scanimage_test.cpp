@@ -59,10 +59,6 @@ TEST(ScanImage, FindingNothingKeepsTheEarlierResults)
     EXPECT_EQ(c.Stats.Vmd, first.Stats.Vmd);
     EXPECT_EQ(c.RejectedCount, first.RejectedCount);
     EXPECT_TRUE(c.Scanned);
-
-    const int blank = AddCard(ws, {"....", "...."});
-    EXPECT_EQ(ScanImage(ws, blank, NoProgress()).Status, ScanStatus::NoStains);
-    EXPECT_TRUE(ws.Card(blank).Scanned);
 }
 
 TEST(ScanImage, CancelledOrUndecodedCardsStayAsTheyWere)

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <cstdlib>
 #include <random>
 
 using namespace velmara;
@@ -34,111 +34,6 @@ WalkResult Walk(const std::vector<CardPixel> &px, const StainFilter &f = {}, int
     walk.run(px, cancel, NoProgress(), [&r](Long a) { r.valid.push_back(a); });
     r.rejected = walk.rejected();
     return r;
-}
-
-// The numbered steps taken literally: every run against every stain, every stain against every
-// stain. Quadratic per line, and the yardstick of the real walk.
-bool Overlaps(int s, int e, int a, int b)
-{
-    return (a <= s && s <= b) || (a <= e && e <= b) || (s <= a && e >= b);
-}
-
-WalkResult ReferenceWalk(const std::vector<CardPixel> &px, const StainFilter &f)
-{
-    WalkResult out;
-    std::vector<StainRun> active(1);
-    const size_t closing = px.size() - 1;
-    size_t p = 1;
-    for (int L = px[1].Row; L >= px[closing].Row; --L) {
-        std::vector<StainRun> runs(1);
-        for (; p != closing && px[p].Row >= L; ++p) {
-            if (px[p].Row != L)
-                continue;
-            if (runs.size() > 1 && px[p].Column == runs.back().EndColumn + 1) {
-                runs.back().EndColumn = px[p].Column;
-            } else {
-                StainRun r;
-                r.StartColumn = r.EndColumn = px[p].Column;
-                runs.push_back(r);
-            }
-            const bool inRange = f.HueLow <= px[p].Hue && px[p].Hue <= f.HueHigh;
-            if (f.HueInvert ? !inRange : inRange) {
-                runs.back().HueValid = true;
-                ++runs.back().HueHits;
-            }
-        }
-        for (size_t s = 1; s < active.size(); ++s) {
-            StainRun &S = active[s];
-            S.Joined = false;
-            const int a = S.StartColumn, b = S.EndColumn;
-            for (size_t r = 1; r < runs.size(); ++r) {
-                StainRun &R = runs[r];
-                if (!Overlaps(R.StartColumn, R.EndColumn, a, b) || R.Joined)
-                    continue;
-                if (!S.Joined)
-                    S.StartColumn = R.StartColumn;
-                S.EndColumn = R.EndColumn;
-                S.MinColumn = std::min(S.MinColumn, R.StartColumn);
-                S.MaxColumn = std::max(S.MaxColumn, R.EndColumn);
-                if (R.HueValid)
-                    S.HueValid = true;
-                S.HueHits += R.HueHits;
-                S.Joined = R.Joined = true;
-                S.Area += R.EndColumn - R.StartColumn + 1;
-            }
-        }
-        for (size_t r = 1; r < runs.size(); ++r) {
-            if (runs[r].Joined)
-                continue;
-            StainRun n = runs[r];
-            n.MinColumn = n.StartColumn;
-            n.MaxColumn = n.EndColumn;
-            n.FirstRow = static_cast<Integer>(L);
-            n.Area = n.EndColumn - n.StartColumn + 1;
-            n.Joined = true;
-            active.push_back(n);
-        }
-        for (size_t s = 1; s < active.size(); ++s) {
-            if (active[s].Joined)
-                continue;
-            const int a = active[s].StartColumn, b = active[s].EndColumn;
-            for (size_t t = 1; t < active.size(); ++t) {
-                StainRun &S = active[s], &T = active[t];
-                if (!T.Joined || !Overlaps(T.StartColumn, T.EndColumn, a, b))
-                    continue;
-                T.EndColumn = S.EndColumn;
-                T.Area += S.Area;
-                if (S.HueValid)
-                    T.HueValid = true;
-                T.HueHits += S.HueHits;
-                S.HueValid = false;
-            }
-        }
-        std::vector<StainRun> kept(1);
-        for (size_t s = 1; s < active.size(); ++s) {
-            StainRun S = active[s];
-            if (p != closing && S.Joined) {
-                kept.push_back(S);
-                continue;
-            }
-            S.LastRow = static_cast<Integer>(L + 1);
-            const int length = std::max(S.MaxColumn - S.MinColumn + 1, std::abs(S.LastRow - S.FirstRow) + 1);
-            if (S.HueHits == 0) {
-                ++out.rejected;
-            } else if (ToSingle(std::fabs(1 - S.Area / (std::pow(length, 2) * f.Pi / 4))) > f.ShapeLimit &&
-                       S.Area > 15) {
-                S.HueValid = false;
-                ++out.rejected;
-            } else if (ToSingle(static_cast<double>(S.HueHits) / S.Area) < f.HueLimit) {
-                S.HueValid = false;
-                ++out.rejected;
-            }
-            if (S.HueValid)
-                out.valid.push_back(S.Area);
-        }
-        active.swap(kept);
-    }
-    return out;
 }
 
 // Random cards of specks, discs, U shapes, rings and bars, with a few hues.
@@ -196,7 +91,10 @@ std::vector<std::string> RandomCard(std::mt19937 &rng, bool wide)
 
 } // namespace
 
-TEST(StainWalk, MatchesTheLiteralStepsOnRandomCards)
+// Random crowded cards: the merge lookup by tree alone, by scanning alone and mixed as in use find
+// the same stains. The numbered steps themselves, taken literally, are the second model in
+// tests/reference, which velmara-cli's logs of noise, crowd and shape cards must match.
+TEST(StainWalk, LookupsAgreeOnRandomCards)
 {
     std::mt19937 rng(20240611);
     long stains = 0, rejected = 0;
@@ -212,12 +110,11 @@ TEST(StainWalk, MatchesTheLiteralStepsOnRandomCards)
         f.ShapeLimit = StainFilter::limitOf(static_cast<Byte>(std::uniform_int_distribution<int>(0, 100)(rng)));
         f.HueLimit = StainFilter::limitOf(static_cast<Byte>(std::uniform_int_distribution<int>(0, 100)(rng)));
         const auto px = PixelsOf(lines);
-        const WalkResult expected = ReferenceWalk(px, f);
-        // The merge lookup by tree alone, by scanning alone, and mixed as in use.
-        for (int scanLimit : {0, 1 << 20, 32})
-            ASSERT_EQ(Walk(px, f, scanLimit), expected) << "card " << i << " limit " << scanLimit;
-        stains += static_cast<long>(expected.valid.size());
-        rejected += expected.rejected;
+        const WalkResult mixed = Walk(px, f, 32);
+        for (int scanLimit : {0, 1 << 20})
+            ASSERT_EQ(Walk(px, f, scanLimit), mixed) << "card " << i << " limit " << scanLimit;
+        stains += static_cast<long>(mixed.valid.size());
+        rejected += mixed.rejected;
     }
     // The cards must exercise both outcomes, or the comparison proves little.
     EXPECT_GT(stains, 20000);

@@ -174,17 +174,6 @@ TEST_F(ColourFixture, OneColourIsAllCardAndThePreviewShowsOnlyTheClass)
     EXPECT_EQ(indexes.Palette[0], (PaletteEntry{200, 200, 200}));
 }
 
-TEST_F(ColourFixture, AnEightBitCardKeepsTheEightBitWay)
-{
-    const IndexedImage im = MakeImage(16, 9, 4, 1);
-    WriteBytes(dir.file("eight.bmp"), Bmp(im));
-    const int index = LoadImage(ws, "eight.bmp", dir.folder()).CardIndex;
-    ASSERT_GT(index, 0);
-    EXPECT_FALSE(ws.Card(index).ColourScan.Colour);
-    ASSERT_TRUE(DecodeCard(ws, index, answers).Ok);
-    EXPECT_EQ(ws.Card(index).ColourTable.size(), 4u);
-}
-
 TEST_F(ColourFixture, EndingsAndDamagedFilesAreToldByName)
 {
     cardgen::RgbImage plain{8, 8, std::vector<Byte>(3 * 64, 90)};

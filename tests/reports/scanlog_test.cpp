@@ -1,5 +1,7 @@
 #include "reports/scanlog.h"
 
+#include "support/testdir.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -7,29 +9,16 @@
 #include <iterator>
 
 using namespace velmara;
+using velmara::test::ReadBytes;
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string ReadBytes(const fs::path &path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 std::string Expected(const char *name)
 {
     const fs::path path = fs::path(VELMARA_TEST_DATA) / "reports" / name;
     EXPECT_TRUE(fs::exists(path)) << path;
     return ReadBytes(path);
-}
-
-fs::path ScratchDir(const char *name)
-{
-    const fs::path dir = fs::temp_directory_path() / "velmara_scanlog_test" / name;
-    fs::remove_all(dir);
-    fs::create_directories(dir);
-    return dir;
 }
 
 // Adds a card with the given image size, resolution and the derived sizes as loading makes them.
@@ -77,7 +66,8 @@ struct ExampleCard
 // A scratch folder named after the test, holding the example card.
 struct ScanLogTest : ::testing::Test
 {
-    const fs::path dir = ScratchDir(::testing::UnitTest::GetInstance()->current_test_info()->name());
+    velmara::test::TestDir scratch;
+    const fs::path dir = scratch.dir();
     ExampleCard ex{dir};
 };
 
@@ -128,15 +118,6 @@ TEST_F(ScanLogTest, AppendWithoutFileWritesHeadAndNoDrops)
     const ScanLogResult r = ScanLog(ws).writeScanRecord(i, {30, 200, false});
     EXPECT_TRUE(r.Ok) << r.Error;
     EXPECT_EQ(ReadBytes(dir / "b2.scn"), Expected("append_new_no_drops.scn"));
-}
-
-TEST_F(ScanLogTest, NothingWrittenWhileLoggingIsOff)
-{
-    ex.ws.LogAnalysis = false;
-    const ScanLogResult r = ScanLog(ex.ws).writeScanRecord(ex.index, {30, 200, false});
-    EXPECT_TRUE(r.Ok);
-    EXPECT_FALSE(r.Written);
-    EXPECT_FALSE(fs::exists(ex.log));
 }
 
 TEST_F(ScanLogTest, SizeRangeRecordAppendsAfterTheScan)

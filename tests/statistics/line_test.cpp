@@ -64,30 +64,6 @@ TEST(SamplingLineUsable, SpacingPositionsAndSwathIndexesInRange)
         EXPECT_EQ(SamplingLineUsable(c.first, c.interval), c.usable) << c.first << " " << c.interval;
 }
 
-TEST(AssignCardPositions, FromTheTwoTexts)
-{
-    Workspace ws;
-    AddCard(ws, 1, {});
-    AddCard(ws, 1, {}, /*scanned=*/false);
-    AddCard(ws, 1, {});
-    ws.Spray.Sample_Position1 = "-50";
-    ws.Spray.Sample_Interval = "2.5";
-    AssignCardPositions(ws);
-    EXPECT_EQ(ws.Card(1).Position, -50);
-    EXPECT_EQ(ws.Card(2).Position, -47.5f);
-    EXPECT_EQ(ws.Card(3).Position, -45);
-    EXPECT_FALSE(HasEqualPositions(ws));
-
-    ws.Spray.Sample_Interval = "0";
-    AssignCardPositions(ws);
-    EXPECT_TRUE(HasEqualPositions(ws));
-
-    ws.Spray.Sample_Interval = "5 m";
-    ws.Card(2).Position = 7;
-    EXPECT_THROW(AssignCardPositions(ws), Failure);
-    EXPECT_EQ(ws.Card(2).Position, 7);
-}
-
 TEST(FillLineStats, OwnFiguresOrFiguresInsideTheRange)
 {
     Workspace ws;
