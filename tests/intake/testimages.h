@@ -52,7 +52,7 @@ inline Picture ToPicture(const IndexedImage &im)
 inline void Put32(Bytes &f, size_t at, long v)
 {
     for (int i = 0; i < 4; ++i)
-        f[at + i] = static_cast<Byte>(static_cast<unsigned long>(v) >> (8 * i));
+        f.at(at + i) = static_cast<Byte>(static_cast<unsigned long>(v) >> (8 * i));
 }
 
 // The bitmap of im with header fields (offset, value) overwritten, cut to cutTo bytes if given.
