@@ -389,23 +389,34 @@ TEST_F(DialogForms, NumbersShowTheLocaleSeparator)
     EXPECT_EQ(store.GetSetting("SprayInfo", "Sample_Interval", ""), "2.5");
 }
 
-// The colour questions answer only by their letters or a click: no button has the focus and
-// Enter answers nothing.
-TEST_F(DialogForms, ColourQuestionEnterAnswersNothing)
+// The colour questions answer only by their letters (either case) or a click: no button has the
+// focus and Enter answers nothing. A Dither No keeps no second background: the dither index
+// becomes the background. The preview blacks out all but the colour asked about, in a copy.
+TEST_F(DialogForms, ColourQuestionKeysAndPreview)
 {
     CardImage card;
-    card.ColourTable = {{0, 255, 255, 255}, {0, 10, 200, 30}};
-    QImage picture(8, 8, QImage::Format_Indexed8);
-    picture.setColorTable({qRgb(255, 255, 255), qRgb(10, 200, 30)});
+    card.ColourTable = {{0, 255, 255, 255}, {0, 10, 200, 30}, {0, 200, 0, 0}};
+    QImage picture(8, 4, QImage::Format_Indexed8);
+    picture.setColorTable({qRgb(255, 255, 255), qRgb(10, 200, 30), qRgb(200, 0, 0)});
     picture.fill(1);
-    for (auto kind : {ColourQuestionForm::Kind::Background, ColourQuestionForm::Kind::Dither}) {
-        auto &form = shown(std::make_unique<ColourQuestionForm>(kind, card, picture, Byte{1}, Byte{0}));
+    const QImage preview = PreviewWithOnlyIndex(picture, 1);
+    EXPECT_EQ(preview.colorTable(), (QList<QRgb>{qRgb(0, 0, 0), qRgb(10, 200, 30), qRgb(0, 0, 0)}));
+    EXPECT_EQ(picture.color(0), qRgb(255, 255, 255)) << "the card's picture is untouched";
+
+    using Kind = ColourQuestionForm::Kind;
+    const struct { Kind kind; int asked, background; const char *keys; int answer; Answer choice; } cases[] = {
+        {Kind::Background, 1, 0, "E N", 0, Answer::No},
+        {Kind::Background, 1, 0, "A", 1, Answer::YesToAll},
+        {Kind::Dither, 2, 1, "E n", 1, Answer::No},
+        {Kind::Dither, 2, 1, "Y", 2, Answer::Yes}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.keys);
+        auto &form = shown(std::make_unique<ColourQuestionForm>(c.kind, card, picture, Byte(c.asked), Byte(c.background)));
         EXPECT_EQ(qobject_cast<QPushButton *>(Focused()), nullptr) << "no focus frame on a button";
-        Type("E ");
-        EXPECT_TRUE(form.isVisible());
-        Type("N");
+        Type(c.keys);
         EXPECT_FALSE(form.isVisible());
-        EXPECT_EQ(form.choice(), Answer::No);
+        EXPECT_EQ(form.answer(), c.answer);
+        EXPECT_EQ(form.choice(), c.choice);
     }
 }
 
