@@ -76,7 +76,6 @@ TEST_F(CompositeTest, TwoCardsAndThePositionDialog)
     EXPECT_EQ(tabs(), QStringList{"Spray Line Statistics"});
     EXPECT_EQ(ctl<QGroupBox>("ResultFrame")->title(), "Composite Results  (Volume Fraction)");
     EXPECT_TRUE(dialogs.empty());
-    EXPECT_EQ(ws.Card(2).Position, -40.0f);
     for (QWidget *w : std::initializer_list<QWidget *>{ctl<QPushButton>("btnLoad"), ctl<QPushButton>("btnScan"),
                                                        ctl<QSlider>("Slider1"), ctl<QScrollBar>("HScroll1")})
         EXPECT_FALSE(w->isEnabled());

@@ -128,20 +128,19 @@ TEST_F(PreviewFormTest, TabClicksRedrawOnlyWhenTheTabChangesAndEscapeKeepsThePri
     EXPECT_EQ(printers.current, "Plotter");
 }
 
+// The pages of the job are the report's own tests; here the window prints one job and closes,
+// also for a line without a swath page, and tells a refused job.
 TEST_F(PreviewFormTest, PrintSendsOneJobAndClosesAlsoForALineWithoutSwathPage)
 {
-    for (const int cards : {5, 2}) {
-        MakeLine(ws, LineSpec{cards});
-        frmPreview2 form(ws, printers, 1024);
-        form.setMessageHook([&](const QString &m) { messages.push_back(m); });
-        form.show();
-        QTest::mouseClick(form.btnPrint, Qt::LeftButton);
-        EXPECT_FALSE(form.isVisible());
-        const RecordingReportCanvas &job = *printers.jobs.back();
-        EXPECT_EQ(std::pair(job.count(Op::NewPage), job.count(Op::EndDoc)), std::pair(3, 1));
-        EXPECT_EQ(job.findText(kNoSwathBelowThreeCards) != nullptr, cards == 2);
-        EXPECT_EQ(form.windowTitle(), "Velmara - Printing Page 4...");
-    }
+    MakeLine(ws, LineSpec{2});
+    frmPreview2 form(ws, printers, 1024);
+    form.setMessageHook([&](const QString &m) { messages.push_back(m); });
+    form.show();
+    QTest::mouseClick(form.btnPrint, Qt::LeftButton);
+    EXPECT_FALSE(form.isVisible());
+    ASSERT_EQ(printers.jobs.size(), 1u);
+    EXPECT_EQ(printers.jobs.back()->count(Op::EndDoc), 1);
+    EXPECT_EQ(form.windowTitle(), "Velmara - Printing Page 4...");
     EXPECT_TRUE(messages.empty());
 
     printers.refuse = true;
