@@ -55,7 +55,6 @@ TEST(Workspace, RemoveSelectsNeighbourAndRecomputesMaxDiameter)
     EXPECT_FLOAT_EQ(ws.MaxDiameterAll, 40.f);
 
     ws.RemoveCard(1); // the first of two: the new first
-    EXPECT_EQ(ws.CurrentCard, 1);
     EXPECT_EQ(Names(ws), std::vector<std::string>{"b"});
     EXPECT_FLOAT_EQ(ws.MaxDiameterAll, 0.f);
 }

