@@ -25,7 +25,8 @@ QLabel *colourBox(const CardImage &card, int index, QWidget *parent)
     return box;
 }
 
-// The top left part of the card at its natural size.
+// The top left part of the card at its natural size; beyond a small card's edge the box stays
+// empty (a copy past the edge would fill with table entry 0, which looks like card).
 QLabel *previewBox(const QImage &preview, QWidget *parent)
 {
     auto *box = new QLabel(parent);
@@ -34,7 +35,7 @@ QLabel *previewBox(const QImage &preview, QWidget *parent)
     box->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     box->setObjectName(QStringLiteral("Preview"));
     if (!preview.isNull())
-        box->setPixmap(QPixmap::fromImage(preview.copy(0, 0, 420, 220)));
+        box->setPixmap(QPixmap::fromImage(preview.copy(0, 0, std::min(preview.width(), 420), std::min(preview.height(), 220))));
     return box;
 }
 

@@ -544,14 +544,14 @@ Answer MainWindow::askQuestion(int kind, int cardIndex, Byte suggested, Byte bac
     if (mQuestionHook)
         return mQuestionHook(kind, cardIndex, suggested, background);
     // The preview shows the top left part of the card with its own colours.
-    QImage picture = mShownPicture.copy(0, 0, 420, 220);
+    QImage picture = mShownPicture;
     if (picture.format() == QImage::Format_Indexed8)
         picture.setColorTable(mOriginalTable);
     if (mWs.ShownCard != cardIndex) {
         Picture p;
         std::string error;
         if (ReadPicture(mWs.Card(cardIndex).FullPath, PictureDepth::AnyDepth, p, error))
-            picture = toImage(p).copy(0, 0, 420, 220);
+            picture = toImage(p);
     }
     ColourQuestionForm form(kind == 0 ? ColourQuestionForm::Kind::Background : ColourQuestionForm::Kind::Dither,
                             mWs.Card(cardIndex), picture, suggested, background, this);
@@ -566,7 +566,7 @@ Answer MainWindow::askClassQuestion(int cardIndex, const Picture &indexes)
         return mQuestionHook(0, cardIndex, 0, 0);
     const CardImage &card = mWs.Card(cardIndex);
     ColourQuestionForm form(ColourQuestionForm::Kind::BackgroundClass, card,
-                            toImage(BackgroundClassPreview(card, indexes)).copy(0, 0, 420, 220), 0, 0, this);
+                            toImage(BackgroundClassPreview(card, indexes)), 0, 0, this);
     form.exec();
     repaint();
     return form.choice();

@@ -191,6 +191,8 @@ TEST_F(StainBoundaryWindow, ClassUnderHalfTheCardIsAskedWithItsPreview)
     const QColor paper = preview.pixelColor(inside + QPoint(20, 10)), stain = preview.pixelColor(inside + QPoint(180, 190));
     EXPECT_TRUE(paper.red() > 190 && paper.green() > 170 && paper.blue() < 110) << paper.name().toStdString();
     EXPECT_EQ(stain, QColor(Qt::black));
+    // The card is 360 pixels wide: beyond it the box is empty, not more card.
+    EXPECT_NE(preview.pixelColor(inside + QPoint(400, 10)), paper);
     const ColourScanInfo &colour = ws.Card(1).ColourScan;
     EXPECT_TRUE(ws.Card(1).PixelsReady);
     EXPECT_EQ(colour.StainBoundary, 60);
