@@ -3,11 +3,18 @@
 #include "intake/rowreader.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <array>
 #include <cmath>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <new>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <thread>
+#include <vector>
 
 namespace velmara {
 
@@ -233,6 +240,113 @@ int AutomaticBoundary(const Gathered &g, std::uint64_t pixels)
     return std::clamp(std::max(static_cast<int>(std::lround(stain4 / 8.0)), floorSteps), 1, 255);
 }
 
+// Hands out the picture's rows a band at a time. On a large picture a second thread reads the next
+// bands while the caller classifies this one: decompressing a PNG or JPEG takes about as long as
+// classifying it. The rows object is used by one thread only, and the bands come in order.
+class BandReader
+{
+public:
+    BandReader(PictureRows &rows, int height, size_t bandBytes, bool ahead)
+        : mRows(rows), mHeight(height), mSlots(ahead ? kSlots : 1)
+    {
+        for (Slot &slot : mSlots)
+            slot.bytes.resize(bandBytes);
+        if (!ahead)
+            return;
+        try {
+            mThread = std::thread([this] { readAhead(); });
+        } catch (const std::system_error &) {
+            mSlots.resize(1); // read in turn
+        }
+    }
+    ~BandReader()
+    {
+        if (!mThread.joinable())
+            return;
+        {
+            const std::lock_guard<std::mutex> lock(mMutex);
+            mStop = true;
+        }
+        mChanged.notify_all();
+        mThread.join();
+    }
+    BandReader(const BandReader &) = delete;
+    BandReader &operator=(const BandReader &) = delete;
+
+    // The next band of rows (kBandRows, fewer at the foot): null with error set when the file
+    // fails. The band stays valid until the next call.
+    const Byte *next(int &rows, std::string &error)
+    {
+        const int band = mTaken++;
+        rows = std::min(kBandRows, mHeight - band * kBandRows);
+        if (!mThread.joinable()) {
+            Slot &slot = mSlots[0];
+            return mRows.ReadRows(rows, slot.bytes.data(), error) ? slot.bytes.data() : nullptr;
+        }
+        std::unique_lock<std::mutex> lock(mMutex);
+        mReleased = band; // the band before this one is done with
+        mChanged.notify_all();
+        mChanged.wait(lock, [&] { return mProduced > band; });
+        Slot &slot = mSlots[static_cast<size_t>(band) % mSlots.size()];
+        if (!slot.ok) {
+            error = slot.error;
+            return nullptr;
+        }
+        return slot.bytes.data();
+    }
+
+private:
+    static constexpr int kSlots = 3;
+    struct Slot
+    {
+        std::vector<Byte> bytes;
+        bool ok = true;
+        std::string error;
+    };
+
+    void readAhead()
+    {
+        const int bands = (mHeight + kBandRows - 1) / kBandRows;
+        for (int band = 0; band < bands; ++band) {
+            {
+                std::unique_lock<std::mutex> lock(mMutex);
+                mChanged.wait(lock, [&] { return mStop || band < mReleased + static_cast<int>(mSlots.size()); });
+                if (mStop)
+                    return;
+            }
+            Slot &slot = mSlots[static_cast<size_t>(band) % mSlots.size()];
+            const int rows = std::min(kBandRows, mHeight - band * kBandRows);
+            try {
+                slot.ok = mRows.ReadRows(rows, slot.bytes.data(), slot.error);
+            } catch (const std::exception &) {
+                slot.ok = false;
+                slot.error = "there is not enough memory to read it.";
+            }
+            {
+                const std::lock_guard<std::mutex> lock(mMutex);
+                mProduced = band + 1;
+            }
+            mChanged.notify_all();
+            if (!slot.ok)
+                return;
+        }
+    }
+
+    PictureRows &mRows;
+    const int mHeight;
+    std::vector<Slot> mSlots;
+    std::thread mThread;
+    std::mutex mMutex;
+    std::condition_variable mChanged;
+    bool mStop = false;
+    int mProduced = 0; // bands read
+    int mReleased = 0; // bands the caller is done with
+    int mTaken = 0;    // the caller's side only
+};
+
+// Pictures from this many pixels on are read ahead; for a small card a thread costs more than it saves.
+constexpr std::int64_t kReadAheadPixels = std::int64_t{4} << 20;
+
 DecodeResult Failed(const CardImage &card, const std::string &reason)
 {
     DecodeResult r;
@@ -276,10 +390,11 @@ DecodeResult DecodeColourCard(Workspace &ws, int cardIndex, DecodeQuestions &que
     // The index bytes are allocated, not written, so that a header that lies about the size costs
     // address space only until its rows fail to come.
     std::unique_ptr<Byte[]> indexes;
-    std::vector<Byte> band;
+    std::optional<BandReader> bands;
     try {
         indexes.reset(new Byte[static_cast<size_t>(width) * height]);
-        band.resize(stride * kBandRows);
+        bands.emplace(*rows, height, stride * kBandRows,
+                      static_cast<std::int64_t>(width) * height >= kReadAheadPixels);
     } catch (const std::bad_alloc &) {
         return Failed(registered, "there is not enough memory for a picture of " + std::to_string(width) + " by " +
                                       std::to_string(height) + " pixels.");
@@ -292,16 +407,17 @@ DecodeResult DecodeColourCard(Workspace &ws, int cardIndex, DecodeQuestions &que
     std::vector<Rgb> cardColour(static_cast<size_t>(blocks));
     progress.Start(height);
     for (int y = 0; y < height;) {
-        const int n = std::min(kBandRows, height - y);
-        if (!rows->ReadRows(n, band.data(), error)) {
+        int n = 0;
+        const Byte *band = bands->next(n, error);
+        if (!band) {
             progress.Finish();
             return Failed(ws.Card(cardIndex), error);
         }
         tally->clear();
         if (y == 0)
-            std::fill(cardColour.begin(), cardColour.end(), ModeColour(band.data(), static_cast<size_t>(n) * width));
+            std::fill(cardColour.begin(), cardColour.end(), ModeColour(band, static_cast<size_t>(n) * width));
         for (int b = 0; b < blocks; ++b)
-            TrackBlock(band.data(), stride, n, b * kBlockColumns, std::min(width, (b + 1) * kBlockColumns),
+            TrackBlock(band, stride, n, b * kBlockColumns, std::min(width, (b + 1) * kBlockColumns),
                        cardColour[static_cast<size_t>(b)]);
         for (int r = 0; r < n; ++r, ++y) {
             if (ws.CancelRequested) {
@@ -309,7 +425,7 @@ DecodeResult DecodeColourCard(Workspace &ws, int cardIndex, DecodeQuestions &que
                 result.Cancelled = true;
                 return result;
             }
-            const Byte *line = band.data() + r * stride;
+            const Byte *line = band + r * stride;
             Byte *out = indexes.get() + static_cast<size_t>(y) * width;
             for (int b = 0; b < blocks; ++b) {
                 const Rgb card = cardColour[static_cast<size_t>(b)];
