@@ -205,3 +205,33 @@ TEST_F(ColourFixture, EndingsAndDamagedFilesAreToldByName)
 }
 
 } // namespace
+
+TEST_F(ColourFixture, ALargePictureReadAheadKeepsItsRowsInOrderAndTellsACut)
+{
+    // Large enough to be read ahead on a second thread: two black squares on white, whose rows
+    // must come back where they were drawn.
+    constexpr int kSide = 2100;
+    cardgen::RgbImage big{kSide, kSide, std::vector<Byte>(3 * static_cast<size_t>(kSide) * kSide, 245)};
+    for (const int top : {100, 1500})
+        for (int y = top; y < top + 100; ++y)
+            std::fill_n(big.data.begin() + 3 * (static_cast<std::ptrdiff_t>(y) * kSide + 50), 3 * 100, Byte{10});
+    const int index = load(big, "big.bmp");
+    ASSERT_TRUE(DecodeCard(ws, index, answers).Ok);
+    const std::vector<CardPixel> &pixels = ws.Card(index).Pixels;
+    ASSERT_EQ(pixels.size(), 2u + 2 * 100 * 100);
+    for (size_t i = 1; i + 1 < pixels.size(); ++i) {
+        const int row = pixels[i].Row; // 1 is the top line
+        ASSERT_TRUE((row > 100 && row <= 200) || (row > 1500 && row <= 1600)) << row;
+    }
+
+    // Cut in its last bands: the rows already read ahead don't hide the fault.
+    std::string error;
+    ASSERT_TRUE(cardgen::WritePng(cardgen::RowsOf(big), dir.file("big.png"), 600, &error)) << error;
+    const Bytes png = ReadBytes(dir.file("big.png"));
+    WriteBytes(dir.file("cut.png"), Bytes(png.begin(), png.begin() + static_cast<std::ptrdiff_t>(png.size() * 3 / 4)));
+    const LoadResult r = LoadImage(ws, "cut.png", dir.folder());
+    ASSERT_TRUE(r.Ok) << r.Message; // its header is whole
+    const DecodeResult cut = DecodeCard(ws, r.CardIndex, answers);
+    EXPECT_FALSE(cut.Ok);
+    EXPECT_NE(cut.Message.find("'cut.png' could not be read"), std::string::npos) << cut.Message;
+}
