@@ -214,10 +214,7 @@ bool BmpRows::ReadRows(int count, Byte *out, std::string &error)
 
 std::unique_ptr<PictureRows> OpenBmpRows(const std::string &path, std::string &error)
 {
-    auto rows = std::make_unique<BmpRows>();
-    if (!rows->open(path, error))
-        return nullptr;
-    return rows;
+    return OpenRows<BmpRows>(path, error);
 }
 
 } // namespace velmara::intake_detail

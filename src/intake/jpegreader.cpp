@@ -228,10 +228,7 @@ bool JpegRows::ReadRows(int count, Byte *out, std::string &error)
 
 std::unique_ptr<PictureRows> OpenJpegRows(const std::string &path, std::string &error)
 {
-    auto rows = std::make_unique<JpegRows>();
-    if (!rows->open(path, error))
-        return nullptr;
-    return rows;
+    return OpenRows<JpegRows>(path, error);
 }
 
 } // namespace velmara::intake_detail

@@ -236,10 +236,7 @@ bool PngRows::ReadRows(int count, Byte *out, std::string &error)
 
 std::unique_ptr<PictureRows> OpenPngRows(const std::string &path, std::string &error)
 {
-    auto rows = std::make_unique<PngRows>();
-    if (!rows->open(path, error))
-        return nullptr;
-    return rows;
+    return OpenRows<PngRows>(path, error);
 }
 
 } // namespace velmara::intake_detail

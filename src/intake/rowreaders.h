@@ -21,6 +21,16 @@ std::unique_ptr<PictureRows> OpenTiffRows(const std::string &path, std::string &
 std::unique_ptr<PictureRows> OpenPngRows(const std::string &path, std::string &error);
 std::unique_ptr<PictureRows> OpenJpegRows(const std::string &path, std::string &error);
 
+// The reader of type Rows opened on path, or null with error set: every reader's open() says why.
+template <class Rows>
+std::unique_ptr<PictureRows> OpenRows(const std::string &path, std::string &error)
+{
+    auto rows = std::make_unique<Rows>();
+    if (!rows->open(path, error))
+        return nullptr;
+    return rows;
+}
+
 // Keeps the row count of every reader honest: count rows from the next one, no more than are left.
 inline bool RowsLeft(const RowPictureInfo &info, int next, int count, std::string &error)
 {

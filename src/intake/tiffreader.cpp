@@ -615,10 +615,7 @@ bool TiffRows::ReadRows(int count, Byte *out, std::string &error)
 
 std::unique_ptr<PictureRows> OpenTiffRows(const std::string &path, std::string &error)
 {
-    auto rows = std::make_unique<TiffRows>();
-    if (!rows->open(path, error))
-        return nullptr;
-    return rows;
+    return OpenRows<TiffRows>(path, error);
 }
 
 } // namespace velmara::intake_detail
